@@ -1,0 +1,1 @@
+# Benchmarks for the bytes functions: yk_add_benchmark(name_bench sources...).

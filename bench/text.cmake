@@ -1,0 +1,1 @@
+# Benchmarks for the text functions: yk_add_benchmark(name_bench sources...).

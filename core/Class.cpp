@@ -1,0 +1,206 @@
+#include <Yarkit/core/Class.h>
+
+#include <Yarkit/core/String.h>
+
+#include "core/RuntimeErrors.h"
+
+#include <algorithm>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+
+namespace yk {
+namespace {
+
+// The class registry and every method list. Classes live for the whole process.
+struct Runtime {
+    std::shared_mutex lock;
+    std::vector<Ref<Class>> classes; // guarded by lock, registration order
+    std::unordered_map<std::string, Class*> classesByName; // guarded by lock
+};
+
+Runtime& runtime()
+{
+    static auto* instance = std::make_unique<Runtime>().release(); // lives for the whole process
+    return *instance;
+}
+
+} // namespace
+
+Class::Class(std::string name, Class* superclass, Class* metaClass, Factory factory, bool isMetaClass)
+    : _name(std::move(name))
+    , _superclass(superclass)
+    , _metaClass(metaClass)
+    , _factory(factory)
+    , _isMetaClass(isMetaClass)
+{
+}
+
+YK_DEFINE_CLASS(Class);
+
+Class* Class::registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup)
+{
+    Class* cls = nullptr;
+    {
+        auto& rt = runtime();
+        std::unique_lock lock(rt.lock);
+        if (rt.classesByName.contains(std::string(name)))
+            detail::raiseInternalInconsistency("class " + std::string(name) + " is registered twice");
+        // The metaclass's superclass is the superclass's metaclass; the root's is the root class.
+        auto meta = Ref<Class>::adopt(new Class(std::string(name), nullptr, nullptr, nullptr, true));
+        auto created = Ref<Class>::adopt(new Class(std::string(name), superclass, meta.get(), factory, false));
+        meta->_superclass = superclass ? superclass->_metaClass : created.get();
+        meta->_metaClass = superclass ? superclass->_metaClass->_metaClass : meta.get();
+        cls = created.get();
+        rt.classes.push_back(created);
+        rt.classes.push_back(meta);
+        rt.classesByName.emplace(name, cls);
+    }
+    if (setup) {
+        MethodListBuilder builder(cls, {});
+        setup(builder);
+    }
+    return cls;
+}
+
+void Class::addCategory(std::string_view categoryName, Setup setup)
+{
+    {
+        std::unique_lock lock(runtime().lock);
+        methodListNamed(categoryName);
+        _metaClass->methodListNamed(categoryName);
+    }
+    MethodListBuilder builder(this, categoryName);
+    setup(builder);
+}
+
+Class* Class::named(std::string_view name)
+{
+    auto& rt = runtime();
+    std::shared_lock lock(rt.lock);
+    auto found = rt.classesByName.find(std::string(name));
+    return found == rt.classesByName.end() ? nullptr : found->second;
+}
+
+std::vector<Class*> Class::allClasses()
+{
+    auto& rt = runtime();
+    std::shared_lock lock(rt.lock);
+    std::vector<Class*> result;
+    for (const auto& cls : rt.classes) {
+        if (!cls->_isMetaClass)
+            result.push_back(cls.get());
+    }
+    return result;
+}
+
+bool Class::isSubclassOfClass(const Class* other) const
+{
+    for (const Class* c = this; c; c = c->_superclass) {
+        if (c == other)
+            return true;
+    }
+    return false;
+}
+
+Method* Class::lookupMethod(Selector selector) const
+{
+    if (!selector)
+        return nullptr;
+    std::shared_lock lock(runtime().lock);
+    for (const Class* c = this; c; c = c->_superclass) {
+        // Categories come after the class's own list; the newest category wins.
+        for (auto list = c->_methodLists.rbegin(); list != c->_methodLists.rend(); ++list) {
+            for (const auto& method : (*list)->methods) {
+                if (method->selector() == selector)
+                    return method.get();
+            }
+        }
+    }
+    return nullptr;
+}
+
+Imp Class::instanceMethodForSelector(Selector selector) const
+{
+    const Method* method = lookupMethod(selector);
+    return method ? method->implementation() : Imp();
+}
+
+Ref<MethodSignature> Class::instanceMethodSignatureForSelector(Selector selector) const
+{
+    return Ref<MethodSignature>(instanceMethodForSelector(selector).signature());
+}
+
+std::vector<const MethodList*> Class::methodLists() const
+{
+    std::shared_lock lock(runtime().lock);
+    std::vector<const MethodList*> lists;
+    for (const auto& list : _methodLists)
+        lists.push_back(list.get());
+    return lists;
+}
+
+void Class::ensureInitialized()
+{
+    if (_isMetaClass || _initialized.exchange(true))
+        return;
+    if (_superclass)
+        _superclass->ensureInitialized();
+    if (const Method* initialize = lookupClassMethod("initialize"))
+        initialize->implementation().function<void()>()(this);
+}
+
+Ref<Object> Class::createInstance() const
+{
+    return _factory ? _factory() : nullptr;
+}
+
+Class* Class::classObject() const
+{
+    return _metaClass;
+}
+
+Ref<String> Class::description() const
+{
+    return String::withUTF8(_name);
+}
+
+MethodList& Class::methodListNamed(std::string_view categoryName)
+{
+    auto found = std::find_if(_methodLists.begin(), _methodLists.end(),
+        [&](const auto& list) { return list->categoryName == categoryName; });
+    if (found != _methodLists.end())
+        return **found;
+    auto list = std::make_unique<MethodList>();
+    list->categoryName = std::string(categoryName);
+    // The class's own list always comes first, so categories override it.
+    if (categoryName.empty())
+        return **_methodLists.insert(_methodLists.begin(), std::move(list));
+    return *_methodLists.emplace_back(std::move(list));
+}
+
+void Class::addMethod(std::string_view categoryName, Selector selector, Imp imp)
+{
+    const uint32_t declared = imp.signature()->numberOfArguments() - 2;
+    if (selector.argumentCount() != declared) {
+        detail::raiseInvalidArgument("method " + std::string(selector.name()) + " of " + _name + " takes "
+            + std::to_string(declared) + " arguments");
+    }
+    std::unique_lock lock(runtime().lock);
+    auto& list = methodListNamed(categoryName);
+    for (auto& method : list.methods) {
+        if (method->selector() == selector) {
+            method->setImplementation(imp);
+            return;
+        }
+    }
+    list.methods.push_back(std::make_unique<Method>(selector, imp));
+}
+
+void MethodListBuilder::add(bool classSide, std::string_view selector, Imp imp)
+{
+    Class* target = classSide ? _class->metaClass() : _class;
+    target->addMethod(_categoryName, Selector(selector), imp);
+}
+
+} // namespace yk

@@ -1,0 +1,123 @@
+#include <Yarkit/core/Object.h>
+
+#include <Yarkit/core/Class.h>
+#include <Yarkit/core/Invocation.h>
+#include <Yarkit/core/String.h>
+
+#include "core/RuntimeErrors.h"
+
+#include <cstdio>
+
+namespace yk {
+
+YK_DEFINE_CLASS(Object);
+
+Object::~Object() = default;
+
+Class* Object::classObject() const
+{
+    return staticClass();
+}
+
+void Object::retain() const noexcept
+{
+    _retainCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+void Object::release() const noexcept
+{
+    if (_retainCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete this;
+}
+
+uint32_t Object::retainCount() const noexcept
+{
+    return _retainCount.load(std::memory_order_relaxed);
+}
+
+bool Object::isKindOfClass(const Class* cls) const
+{
+    for (const Class* c = classObject(); c; c = c->superclass()) {
+        if (c == cls)
+            return true;
+    }
+    return false;
+}
+
+bool Object::isMemberOfClass(const Class* cls) const
+{
+    return classObject() == cls;
+}
+
+bool Object::isEqual(const Object* other) const
+{
+    return this == other;
+}
+
+size_t Object::hash() const
+{
+    return reinterpret_cast<uintptr_t>(this);
+}
+
+Ref<String> Object::description() const
+{
+    char text[256];
+    std::snprintf(text, sizeof(text), "<%s: %p>", classObject()->name().c_str(), static_cast<const void*>(this));
+    return String::withUTF8(text);
+}
+
+bool Object::respondsToSelector(Selector selector) const
+{
+    return classObject()->lookupMethod(selector) != nullptr;
+}
+
+Imp Object::methodForSelector(Selector selector) const
+{
+    const Method* method = classObject()->lookupMethod(selector);
+    return method ? method->implementation() : Imp();
+}
+
+Ref<MethodSignature> Object::methodSignatureForSelector(Selector selector) const
+{
+    return Ref<MethodSignature>(methodForSelector(selector).signature());
+}
+
+namespace {
+
+Ref<Object> performWithObjects(Object* receiver, Selector selector, std::initializer_list<Object*> arguments)
+{
+    Imp imp = receiver->methodForSelector(selector);
+    if (!imp)
+        detail::raiseInvalidArgument(detail::methodName(receiver, selector.name()) + ": unrecognized selector sent to " + (receiver->isClass() ? "class" : "instance"));
+    auto invocation = make<Invocation>(Ref<MethodSignature>(imp.signature()));
+    invocation->setSelector(selector);
+    uint32_t index = 2;
+    for (Object* argument : arguments) {
+        if (index >= imp.signature()->numberOfArguments())
+            break;
+        invocation->setArgument(argument, index++);
+    }
+    invocation->invokeWithTarget(receiver);
+    if (imp.signature()->methodReturnKind() != ValueKind::Object)
+        return nullptr;
+    return Ref<Object>(invocation->returnValue<Object*>());
+}
+
+} // namespace
+
+Ref<Object> Object::performSelector(Selector selector)
+{
+    return performWithObjects(this, selector, {});
+}
+
+Ref<Object> Object::performSelector(Selector selector, Object* argument)
+{
+    return performWithObjects(this, selector, { argument });
+}
+
+Ref<Object> Object::performSelector(Selector selector, Object* argument1, Object* argument2)
+{
+    return performWithObjects(this, selector, { argument1, argument2 });
+}
+
+} // namespace yk

@@ -1,0 +1,22 @@
+#pragma once
+
+// Raising the platform's standard exceptions from inside the core, where the runtime must not
+// depend on the value classes' headers.
+
+#include <string>
+
+namespace yk {
+class Object;
+}
+
+namespace yk::detail {
+
+[[noreturn]] void raiseInvalidArgument(const std::string& reason);
+[[noreturn]] void raiseRange(const std::string& reason);
+[[noreturn]] void raiseInternalInconsistency(const std::string& reason);
+[[noreturn]] void raiseGeneric(const std::string& reason);
+
+// "-[Class selector]" or "+[Class selector]" for a receiver, as messages name methods.
+std::string methodName(const Object* receiver, const char* selector);
+
+} // namespace yk::detail

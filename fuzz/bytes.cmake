@@ -1,0 +1,1 @@
+# Fuzz targets for the bytes functions: yk_add_fuzzer(name source).

@@ -1,0 +1,1 @@
+# Fuzz targets for the text functions: yk_add_fuzzer(name source).

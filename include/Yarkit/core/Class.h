@@ -1,0 +1,186 @@
+#pragma once
+
+#include <Yarkit/core/Imp.h>
+#include <Yarkit/core/Object.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace yk {
+
+class Class;
+
+// One method of a method list: a selector and its implementation, which
+// YKReplaceInstanceMethod and its kin may swap at run time.
+class Method {
+public:
+    Method(Selector selector, Imp imp)
+        : _selector(selector)
+        , _imp(imp.body())
+    {
+    }
+    Selector selector() const { return _selector; }
+    Imp implementation() const { return Imp(_imp.load(std::memory_order_acquire)); }
+    // Stores a new implementation and returns the previous one.
+    Imp setImplementation(Imp imp) { return Imp(_imp.exchange(imp.body(), std::memory_order_acq_rel)); }
+
+private:
+    Selector _selector;
+    std::atomic<const detail::ImpBody*> _imp;
+};
+
+// The methods a class gets from one place: the class itself (an empty name) or a category.
+struct MethodList {
+    std::string categoryName;
+    std::vector<std::unique_ptr<Method>> methods;
+};
+
+// Adds methods to one method list of a class, on its instance side (method) and its class side
+// (classMethod). An implementation is a member function of the class or a function whose
+// first parameter is the receiver; its signature is deduced from its type:
+//     c.method("jobDidEnd:", &Delegate::jobDidEnd);
+//     c.classMethod("postLoad", &Delegate::postLoad);   // static void postLoad(yk::Class*)
+class MethodListBuilder {
+public:
+    MethodListBuilder(Class* cls, std::string_view categoryName)
+        : _class(cls)
+        , _categoryName(categoryName)
+    {
+    }
+
+    template <typename F>
+    MethodListBuilder& method(std::string_view selector, F function)
+    {
+        add(false, selector, Imp::fromFunction(function));
+        return *this;
+    }
+    template <typename F>
+    MethodListBuilder& classMethod(std::string_view selector, F function)
+    {
+        add(true, selector, Imp::fromFunction(function));
+        return *this;
+    }
+
+private:
+    void add(bool classSide, std::string_view selector, Imp imp);
+
+    Class* _class;
+    std::string _categoryName;
+};
+
+// A class of the object runtime: its name, superclass, method lists (its own and its
+// categories') on both sides, and a factory when the C++ type is default-constructible. A
+// class is itself an object, so it can be the target of a message; its class-side methods live
+// in its metaclass, whose superclass is the superclass's metaclass.
+class Class final : public Object {
+public:
+    using SuperClass = Object;
+    using Factory = Ref<Object> (*)();
+    using Setup = void (*)(MethodListBuilder&);
+
+    // Registers a class once; called by YK_DEFINE_CLASS. Raises NSInternalInconsistencyException
+    // when another class of the same name exists.
+    static Class* registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup);
+    template <typename T>
+    static Class* registerClassOf(std::string_view name, Setup setup = nullptr);
+
+    static Class* staticClass();
+
+    // Adds a category's methods; called by YK_DEFINE_CATEGORY.
+    void addCategory(std::string_view categoryName, Setup setup);
+
+    // Looks a class up by name, or null.
+    static Class* named(std::string_view name);
+    // Every registered class, in registration order.
+    static std::vector<Class*> allClasses();
+
+    const std::string& name() const { return _name; }
+    Class* superclass() const { return _superclass; }
+    bool isMetaClass() const { return _isMetaClass; }
+    // The class whose instance methods are this class's class methods.
+    Class* metaClass() const { return _metaClass; }
+    bool isSubclassOfClass(const Class* other) const;
+
+    // The method this class uses for a selector (the newest category wins over the class's own
+    // list, and the class over its superclasses), or null.
+    Method* lookupMethod(Selector selector) const;
+    Method* lookupClassMethod(Selector selector) const { return _metaClass->lookupMethod(selector); }
+    bool instancesRespondToSelector(Selector selector) const { return lookupMethod(selector); }
+    Imp instanceMethodForSelector(Selector selector) const;
+    Ref<MethodSignature> instanceMethodSignatureForSelector(Selector selector) const;
+
+    // The method lists of this class (not its superclasses), own list first. The snapshot stays
+    // valid: lists are never removed.
+    std::vector<const MethodList*> methodLists() const;
+
+    // Runs the class-side "initialize" method once, superclasses first.
+    void ensureInitialized();
+
+    // Creates an instance with the registered factory; null for classes without one.
+    Ref<Object> createInstance() const;
+
+    // A class is the target of messages to its class side.
+    Class* classObject() const override;
+    bool isClass() const override { return true; }
+    Ref<String> description() const override;
+
+private:
+    Class(std::string name, Class* superclass, Class* metaClass, Factory factory, bool isMetaClass);
+
+    MethodList& methodListNamed(std::string_view categoryName);
+    void addMethod(std::string_view categoryName, Selector selector, Imp imp);
+    friend class MethodListBuilder;
+
+    const std::string _name;
+    Class* _superclass;
+    Class* _metaClass;
+    const Factory _factory;
+    const bool _isMetaClass;
+    std::atomic<bool> _initialized { false };
+    // Guarded by the runtime's table lock.
+    std::vector<std::unique_ptr<MethodList>> _methodLists;
+};
+
+template <typename T>
+Class* Class::registerClassOf(std::string_view name, Setup setup)
+{
+    Class* superclass = nullptr;
+    if constexpr (!std::is_void_v<typename T::SuperClass>)
+        superclass = T::SuperClass::staticClass();
+    Factory factory = nullptr;
+    if constexpr (std::is_default_constructible_v<T> && !std::is_abstract_v<T>)
+        factory = [] { return Ref<Object>(make<T>()); };
+    return registerClass(name, superclass, factory, setup);
+}
+
+namespace detail {
+struct ClassRegistration {
+    explicit ClassRegistration(Class*) { }
+};
+} // namespace detail
+
+} // namespace yk
+
+#define YK_CONCAT_INNER(a, b) a##b
+#define YK_CONCAT(a, b) YK_CONCAT_INNER(a, b)
+
+// Defines the runtime class of Type (declared with YK_OBJECT) and registers it when the
+// program or library loads. The optional argument adds methods:
+//     YK_DEFINE_CLASS(Delegate, [](yk::MethodListBuilder& c) { c.method("jobDidEnd:", &Delegate::jobDidEnd); })
+#define YK_DEFINE_CLASS(Type, ...)                                                                 \
+    ::yk::Class* Type::staticClass()                                                               \
+    {                                                                                              \
+        static ::yk::Class* const cls = ::yk::Class::registerClassOf<Type>(#Type __VA_OPT__(, ) __VA_ARGS__); \
+        return cls;                                                                                \
+    }                                                                                              \
+    static const ::yk::detail::ClassRegistration YK_CONCAT(ykClassRegistration_, __LINE__) { Type::staticClass() }
+
+// Adds a named category of methods to Type when the program or library loads.
+#define YK_DEFINE_CATEGORY(Type, CategoryName, setup)                                   \
+    static const bool YK_CONCAT(ykCategoryRegistration_, __LINE__) = [] {               \
+        Type::staticClass()->addCategory(CategoryName, setup);                          \
+        return true;                                                                    \
+    }()
