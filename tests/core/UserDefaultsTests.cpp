@@ -1,0 +1,392 @@
+#include <Yarkit/core/UserDefaults.h>
+
+#include <Yarkit/core/Array.h>
+#include <Yarkit/core/Data.h>
+#include <Yarkit/core/Date.h>
+#include <Yarkit/core/Dictionary.h>
+#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/Log.h>
+#include <Yarkit/core/MutableDictionary.h>
+#include <Yarkit/core/MutableString.h>
+#include <Yarkit/core/Number.h>
+#include <Yarkit/core/String.h>
+#include <Yarkit/core/Value.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace fs = std::filesystem;
+using yk::Ref;
+
+namespace {
+
+// A fresh folder under the system's temporary folder, removed with everything in it.
+class TemporaryFolder {
+public:
+    TemporaryFolder()
+    {
+        std::string pattern = (fs::temp_directory_path() / "yk-defaults-XXXXXX").string();
+        _path = mkdtemp(pattern.data());
+    }
+    ~TemporaryFolder() { fs::remove_all(_path); }
+    const fs::path& path() const { return _path; }
+
+private:
+    fs::path _path;
+};
+
+Ref<yk::Object> str(const char* text) { return yk::String::withUTF8(text); }
+
+std::string readFile(const fs::path& path)
+{
+    std::ifstream in(path);
+    return { std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>() };
+}
+
+void writeFile(const fs::path& path, const std::string& text)
+{
+    fs::create_directories(path.parent_path());
+    std::ofstream(path) << text;
+}
+
+std::string describe(const yk::Object* object)
+{
+    return object ? object->description()->utf8() : "(null)";
+}
+
+} // namespace
+
+TEST(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
+{
+    auto data = yk::Data::dataWithBytes("\x00\x01", 2);
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* key;
+        Ref<yk::Object> expected; // null: the key is absent
+    } rows[] = {
+        { { "-Count", "42" }, "Count", yk::Number::numberWithInt(42) },
+        { { "-Name", "mail" }, "Name", str("mail") },
+        { { "-Ratio", "1.5" }, "Ratio", yk::Number::numberWithDouble(1.5) },
+        { { "-Flag", "true" }, "Flag", yk::Number::numberWithBool(true) },
+        { { "-Flag", "YES" }, "Flag", str("YES") },
+        { { "-Zip", "007" }, "Zip", str("007") },
+        { { "-Offset", "-5" }, "Offset", yk::Number::numberWithInt(-5) },
+        { { "-Quoted", "\"42\"" }, "Quoted", str("42") },
+        { { "-Nothing", "null" }, "Nothing", str("null") },
+        { { "-List", "[1, \"a\"]" }, "List", yk::Array::arrayWithObjects({ yk::Number::numberWithInt(1), str("a") }) },
+        { { "-Map", "{\"a\": 1}" }, "Map", yk::Dictionary::dictionaryWithEntries({ { str("a"), yk::Number::numberWithInt(1) } }) },
+        { { "-Bytes", "{\"$data\": \"AAE=\"}" }, "Bytes", data },
+        { { "-BadBytes", "{\"$data\": \"A\"}" }, "BadBytes", str("{\"$data\": \"A\"}") },
+        { { "file.txt", "-Key", "v" }, "Key", str("v") },
+        { { "-Key", "1", "-Key", "2" }, "Key", yk::Number::numberWithInt(2) },
+        { { "-Next", "-Other", "x" }, "Next", str("-Other") },
+        { { "-Next", "-Other", "x" }, "Other", nullptr },
+        { { "--gtest_filter=x", "y" }, "-gtest_filter=x", nullptr },
+        { { "-", "x" }, "", nullptr },
+        { { "-Trailing" }, "Trailing", nullptr },
+    };
+    for (const auto& row : rows) {
+        auto domain = yk::detail::argumentDomainFromArguments(row.arguments);
+        auto value = domain->objectForKey(std::string_view(row.key));
+        SCOPED_TRACE(testing::Message() << row.arguments[0] << " ... key " << row.key);
+        if (!row.expected) {
+            EXPECT_FALSE(value) << describe(value.get());
+            continue;
+        }
+        ASSERT_TRUE(value);
+        EXPECT_TRUE(value->isEqual(row.expected.get())) << describe(value.get());
+        EXPECT_EQ(value->classObject(), row.expected->classObject());
+    }
+}
+
+TEST(UserDefaults, ArgumentsBeatTheFileWhichBeatsRegistrations)
+{
+    TemporaryFolder folder;
+    auto file = folder.path() / "defaults.json";
+    writeFile(file, R"({"InFile": "file", "InFileAndArguments": "file", "InAll": "file", "InFileAndRegistration": "file"})");
+    yk::UserDefaults defaults(file, { "-InArguments", "argument", "-InFileAndArguments", "argument", "-InAll", "argument" });
+    defaults.registerDefaults(yk::Dictionary::dictionaryWithEntries({
+        { str("InRegistration"), str("registration") },
+        { str("InFileAndRegistration"), str("registration") },
+        { str("InAll"), str("registration") },
+    }).get());
+
+    struct Row {
+        const char* key;
+        const char* expected;
+    } rows[] = {
+        { "InArguments", "argument" },
+        { "InFile", "file" },
+        { "InRegistration", "registration" },
+        { "InFileAndArguments", "argument" },
+        { "InFileAndRegistration", "file" },
+        { "InAll", "argument" },
+        { "Nowhere", nullptr },
+    };
+    for (const auto& row : rows) {
+        auto value = defaults.stringForKey(row.key);
+        if (!row.expected)
+            EXPECT_FALSE(value) << row.key;
+        else
+            EXPECT_EQ(value ? value->utf8() : "(null)", row.expected) << row.key;
+    }
+    EXPECT_EQ(defaults.dictionaryRepresentation()->count(), 6u);
+
+    // Removing from the application domain uncovers the registration.
+    defaults.removeObject("InFileAndRegistration");
+    EXPECT_EQ(defaults.stringForKey("InFileAndRegistration")->utf8(), "registration");
+    // Setting a key the arguments hold is stored but stays hidden behind them.
+    defaults.setObject(str("set").get(), "InArguments");
+    EXPECT_EQ(defaults.stringForKey("InArguments")->utf8(), "argument");
+    EXPECT_TRUE(defaults.persistentDomain()->objectForKey(std::string_view("InArguments"))->isEqual(str("set").get()));
+}
+
+TEST(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
+{
+    TemporaryFolder folder;
+    auto file = folder.path() / "nested" / "app" / "defaults.json";
+    auto date = yk::Date::dateWithTimeIntervalSinceReferenceDate(123456.75);
+    std::vector<std::pair<const char*, Ref<yk::Object>>> values = {
+        { "string", str("日本語 \"quoted\" \\ text") },
+        { "int", yk::Number::numberWithInt(-42) },
+        { "big", yk::Number::numberWithUnsignedLongLong(18446744073709551615ull) },
+        { "double", yk::Number::numberWithDouble(0.1) },
+        { "wholeDouble", yk::Number::numberWithDouble(3.0) },
+        { "infinity", yk::Number::numberWithDouble(HUGE_VAL) },
+        { "bool", yk::Number::numberWithBool(true) },
+        { "data", yk::Data::dataWithBytes("\x00\xff\x10", 3) },
+        { "emptyData", yk::Data::dataWithBytes(nullptr, 0) },
+        { "date", date },
+        { "array", yk::Array::arrayWithObjects({ str("a"), yk::Number::numberWithInt(1), date }) },
+        { "dictionary", yk::Dictionary::dictionaryWithEntries({ { str("$data"), str("not data") }, { str("$$x"), str("y") } }) },
+        { "$date", str("a key that looks like a tag") },
+    };
+    {
+        yk::UserDefaults defaults(file, {});
+        for (const auto& [key, value] : values)
+            defaults.setObject(value.get(), key);
+        ASSERT_TRUE(defaults.synchronize());
+    }
+    // The write left no temporary file behind.
+    EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), fs::directory_iterator()), 1);
+
+    yk::UserDefaults reloaded(file, {});
+    for (const auto& [key, value] : values) {
+        auto read = reloaded.objectForKey(key);
+        ASSERT_TRUE(read) << key;
+        EXPECT_TRUE(read->isEqual(value.get())) << key << ": " << describe(read.get());
+        EXPECT_TRUE(read->isKindOfClass(value->classObject())) << key;
+    }
+    // Integers, floating values and booleans keep their kinds in the file.
+    auto number = [&](const char* key) { return static_cast<yk::Number*>(reloaded.objectForKey(key).get()); };
+    EXPECT_FALSE(number("int")->isFloatingPoint());
+    EXPECT_TRUE(number("wholeDouble")->isFloatingPoint());
+    EXPECT_EQ(number("bool")->kind(), yk::Number::Kind::Bool);
+    std::string text = readFile(file);
+    EXPECT_NE(text.find("\"data\": {\n        \"$data\": \"AP8Q\""), std::string::npos) << text;
+    EXPECT_NE(text.find("\"wholeDouble\": 3.0"), std::string::npos) << text;
+}
+
+TEST(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
+{
+    TemporaryFolder folder;
+    auto file = folder.path() / "defaults.json";
+    writeFile(file, "{ not json");
+    std::vector<std::string> messages;
+    auto previous = yk::setLogSink([&](const yk::String& message) { messages.push_back(message.utf8()); });
+    yk::UserDefaults defaults(file, {});
+    yk::setLogSink(previous);
+    EXPECT_EQ(defaults.persistentDomain()->count(), 0u);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_NE(messages[0].find("malformed"), std::string::npos);
+
+    defaults.setInteger(7, "Answer");
+    ASSERT_TRUE(defaults.synchronize());
+    EXPECT_EQ(yk::UserDefaults(file, {}).integerForKey("Answer"), 7);
+}
+
+TEST(UserDefaults, ValuesOfAFileThatStandForNothingAreSkipped)
+{
+    TemporaryFolder folder;
+    auto file = folder.path() / "defaults.json";
+    writeFile(file, R"({"good": 1, "null": null, "badData": {"$data": "!!"}, "nested": [1, null]})");
+    auto previous = yk::setLogSink([](const yk::String&) { });
+    yk::UserDefaults defaults(file, {});
+    yk::setLogSink(previous);
+    auto domain = defaults.persistentDomain();
+    EXPECT_EQ(domain->count(), 1u);
+    EXPECT_EQ(defaults.integerForKey("good"), 1);
+}
+
+TEST(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
+{
+    TemporaryFolder folder;
+    auto file = folder.path() / "defaults.json";
+    writeFile(file, R"({"Mode": "old"})");
+    yk::UserDefaults defaults(file, {});
+    EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "old");
+
+    writeFile(file, R"({"Mode": "new"})");
+    fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(5));
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "new");
+}
+
+TEST(UserDefaults, UnwritableFileKeepsTheChangesUnsaved)
+{
+    TemporaryFolder folder;
+    // A regular file where the folder should be.
+    writeFile(folder.path() / "blocker", "");
+    auto previous = yk::setLogSink([](const yk::String&) { });
+    {
+        yk::UserDefaults defaults(folder.path() / "blocker" / "defaults.json", {});
+        defaults.setBool(true, "Flag");
+        EXPECT_FALSE(defaults.synchronize());
+        EXPECT_TRUE(defaults.boolForKey("Flag"));
+    }
+    yk::setLogSink(previous);
+}
+
+TEST(UserDefaults, TypedGettersConvertNumbersAndStrings)
+{
+    TemporaryFolder folder;
+    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
+    struct Row {
+        Ref<yk::Object> value;
+        int64_t integer;
+        double floating;
+        bool boolean;
+        const char* string; // null: stringForKey gives null
+    } rows[] = {
+        { yk::Number::numberWithInt(42), 42, 42.0, true, "42" },
+        { yk::Number::numberWithDouble(2.5), 2, 2.5, true, "2.5" },
+        { yk::Number::numberWithBool(false), 0, 0.0, false, "0" },
+        { str("17 apples"), 17, 17.0, true, "17 apples" },
+        { str("YES"), 0, 0.0, true, "YES" },
+        { str("no"), 0, 0.0, false, "no" },
+        { str("-3.75"), -3, -3.75, true, "-3.75" },
+        { yk::Data::dataWithBytes("1", 1), 0, 0.0, false, nullptr },
+        { yk::Array::arrayWithObjects({ str("1") }), 0, 0.0, false, nullptr },
+    };
+    for (const auto& row : rows) {
+        defaults.setObject(row.value.get(), "key");
+        SCOPED_TRACE(describe(row.value.get()));
+        EXPECT_EQ(defaults.integerForKey("key"), row.integer);
+        EXPECT_DOUBLE_EQ(defaults.doubleForKey("key"), row.floating);
+        EXPECT_FLOAT_EQ(defaults.floatForKey("key"), static_cast<float>(row.floating));
+        EXPECT_EQ(defaults.boolForKey("key"), row.boolean);
+        auto string = defaults.stringForKey("key");
+        EXPECT_EQ(string ? string->utf8() : "(null)", row.string ? row.string : "(null)");
+    }
+    defaults.setObject(yk::Data::dataWithBytes("1", 1).get(), "data");
+    EXPECT_TRUE(defaults.dataForKey("data"));
+    EXPECT_FALSE(defaults.arrayForKey("data"));
+    EXPECT_FALSE(defaults.dictionaryForKey("data"));
+}
+
+TEST(UserDefaults, StoredValuesAreImmutableCopies)
+{
+    TemporaryFolder folder;
+    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
+    auto text = yk::MutableString::stringWithString(yk::String::withUTF8("before").get());
+    defaults.setObject(text.get(), "text");
+    text->setString(yk::String::withUTF8("after").get());
+    auto stored = defaults.objectForKey("text");
+    EXPECT_EQ(stored->classObject(), yk::String::staticClass());
+    EXPECT_EQ(static_cast<yk::String*>(stored.get())->utf8(), "before");
+}
+
+TEST(UserDefaults, RefusesNilKeysAndValuesOutsidePropertyLists)
+{
+    TemporaryFolder folder;
+    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
+    auto reasonOf = [](auto&& call) -> std::string {
+        try {
+            call();
+        } catch (const yk::Exception& e) {
+            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidArgumentException);
+            return e.reason()->utf8();
+        }
+        return "no exception";
+    };
+    EXPECT_EQ(reasonOf([&] { defaults.setObject(str("x").get(), static_cast<const yk::String*>(nullptr)); }),
+        "*** -[UserDefaults setObject:forKey:]: nil string (or other) argument");
+    auto value = yk::Value::valueWithRange({ 1, 2 });
+    EXPECT_EQ(reasonOf([&] { defaults.setObject(value.get(), "range"); }),
+        "Attempt to insert non-property list object NSRange: {1, 2} for key range");
+    auto nested = yk::Array::arrayWithObjects({ str("ok"), value });
+    EXPECT_NE(reasonOf([&] { defaults.setObject(nested.get(), "nested"); }), "no exception");
+    auto numberKeys = yk::Dictionary::dictionaryWithEntries({ { yk::Number::numberWithInt(1), str("x") } });
+    EXPECT_NE(reasonOf([&] { defaults.setObject(numberKeys.get(), "numberKeys"); }), "no exception");
+    EXPECT_FALSE(defaults.objectForKey("range"));
+
+    // A null value removes the key.
+    defaults.setObject(str("x").get(), "gone");
+    defaults.setObject(nullptr, "gone");
+    EXPECT_FALSE(defaults.objectForKey("gone"));
+}
+
+TEST(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
+{
+    TemporaryFolder folder;
+    const char* saved = std::getenv("XDG_CONFIG_HOME");
+    std::string savedValue = saved ? saved : "";
+    setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+    yk::UserDefaults::setApplicationName("yarkit-defaults-test");
+    yk::UserDefaults::resetStandardUserDefaults();
+
+    auto* defaults = yk::UserDefaults::standardUserDefaults();
+    EXPECT_EQ(defaults->path(), folder.path() / "yarkit-defaults-test" / "defaults.json");
+    EXPECT_EQ(defaults, yk::UserDefaults::standardUserDefaults());
+    defaults->setInteger(3, "Runs");
+    yk::UserDefaults::resetStandardUserDefaults(); // saves
+    EXPECT_EQ(yk::UserDefaults::standardUserDefaults()->integerForKey("Runs"), 3);
+
+    setenv("XDG_CONFIG_HOME", "relative/path", 1);
+    setenv("HOME", folder.path().c_str(), 1);
+    EXPECT_EQ(yk::UserDefaults::defaultsPathForApplication("app"), folder.path() / ".config" / "app" / "defaults.json");
+    if (saved)
+        setenv("XDG_CONFIG_HOME", savedValue.c_str(), 1);
+    else
+        unsetenv("XDG_CONFIG_HOME");
+    yk::UserDefaults::setApplicationName("");
+    yk::UserDefaults::resetStandardUserDefaults();
+}
+
+TEST(UserDefaults, ProcessArgumentsComeFromTheCommandLine)
+{
+    // The test runner's own command line: at least the program name was dropped.
+    std::ifstream in("/proc/self/cmdline");
+    std::string cmdline { std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>() };
+    size_t separators = std::count(cmdline.begin(), cmdline.end(), '\0');
+    EXPECT_EQ(yk::detail::processArguments().size(), separators - 1);
+}
+
+TEST(UserDefaults, ConcurrentReadersAndWritersSeeWholeValues)
+{
+    TemporaryFolder folder;
+    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 200; ++i) {
+                defaults.setInteger(i, "shared");
+                defaults.setInteger(i, "own" + std::to_string(t));
+                int64_t seen = defaults.integerForKey("shared");
+                EXPECT_TRUE(seen >= 0 && seen < 200);
+                if (i % 50 == 0)
+                    defaults.synchronize();
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    for (int t = 0; t < 4; ++t)
+        EXPECT_EQ(defaults.integerForKey("own" + std::to_string(t)), 199);
+}
