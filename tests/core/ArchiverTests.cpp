@@ -1,0 +1,383 @@
+#include <Yarkit/core/Archiver.h>
+#include <Yarkit/core/Unarchiver.h>
+
+#include <Yarkit/core/Array.h>
+#include <Yarkit/core/Class.h>
+#include <Yarkit/core/Coding.h>
+#include <Yarkit/core/Data.h>
+#include <Yarkit/core/Date.h>
+#include <Yarkit/core/Dictionary.h>
+#include <Yarkit/core/Error.h>
+#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/MutableArray.h>
+#include <Yarkit/core/MutableData.h>
+#include <Yarkit/core/MutableDictionary.h>
+#include <Yarkit/core/MutableString.h>
+#include <Yarkit/core/Null.h>
+#include <Yarkit/core/Number.h>
+#include <Yarkit/core/String.h>
+#include <Yarkit/core/Value.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+using yk::Ref;
+
+namespace {
+
+// A user class with fields of every kind, an object field and a version.
+class Bookmark : public yk::Object, public yk::Coding {
+    YK_OBJECT(Bookmark, yk::Object)
+public:
+    Ref<yk::String> title;
+    Ref<yk::Object> target;
+    int64_t visits { 0 };
+    double rating { 0 };
+    bool pinned { false };
+    std::vector<uint8_t> icon;
+    uint32_t versionRead { 0 };
+
+    void encodeWithCoder(yk::Archiver& coder) const override
+    {
+        coder.encodeObject(title.get());
+        coder.encodeObject(target.get());
+        coder.encodeInt(visits);
+        coder.encodeDouble(rating);
+        coder.encodeBool(pinned);
+        coder.encodeBytes(icon);
+    }
+    void initWithCoder(yk::Unarchiver& coder) override
+    {
+        versionRead = coder.versionForClassName("Bookmark");
+        title = coder.decodeObjectOfClass<yk::String>();
+        target = coder.decodeObject();
+        visits = coder.decodeInt();
+        rating = coder.decodeDouble();
+        pinned = coder.decodeBool();
+        icon = coder.decodeBytes();
+    }
+    uint32_t classVersion() const override { return 3; }
+};
+YK_DEFINE_CLASS(Bookmark);
+
+// Reads only the first field that Bookmark writes, as an older version of a class would.
+class TitleOnly : public yk::Object, public yk::Coding {
+    YK_OBJECT(TitleOnly, yk::Object)
+public:
+    Ref<yk::Object> title;
+    void encodeWithCoder(yk::Archiver&) const override { }
+    void initWithCoder(yk::Unarchiver& coder) override { title = coder.decodeObject(); }
+};
+YK_DEFINE_CLASS(TitleOnly);
+
+// Reads an integer where Bookmark wrote an object; its name has Bookmark's length, so that
+// tests can swap the names in an archive.
+class Misreads : public yk::Object, public yk::Coding {
+    YK_OBJECT(Misreads, yk::Object)
+public:
+    void encodeWithCoder(yk::Archiver&) const override { }
+    void initWithCoder(yk::Unarchiver& coder) override { coder.decodeInt(); }
+};
+YK_DEFINE_CLASS(Misreads);
+
+// Reads more than was written.
+class Greedy : public yk::Object, public yk::Coding {
+    YK_OBJECT(Greedy, yk::Object)
+public:
+    void encodeWithCoder(yk::Archiver& coder) const override { coder.encodeInt(1); }
+    void initWithCoder(yk::Unarchiver& coder) override
+    {
+        coder.decodeInt();
+        coder.decodeInt();
+    }
+};
+YK_DEFINE_CLASS(Greedy);
+
+class NotCoding : public yk::Object {
+    YK_OBJECT(NotCoding, yk::Object)
+};
+YK_DEFINE_CLASS(NotCoding);
+
+Ref<yk::String> str(const char* text) { return yk::String::withUTF8(text); }
+
+Ref<yk::Object> roundTrip(const yk::Object* object)
+{
+    auto data = yk::Archiver::archivedDataWithRootObject(object);
+    return yk::Unarchiver::unarchiveObjectWithData(data.get());
+}
+
+std::string describe(const yk::Object* object)
+{
+    return object ? object->description()->utf8() : "(null)";
+}
+
+Ref<yk::Data> bytes(std::initializer_list<uint8_t> list)
+{
+    return yk::make<yk::Data>(std::vector<uint8_t>(list));
+}
+
+// The header, then the given bytes.
+Ref<yk::Data> archive(std::vector<uint8_t> body)
+{
+    std::vector<uint8_t> all { 'Y', 'K', 'A', 'R', 1 };
+    all.insert(all.end(), body.begin(), body.end());
+    return yk::make<yk::Data>(std::move(all));
+}
+
+// An object of the named class (the archive's first class, version 0) with the given fields.
+std::vector<uint8_t> withClass(std::string_view name, const std::vector<uint8_t>& fields)
+{
+    std::string body { '\x0C', '\x00', static_cast<char>(name.size()) };
+    body += name;
+    body += '\0';
+    body.append(fields.begin(), fields.end());
+    body += '\x7F';
+    return { body.begin(), body.end() };
+}
+
+} // namespace
+
+TEST(Archiver, EveryValueKindSurvivesARoundTrip)
+{
+    const char16_t loneSurrogate[] = { u'a', 0xD800, u'b' };
+    auto mutableString = yk::MutableString::stringWithString(str("edit me").get());
+    auto mutableData = yk::MutableData::dataWithBytes("\x01\x02", 2);
+    auto mutableArray = yk::make<yk::MutableArray>(std::vector<Ref<yk::Object>> { str("x") });
+    auto mutableDictionary = yk::make<yk::MutableDictionary>();
+    mutableDictionary->setObject(str("v"), str("k"));
+    Ref<yk::Object> values[] = {
+        yk::Null::null(),
+        yk::Number::numberWithBool(true),
+        yk::Number::numberWithShort(-32768),
+        yk::Number::numberWithUnsignedShort(65535),
+        yk::Number::numberWithInt(-2147483647 - 1),
+        yk::Number::numberWithUnsignedInt(4294967295u),
+        yk::Number::numberWithLongLong(INT64_MIN),
+        yk::Number::numberWithUnsignedLongLong(UINT64_MAX),
+        yk::Number::numberWithFloat(0.1f),
+        yk::Number::numberWithDouble(-0.0),
+        yk::Number::numberWithDouble(INFINITY),
+        str(""),
+        str("日本語のメール 📨"),
+        yk::String::stringWithCharacters(loneSurrogate, 3),
+        mutableString,
+        bytes({}),
+        bytes({ 0, 0xFF, 0x7F }),
+        mutableData,
+        yk::Date::dateWithTimeIntervalSinceReferenceDate(-1234.5),
+        yk::Array::arrayWithObjects({}),
+        yk::Array::arrayWithObjects({ str("a"), yk::Number::numberWithInt(1), yk::Array::arrayWithObjects({ yk::Null::null() }) }),
+        mutableArray,
+        yk::Dictionary::dictionaryWithEntries({ { str("a"), str("b") }, { yk::Number::numberWithInt(2), bytes({ 1 }) },
+            { str("nested"), yk::Dictionary::dictionaryWithEntries({ { str("c"), yk::Date::date() } }) } }),
+        mutableDictionary,
+    };
+    for (const auto& value : values) {
+        auto copy = roundTrip(value.get());
+        ASSERT_TRUE(copy) << describe(value.get());
+        EXPECT_NE(copy.get(), value.get() == yk::Null::null() ? nullptr : value.get());
+        EXPECT_TRUE(copy->isEqual(value.get())) << describe(value.get()) << " came back as " << describe(copy.get());
+        EXPECT_EQ(copy->classObject(), value->classObject()) << describe(value.get());
+        if (value->isKindOfClass(yk::Number::staticClass())) {
+            EXPECT_EQ(static_cast<yk::Number*>(copy.get())->kind(), static_cast<yk::Number*>(value.get())->kind()) << describe(value.get());
+        }
+        if (value->isKindOfClass(yk::String::staticClass())) {
+            EXPECT_EQ(static_cast<yk::String*>(copy.get())->units(), static_cast<yk::String*>(value.get())->units());
+        }
+    }
+    EXPECT_FALSE(roundTrip(nullptr));
+    EXPECT_FALSE(yk::Unarchiver::unarchiveObjectWithData(nullptr));
+}
+
+TEST(Archiver, UserClassesAreRecreatedThroughTheRuntime)
+{
+    auto bookmark = yk::make<Bookmark>();
+    bookmark->title = str("Yarkit");
+    bookmark->target = yk::Array::arrayWithObjects({ str("imap://mail.example.jp/INBOX") });
+    bookmark->visits = -7;
+    bookmark->rating = 4.5;
+    bookmark->pinned = true;
+    bookmark->icon = { 0x89, 'P', 'N', 'G' };
+
+    auto copy = roundTrip(bookmark.get());
+    ASSERT_TRUE(copy);
+    ASSERT_EQ(copy->classObject(), Bookmark::staticClass());
+    auto restored = static_cast<Bookmark*>(copy.get());
+    EXPECT_EQ(restored->title->utf8(), "Yarkit");
+    EXPECT_TRUE(restored->target->isEqual(bookmark->target.get()));
+    EXPECT_EQ(restored->visits, -7);
+    EXPECT_EQ(restored->rating, 4.5);
+    EXPECT_TRUE(restored->pinned);
+    EXPECT_EQ(restored->icon, bookmark->icon);
+    EXPECT_EQ(restored->versionRead, 3u);
+}
+
+TEST(Archiver, SharedObjectsStaySharedAndAreWrittenOnce)
+{
+    auto shared = yk::MutableString::stringWithString(str("shared text that is fairly long").get());
+    auto bookmark = yk::make<Bookmark>();
+    bookmark->title = shared;
+    auto root = yk::Array::arrayWithObjects({ shared, shared, bookmark, bookmark });
+
+    auto data = yk::Archiver::archivedDataWithRootObject(root.get());
+    std::string_view text = data->stringView();
+    EXPECT_EQ(text.find("shared text"), text.rfind("shared text"));
+    EXPECT_EQ(text.find("Bookmark"), text.rfind("Bookmark"));
+
+    auto copy = yk::Unarchiver::unarchiveObjectWithData(data.get());
+    auto array = static_cast<yk::Array*>(copy.get());
+    ASSERT_EQ(array->count(), 4u);
+    EXPECT_EQ(array->objectAtIndex(0).get(), array->objectAtIndex(1).get());
+    EXPECT_EQ(array->objectAtIndex(2).get(), array->objectAtIndex(3).get());
+    EXPECT_EQ(static_cast<Bookmark*>(array->objectAtIndex(2).get())->title.get(), array->objectAtIndex(0).get());
+}
+
+TEST(Archiver, ObjectsThatCannotBeArchivedRaise)
+{
+    auto cyclic = yk::make<yk::MutableArray>();
+    cyclic->addObject(str("a"));
+    cyclic->addObject(cyclic);
+    auto notCoding = yk::make<NotCoding>();
+    auto range = yk::Value::valueWithRange({ 1, 1 });
+    Ref<yk::Object> deep = str("leaf");
+    for (unsigned i = 0; i < yk::Unarchiver::maximumDepth + 1; ++i)
+        deep = yk::Array::arrayWithObjects({ deep });
+
+    struct Row {
+        const char* name;
+        const yk::Object* root;
+        const char* reasonPart;
+    } rows[] = {
+        { "cycle", cyclic.get(), "cycle" },
+        { "not coding", notCoding.get(), "cannot archive an object of class NotCoding" },
+        { "boxed range", range.get(), "class Value" },
+        { "too deep", deep.get(), "nested more than 256 deep" },
+    };
+    for (const auto& row : rows) {
+        try {
+            (void)yk::Archiver::archivedDataWithRootObject(row.root);
+            ADD_FAILURE() << row.name << ": no exception";
+        } catch (const yk::Exception& e) {
+            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidArchiveOperationException) << row.name;
+            EXPECT_NE(e.reason()->utf8().find(row.reasonPart), std::string::npos) << row.name << ": " << e.reason()->utf8();
+        }
+    }
+    cyclic->removeAllObjects(); // breaks the cycle so the array is freed
+}
+
+TEST(Unarchiver, MalformedArchivesGiveTheirError)
+{
+    using Code = yk::ArchiveErrorCode;
+    std::vector<uint8_t> deeplyNested;
+    for (unsigned i = 0; i <= yk::Unarchiver::maximumDepth; ++i) {
+        deeplyNested.push_back(0x08);
+        deeplyNested.push_back(0x01);
+    }
+    deeplyNested.push_back(0x01);
+    auto bookmark = yk::make<Bookmark>();
+    bookmark->title = str("t");
+    auto bookmarkArchive = yk::Archiver::archivedDataWithRootObject(bookmark.get());
+    auto renamed = [&](const char* from, const char* to) {
+        std::string text(bookmarkArchive->stringView());
+        text.replace(text.find(from), strlen(from), to);
+        return yk::Data::dataWithString(text);
+    };
+
+    struct Row {
+        const char* name;
+        Ref<yk::Data> data;
+        Code code;
+    } rows[] = {
+        { "empty", bytes({}), Code::Truncated },
+        { "half a header", bytes({ 'Y', 'K', 'A' }), Code::Truncated },
+        { "other magic", bytes({ 'P', 'K', 3, 4, 1, 0 }), Code::NotAnArchive },
+        { "short other bytes", bytes({ 'x' }), Code::NotAnArchive },
+        { "future version", bytes({ 'Y', 'K', 'A', 'R', 2, 0 }), Code::NotAnArchive },
+        { "header only", archive({}), Code::Truncated },
+        { "string cut short", archive({ 0x03, 5, 'a', 'b' }), Code::Truncated },
+        { "huge string length", archive({ 0x03, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F, 'a' }), Code::Truncated },
+        { "huge array count", archive({ 0x08, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F }), Code::Truncated },
+        { "huge dictionary count", archive({ 0x0A, 0x02, 0x01, 0x01 }), Code::Truncated },
+        { "varint beyond 64 bits", archive({ 0x05, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x02 }), Code::Malformed },
+        { "double cut short", archive({ 0x07, 0, 0, 0 }), Code::Truncated },
+        { "unknown tag", archive({ 0x20 }), Code::Malformed },
+        { "field outside an object", archive({ 0x11, 0x02 }), Code::Malformed },
+        { "end marker outside an object", archive({ 0x7F }), Code::Malformed },
+        { "unknown number kind", archive({ 0x02, 9, 0 }), Code::Malformed },
+        { "boolean that is 2", archive({ 0x02, 0, 2 }), Code::Malformed },
+        { "short out of range", archive({ 0x02, 1, 0x80, 0x80, 0x04 }), Code::Malformed },
+        { "overlong UTF-8", archive({ 0x03, 2, 0xC0, 0x80 }), Code::Malformed },
+        { "surrogate pair in halves", archive({ 0x03, 6, 0xED, 0xA0, 0x80, 0xED, 0xB0, 0x80 }), Code::Malformed },
+        { "nil in an array", archive({ 0x08, 1, 0x00 }), Code::Malformed },
+        { "nil dictionary value", archive({ 0x0A, 1, 0x03, 1, 'k', 0x00 }), Code::Malformed },
+        { "array as a dictionary key", archive({ 0x0A, 1, 0x08, 0, 0x01 }), Code::Malformed },
+        { "duplicate key", archive({ 0x0A, 2, 0x03, 1, 'k', 0x01, 0x03, 1, 'k', 0x01 }), Code::Malformed },
+        { "reference ahead", archive({ 0x08, 2, 0x01, 0x0D, 5 }), Code::Malformed },
+        { "reference to its container", archive({ 0x08, 1, 0x0D, 0 }), Code::Cycle },
+        { "nesting too deep", archive(deeplyNested), Code::TooDeep },
+        { "trailing bytes", archive({ 0x01, 0x01 }), Code::TrailingBytes },
+        { "unregistered class", archive(withClass("NoSuchClass", {})), Code::UnknownClass },
+        { "class that does not adopt Coding", archive(withClass("NotCoding", {})), Code::UnknownClass },
+        { "value class named as an object", archive(withClass("String", {})), Code::UnknownClass },
+        { "class that cannot be created", archive(withClass("Null", {})), Code::UnknownClass },
+        { "class reference ahead", archive({ 0x0C, 3 }), Code::Malformed },
+        { "object without its end", archive({ 0x0C, 0, 9, 'T', 'i', 't', 'l', 'e', 'O', 'n', 'l', 'y', 0, 0x01 }), Code::Truncated },
+        { "integer asked where an object was written", renamed("Bookmark", "Misreads"), Code::TypeMismatch },
+        { "reading past the fields", archive(withClass("Greedy", { 0x11, 0x02 })), Code::TypeMismatch },
+        { "object asked where an integer was written", archive(withClass("TitleOnly", { 0x11, 0x02 })), Code::TypeMismatch },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Ref<yk::Error> error;
+        EXPECT_FALSE(yk::Unarchiver::unarchiveObjectWithData(row.data.get(), &error));
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->domain()->utf8(), yk::YKArchiveErrorDomain);
+        EXPECT_EQ(error->code(), static_cast<int64_t>(row.code)) << error->localizedDescription()->utf8();
+
+        try {
+            (void)yk::Unarchiver::unarchiveObjectWithData(row.data.get());
+            ADD_FAILURE() << "no exception";
+        } catch (const yk::Exception& e) {
+            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidUnarchiveOperationException);
+            EXPECT_NE(e.reason()->utf8().find(" at offset "), std::string::npos) << e.reason()->utf8();
+        }
+    }
+}
+
+TEST(Unarchiver, EveryTruncationOfAnArchiveIsRefused)
+{
+    auto bookmark = yk::make<Bookmark>();
+    bookmark->title = str("タイトル");
+    bookmark->icon = { 1, 2, 3 };
+    auto root = yk::Dictionary::dictionaryWithEntries({
+        { str("bookmarks"), yk::Array::arrayWithObjects({ bookmark, bookmark }) },
+        { str("when"), yk::Date::date() },
+        { yk::Number::numberWithDouble(1.5), bytes({ 9, 9 }) },
+    });
+    auto data = yk::Archiver::archivedDataWithRootObject(root.get());
+    for (uint32_t length = 0; length < data->length(); ++length) {
+        Ref<yk::Error> error;
+        auto prefix = data->subdataWithRange({ 0, length });
+        EXPECT_FALSE(yk::Unarchiver::unarchiveObjectWithData(prefix.get(), &error)) << length;
+        ASSERT_TRUE(error) << length;
+        EXPECT_EQ(error->code(), static_cast<int64_t>(yk::ArchiveErrorCode::Truncated)) << length;
+    }
+    EXPECT_TRUE(yk::Unarchiver::unarchiveObjectWithData(data.get())->isEqual(root.get()) == false); // bookmarks compare by identity
+}
+
+TEST(Unarchiver, FieldsAnOlderClassDoesNotReadAreSkipped)
+{
+    // What Bookmark writes: a title, a target array, an integer, a double, a boolean, bytes.
+    std::vector<uint8_t> fields { 0x03, 4, 'k', 'e', 'p', 't', 0x08, 1, 0x03, 1, 's', 0x11, 0x02, 0x12, 0, 0, 0, 0, 0, 0, 0, 0, 0x10, 1, 0x13, 2, 7, 7 };
+    std::vector<uint8_t> body { 0x08, 2 };
+    auto object = withClass("TitleOnly", fields);
+    body.insert(body.end(), object.begin(), object.end());
+    body.insert(body.end(), { 0x03, 5, 'a', 'f', 't', 'e', 'r' });
+    auto result = yk::Unarchiver::unarchiveObjectWithData(archive(body).get());
+    auto array = static_cast<yk::Array*>(result.get());
+    ASSERT_EQ(array->count(), 2u);
+    EXPECT_EQ(static_cast<TitleOnly*>(array->objectAtIndex(0).get())->title->description()->utf8(), "kept");
+    EXPECT_EQ(static_cast<yk::String*>(array->objectAtIndex(1).get())->utf8(), "after");
+}
