@@ -1,0 +1,320 @@
+#include <Yarkit/DictionaryAdditions.h>
+#include <Yarkit/MutableDictionaryAdditions.h>
+
+#include <Yarkit/core/Array.h>
+#include <Yarkit/core/Data.h>
+#include <Yarkit/core/Date.h>
+#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/Log.h>
+#include <Yarkit/core/MutableDictionary.h>
+#include <Yarkit/core/MutableString.h>
+#include <Yarkit/core/Number.h>
+#include <Yarkit/core/Unarchiver.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+using yk::Ref;
+
+namespace {
+
+Ref<yk::String> str(const char* text) { return yk::String::withUTF8(text); }
+
+std::string describe(const yk::Object* object)
+{
+    return object ? object->description()->utf8() : "(null)";
+}
+
+std::vector<std::string> captureLog(const std::function<void()>& body)
+{
+    std::vector<std::string> messages;
+    auto previous = yk::setLogSink([&](const yk::String& message) { messages.push_back(message.utf8()); });
+    body();
+    yk::setLogSink(previous);
+    return messages;
+}
+
+} // namespace
+
+TEST(DictionaryAdditions, TypedGettersReadNumbersAndStringsElseTheDefault)
+{
+    struct Row {
+        Ref<yk::Object> value; // null: the key is absent
+        int16_t shortValue;
+        uint16_t unsignedShortValue;
+        int32_t intValue;
+        uint32_t unsignedIntValue;
+        float floatValue;
+        double doubleValue;
+        bool boolValue;
+    } rows[] = {
+        // Absent and unsuitable values give the defaults: 7 for the numbers, true for the boolean.
+        { nullptr, 7, 7, 7, 7, 7.0f, 7.0, true },
+        { yk::Date::date(), 7, 7, 7, 7, 7.0f, 7.0, true },
+        { yk::Array::arrayWithObjects({ str("1") }), 7, 7, 7, 7, 7.0f, 7.0, true },
+        { yk::Data::dataWithString("42"), 7, 7, 7, 7, 7.0f, 7.0, true },
+        // Numbers use their own accessors.
+        { yk::Number::numberWithInt(42), 42, 42, 42, 42, 42.0f, 42.0, true },
+        { yk::Number::numberWithInt(70000), 4464, 4464, 70000, 70000, 70000.0f, 70000.0, true },
+        { yk::Number::numberWithInt(-1), -1, 65535, -1, 4294967295u, -1.0f, -1.0, true },
+        { yk::Number::numberWithDouble(2.75), 2, 2, 2, 2, 2.75f, 2.75, true },
+        { yk::Number::numberWithBool(false), 0, 0, 0, 0, 0.0f, 0.0, false },
+        // Strings use intValue (cut to 16 bits, or its bit pattern), floatValue, doubleValue, YK_boolValue.
+        { str("42"), 42, 42, 42, 42, 42.0f, 42.0, true },
+        { str("-1"), -1, 65535, -1, 4294967295u, -1.0f, -1.0, true },
+        { str("70000"), 4464, 4464, 70000, 70000, 70000.0f, 70000.0, true },
+        { str("2.75"), 2, 2, 2, 2, 2.75f, 2.75, true },
+        { str("YES"), 0, 0, 0, 0, 0.0f, 0.0, true },
+        { str("no"), 0, 0, 0, 0, 0.0f, 0.0, false },
+        { str(""), 0, 0, 0, 0, 0.0f, 0.0, false },
+    };
+    auto key = str("key");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(describe(row.value.get()));
+        auto dictionary = yk::make<yk::MutableDictionary>();
+        if (row.value)
+            dictionary->setObject(row.value, key);
+        EXPECT_EQ(yk::shortForKey(dictionary.get(), key.get(), 7), row.shortValue);
+        EXPECT_EQ(yk::unsignedShortForKey(dictionary.get(), key.get(), 7), row.unsignedShortValue);
+        EXPECT_EQ(yk::intForKey(dictionary.get(), key.get(), 7), row.intValue);
+        EXPECT_EQ(yk::unsignedIntForKey(dictionary.get(), key.get(), 7), row.unsignedIntValue);
+        EXPECT_FLOAT_EQ(yk::floatForKey(dictionary.get(), key.get(), 7.0f), row.floatValue);
+        EXPECT_DOUBLE_EQ(yk::doubleForKey(dictionary.get(), key.get(), 7.0), row.doubleValue);
+        EXPECT_EQ(yk::boolForKey(dictionary.get(), key.get(), true), row.boolValue);
+    }
+}
+
+TEST(DictionaryAdditions, GettersWithoutADefaultUseZero)
+{
+    auto dictionary = yk::Dictionary::dictionaryWithEntries({ { str("date"), yk::Date::date() } });
+    for (const char* key : { "date", "absent" }) {
+        auto k = str(key);
+        EXPECT_EQ(yk::shortForKey(dictionary.get(), k.get()), 0);
+        EXPECT_EQ(yk::unsignedIntForKey(dictionary.get(), k.get()), 0u);
+        EXPECT_EQ(yk::intForKey(dictionary.get(), k.get()), 0);
+        EXPECT_EQ(yk::doubleForKey(dictionary.get(), k.get()), 0.0);
+        EXPECT_FALSE(yk::boolForKey(dictionary.get(), k.get()));
+    }
+    // A null dictionary answers as an empty one.
+    EXPECT_EQ(yk::intForKey(nullptr, str("x").get(), 5), 5);
+}
+
+TEST(DictionaryAdditions, ObjectOfClassTestsTheKind)
+{
+    auto text = yk::MutableString::stringWithString(str("t").get());
+    auto dictionary = yk::Dictionary::dictionaryWithEntries({ { str("text"), text } });
+    EXPECT_EQ(yk::objectOfClass<yk::String>(dictionary.get(), str("text").get()).get(), dictionary->objectForKey("text").get());
+    EXPECT_FALSE(yk::objectOfClass<yk::Number>(dictionary.get(), str("text").get()));
+    EXPECT_FALSE(yk::objectOfClass<yk::String>(dictionary.get(), str("absent").get()));
+}
+
+TEST(DictionaryAdditions, ObjectForStringComparesKeysUnderTheOptions)
+{
+    // Keys of other classes are skipped; the first equal key in enumeration order wins.
+    auto dictionary = yk::make<yk::MutableDictionary>();
+    dictionary->setObject(str("number key"), yk::Number::numberWithInt(1));
+    dictionary->setObject(str("first"), str("Subject"));
+    dictionary->setObject(str("second"), str("SUBJECT"));
+    dictionary->setObject(str("decomposed"), str("Cafe\u0301"));
+
+    struct Row {
+        const char* asked;
+        yk::StringCompareOptions options;
+        const char* expected; // null: no key matches
+    } rows[] = {
+        { "Subject", 0, "first" },
+        { "SUBJECT", 0, "second" },
+        { "subject", 0, nullptr },
+        { "subject", yk::CaseInsensitiveSearch, "first" },
+        { "SUBJECT", yk::CaseInsensitiveSearch, "first" },
+        { "Subj", yk::CaseInsensitiveSearch, nullptr },
+        { "Café", 0, "decomposed" },
+        { "Café", yk::LiteralSearch, nullptr },
+        { "1", 0, nullptr },
+    };
+    for (const auto& row : rows) {
+        auto value = yk::objectForString(dictionary.get(), str(row.asked).get(), row.options);
+        EXPECT_EQ(describe(value.get()), row.expected ? row.expected : "(null)") << row.asked << " options " << row.options;
+    }
+    EXPECT_FALSE(yk::objectForString(yk::make<yk::Dictionary>().get(), str("a").get(), 0));
+}
+
+TEST(DictionaryAdditions, ObjectForStringWithNilLogsAndGivesNil)
+{
+    auto dictionary = yk::Dictionary::dictionaryWithEntries({ { str("a"), str("b") } });
+    Ref<yk::Object> value = str("sentinel");
+    auto messages = captureLog([&] { value = yk::objectForString(dictionary.get(), nullptr, 0); });
+    EXPECT_FALSE(value);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0], "-[Dictionary objectForString:options:] with nil");
+
+    auto mutableDictionary = dictionary->mutableCopy();
+    messages = captureLog([&] { (void)yk::objectForString(mutableDictionary.get(), nullptr, 0); });
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0], "-[MutableDictionary objectForString:options:] with nil");
+}
+
+TEST(DictionaryAdditions, EqualityExceptForKeys)
+{
+    auto base = yk::Dictionary::dictionaryWithEntries({ { str("a"), str("1") }, { str("b"), str("2") }, { str("date"), str("Mon") } });
+    auto otherDate = yk::Dictionary::dictionaryWithEntries({ { str("a"), str("1") }, { str("b"), str("2") }, { str("date"), str("Tue") } });
+    auto withoutDate = yk::Dictionary::dictionaryWithEntries({ { str("a"), str("1") }, { str("b"), str("2") } });
+    auto otherB = yk::Dictionary::dictionaryWithEntries({ { str("a"), str("1") }, { str("b"), str("3") }, { str("date"), str("Tue") } });
+    auto keys = [](std::initializer_list<const char*> names) {
+        std::vector<Ref<yk::Object>> objects;
+        for (const char* name : names)
+            objects.push_back(str(name));
+        return yk::make<yk::Array>(std::move(objects));
+    };
+
+    struct Row {
+        const char* name;
+        const yk::Dictionary* other;
+        Ref<yk::Array> keys; // null: compare the whole dictionaries
+        bool expected;
+    } rows[] = {
+        { "same, nil keys", base.get(), nullptr, true },
+        { "other date, nil keys", otherDate.get(), nullptr, false },
+        { "other date, ignoring date", otherDate.get(), keys({ "date" }), true },
+        { "missing date, ignoring date", withoutDate.get(), keys({ "date" }), true },
+        { "other date, keys neither holds", otherDate.get(), keys({ "x", "y" }), false },
+        { "same, keys neither holds", base.get(), keys({ "x" }), true },
+        { "other b and date, ignoring date", otherB.get(), keys({ "date" }), false },
+        { "other b and date, ignoring both", otherB.get(), keys({ "date", "b" }), true },
+        { "empty key list", otherDate.get(), keys({}), false },
+        { "nil other", nullptr, keys({ "date" }), false },
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(yk::isEqualToDictionaryExceptForKeys(base.get(), row.other, row.keys.get()), row.expected) << row.name;
+        if (!row.keys || row.keys->count() == 1) {
+            auto key = row.keys ? row.keys->objectAtIndex(0) : nullptr;
+            EXPECT_EQ(yk::isEqualToDictionaryExceptForKey(base.get(), row.other, key.get()), row.expected) << row.name;
+        }
+    }
+    // Neither dictionary is changed.
+    EXPECT_EQ(base->count(), 3u);
+    EXPECT_EQ(otherDate->count(), 3u);
+}
+
+TEST(DictionaryAdditions, ContainsCountAndGetObjectsAndKeys)
+{
+    auto one = yk::Number::numberWithInt(1);
+    auto dictionary = yk::Dictionary::dictionaryWithEntries({ { str("a"), one }, { str("b"), yk::Number::numberWithDouble(1.0) }, { str("c"), str("x") } });
+    EXPECT_TRUE(yk::YK_containsKey(dictionary.get(), str("a").get()));
+    EXPECT_FALSE(yk::YK_containsKey(dictionary.get(), str("z").get()));
+    EXPECT_TRUE(yk::YK_containsObject(dictionary.get(), str("x").get()));
+    EXPECT_FALSE(yk::YK_containsObject(dictionary.get(), str("a").get()));
+    EXPECT_EQ(yk::YK_countForKey(dictionary.get(), str("b").get()), 1u);
+    EXPECT_EQ(yk::YK_countForKey(dictionary.get(), str("z").get()), 0u);
+    EXPECT_EQ(yk::YK_countForObject(dictionary.get(), one.get()), 2u); // 1 and 1.0 are equal numbers
+    EXPECT_EQ(yk::YK_countForObject(dictionary.get(), nullptr), 0u);
+
+    std::vector<yk::Object*> objects(3), keys(3);
+    yk::YK_getObjects(dictionary.get(), objects, keys);
+    for (size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(dictionary->objectForKey(keys[i]).get(), objects[i]) << i;
+    std::vector<yk::Object*> keysOnly(3);
+    yk::YK_getObjects(dictionary.get(), {}, keysOnly);
+    EXPECT_EQ(keysOnly, keys);
+    std::vector<yk::Object*> tooSmall(2);
+    EXPECT_THROW(yk::YK_getObjects(dictionary.get(), tooSmall, {}), yk::Exception);
+}
+
+TEST(MutableDictionaryAdditions, SettersStoreNumbersOfTheirKind)
+{
+    auto dictionary = yk::make<yk::MutableDictionary>();
+    auto key = str("k");
+    struct Row {
+        const char* name;
+        std::function<void()> set;
+        yk::Number::Kind kind;
+        double value;
+    } rows[] = {
+        { "short", [&] { yk::setShort(dictionary.get(), -2, key.get()); }, yk::Number::Kind::Short, -2 },
+        { "unsigned short", [&] { yk::setUnsignedShort(dictionary.get(), 65535, key.get()); }, yk::Number::Kind::UnsignedShort, 65535 },
+        { "int", [&] { yk::setInt(dictionary.get(), -70000, key.get()); }, yk::Number::Kind::Int, -70000 },
+        { "unsigned int", [&] { yk::setUnsignedInt(dictionary.get(), 4000000000u, key.get()); }, yk::Number::Kind::UnsignedInt, 4e9 },
+        { "float", [&] { yk::setFloat(dictionary.get(), 0.5f, key.get()); }, yk::Number::Kind::Float, 0.5 },
+        { "double", [&] { yk::setDouble(dictionary.get(), 0.1, key.get()); }, yk::Number::Kind::Double, 0.1 },
+        { "bool", [&] { yk::setBool(dictionary.get(), true, key.get()); }, yk::Number::Kind::Bool, 1 },
+    };
+    for (const auto& row : rows) {
+        row.set();
+        auto number = yk::objectOfClass<yk::Number>(dictionary.get(), key.get());
+        ASSERT_TRUE(number) << row.name;
+        EXPECT_EQ(number->kind(), row.kind) << row.name;
+        EXPECT_EQ(number->doubleValue(), row.value) << row.name;
+        EXPECT_EQ(dictionary->count(), 1u);
+    }
+}
+
+TEST(MutableDictionaryAdditions, SettersWithANilKeyRaiseTheDictionarysOwnError)
+{
+    auto dictionary = yk::make<yk::MutableDictionary>();
+    std::string expected;
+    try {
+        dictionary->setObject(nullptr, nullptr);
+    } catch (const yk::Exception& e) {
+        expected = e.reason()->utf8();
+    }
+    ASSERT_FALSE(expected.empty());
+
+    std::function<void()> setters[] = {
+        [&] { yk::setShort(dictionary.get(), 1, nullptr); },
+        [&] { yk::setUnsignedShort(dictionary.get(), 1, nullptr); },
+        [&] { yk::setInt(dictionary.get(), 1, nullptr); },
+        [&] { yk::setUnsignedInt(dictionary.get(), 1, nullptr); },
+        [&] { yk::setFloat(dictionary.get(), 1, nullptr); },
+        [&] { yk::setDouble(dictionary.get(), 1, nullptr); },
+        [&] { yk::setBool(dictionary.get(), true, nullptr); },
+        [&] { yk::YK_addObject(dictionary.get(), str("v"), nullptr); },
+        [&] { yk::YK_replaceObject(dictionary.get(), nullptr, str("k").get()); },
+    };
+    for (size_t i = 0; i < std::size(setters); ++i) {
+        try {
+            setters[i]();
+            ADD_FAILURE() << "setter " << i << " did not raise";
+        } catch (const yk::Exception& e) {
+            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidArgumentException) << i;
+            EXPECT_EQ(e.reason()->utf8(), expected) << i;
+        }
+    }
+    EXPECT_EQ(dictionary->count(), 0u);
+}
+
+TEST(MutableDictionaryAdditions, AddOnlyWhenAbsentReplaceOnlyWhenPresent)
+{
+    auto dictionary = yk::make<yk::MutableDictionary>();
+    auto key = str("k");
+    yk::YK_replaceObject(dictionary.get(), str("replaced"), key.get());
+    EXPECT_EQ(dictionary->count(), 0u);
+    yk::YK_addObject(dictionary.get(), str("added"), key.get());
+    yk::YK_addObject(dictionary.get(), str("second add"), key.get());
+    EXPECT_EQ(describe(dictionary->objectForKey(key.get()).get()), "added");
+    yk::YK_replaceObject(dictionary.get(), str("replaced"), key.get());
+    EXPECT_EQ(describe(dictionary->objectForKey(key.get()).get()), "replaced");
+    EXPECT_EQ(dictionary->count(), 1u);
+}
+
+TEST(MutableDictionaryAdditions, CodingObjectsGoThroughTheArchiver)
+{
+    auto dictionary = yk::make<yk::MutableDictionary>();
+    auto value = yk::Array::arrayWithObjects({ str("a"), yk::Number::numberWithFloat(1.5f) });
+    yk::setCodingObject(dictionary.get(), value.get(), str("archived").get());
+    auto stored = dictionary->objectForKey("archived");
+    ASSERT_TRUE(stored && stored->isKindOfClass(yk::Data::staticClass()));
+
+    auto restored = yk::codingObjectForKey(dictionary.get(), str("archived").get());
+    ASSERT_TRUE(restored);
+    EXPECT_TRUE(restored->isEqual(value.get()));
+    EXPECT_NE(restored.get(), value.get());
+
+    dictionary->setObject(str("not data"), str("text"));
+    EXPECT_FALSE(yk::codingObjectForKey(dictionary.get(), str("text").get()));
+    EXPECT_FALSE(yk::codingObjectForKey(dictionary.get(), str("absent").get()));
+    dictionary->setObject(yk::Data::dataWithString("garbage"), str("garbage"));
+    EXPECT_THROW((void)yk::codingObjectForKey(dictionary.get(), str("garbage").get()), yk::Exception);
+}
