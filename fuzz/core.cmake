@@ -1,1 +1,2 @@
 # Fuzz targets for the core functions: yk_add_fuzzer(name source).
+yk_add_fuzzer(unarchiver_fuzzer UnarchiverFuzzer.cpp)
