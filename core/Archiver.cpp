@@ -34,6 +34,15 @@ uint64_t zigzag(int64_t value)
     return (static_cast<uint64_t>(value) << 1) ^ static_cast<uint64_t>(value >> 63);
 }
 
+// Keys whose equality and hash are cheap and cannot recurse, which the unarchiver can trust.
+bool isArchivableKey(const Object* key)
+{
+    return !dynamic_cast<const Coding*>(key)
+        && (key->isKindOfClass(String::staticClass()) || key->isKindOfClass(Number::staticClass())
+            || key->isKindOfClass(Data::staticClass()) || key->isKindOfClass(Date::staticClass())
+            || key->isKindOfClass(Null::staticClass()));
+}
+
 } // namespace
 
 Archiver::Archiver()
@@ -189,6 +198,9 @@ void Archiver::encodeValue(const Object* object)
         writeByte(object->isKindOfClass(MutableDictionary::staticClass()) ? TagMutableDictionary : TagDictionary);
         writeLength(entries.size());
         for (const auto& entry : entries) {
+            if (!isArchivableKey(entry.key.get()))
+                raise(NSInvalidArchiveOperationException, "*** -[Archiver encodeObject:]: a dictionary key of class %s; keys must be strings, numbers, data, dates or null",
+                    entry.key->classObject()->name().c_str());
             encodeValue(entry.key.get());
             encodeValue(entry.value.get());
         }

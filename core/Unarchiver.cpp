@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <string>
 #include <limits>
 
@@ -256,9 +257,13 @@ Ref<Object> Unarchiver::decodeValueWithTag(uint8_t tag, size_t tagOffset)
                                                                                : Number::numberWithUnsignedLongLong(value);
             break;
         }
-        case Number::Kind::Float:
-            result = Number::numberWithFloat(static_cast<float>(readDouble()));
+        case Number::Kind::Float: {
+            double value = readDouble();
+            if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max())
+                fail(ArchiveErrorCode::Malformed, "a float is out of the range of its kind", tagOffset);
+            result = Number::numberWithFloat(static_cast<float>(value));
             break;
+        }
         case Number::Kind::Double:
             result = Number::numberWithDouble(readDouble());
             break;

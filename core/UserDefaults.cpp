@@ -1,10 +1,10 @@
 #include <Yarkit/core/UserDefaults.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <system_error>
 
 #include <fcntl.h>
@@ -219,9 +219,10 @@ UserDefaults::UserDefaults(fs::path file, std::vector<std::string> arguments)
 
 UserDefaults::~UserDefaults()
 {
+    // Quietly: the shared defaults die during static destruction, when the log may be gone.
     std::lock_guard guard(_lock);
     if (_dirty)
-        writeFileLocked();
+        writeFileLocked(false);
 }
 
 void UserDefaults::readFileLocked()
@@ -240,7 +241,7 @@ void UserDefaults::readFileLocked()
     }).get());
 }
 
-bool UserDefaults::writeFileLocked()
+bool UserDefaults::writeFileLocked(bool reportFailure)
 {
     auto json = detail::jsonFromPropertyList(_persistentDomain.get());
     if (!json)
@@ -252,7 +253,8 @@ bool UserDefaults::writeFileLocked()
     std::string temporary = _path.string() + ".XXXXXX";
     int fd = mkstemp(temporary.data());
     if (fd < 0) {
-        log("UserDefaults: cannot write %s: %s", _path.c_str(), std::strerror(errno));
+        if (reportFailure)
+            log("UserDefaults: cannot write %s: %s", _path.c_str(), std::strerror(errno));
         return false;
     }
     size_t written = 0;
@@ -267,7 +269,8 @@ bool UserDefaults::writeFileLocked()
     bool ok = written == text.size() && ::fsync(fd) == 0;
     ok = ::close(fd) == 0 && ok;
     if (!ok || ::rename(temporary.c_str(), _path.c_str()) != 0) {
-        log("UserDefaults: cannot write %s: %s", _path.c_str(), std::strerror(errno));
+        if (reportFailure)
+            log("UserDefaults: cannot write %s: %s", _path.c_str(), std::strerror(errno));
         ::unlink(temporary.c_str());
         return false;
     }

@@ -241,6 +241,7 @@ TEST(Archiver, ObjectsThatCannotBeArchivedRaise)
     cyclic->addObject(cyclic);
     auto notCoding = yk::make<NotCoding>();
     auto range = yk::Value::valueWithRange({ 1, 1 });
+    auto arrayKey = yk::Dictionary::dictionaryWithEntries({ { yk::Array::arrayWithObjects({ str("k") }), str("v") } });
     Ref<yk::Object> deep = str("leaf");
     for (unsigned i = 0; i < yk::Unarchiver::maximumDepth + 1; ++i)
         deep = yk::Array::arrayWithObjects({ deep });
@@ -254,6 +255,7 @@ TEST(Archiver, ObjectsThatCannotBeArchivedRaise)
         { "not coding", notCoding.get(), "cannot archive an object of class NotCoding" },
         { "boxed range", range.get(), "class Value" },
         { "too deep", deep.get(), "nested more than 256 deep" },
+        { "array as a key", arrayKey.get(), "a dictionary key of class Array" },
     };
     for (const auto& row : rows) {
         try {
@@ -308,6 +310,7 @@ TEST(Unarchiver, MalformedArchivesGiveTheirError)
         { "unknown number kind", archive({ 0x02, 9, 0 }), Code::Malformed },
         { "boolean that is 2", archive({ 0x02, 0, 2 }), Code::Malformed },
         { "short out of range", archive({ 0x02, 1, 0x80, 0x80, 0x04 }), Code::Malformed },
+        { "float out of range", archive({ 0x02, 7, 0, 0, 0, 0, 0, 0, 0xF0, 0x7F - 0x10 }), Code::Malformed },
         { "overlong UTF-8", archive({ 0x03, 2, 0xC0, 0x80 }), Code::Malformed },
         { "surrogate pair in halves", archive({ 0x03, 6, 0xED, 0xA0, 0x80, 0xED, 0xB0, 0x80 }), Code::Malformed },
         { "nil in an array", archive({ 0x08, 1, 0x00 }), Code::Malformed },

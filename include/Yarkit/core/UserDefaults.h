@@ -118,7 +118,7 @@ public:
 private:
     Ref<Object> lookUp(const Object* key) const;
     void readFileLocked();
-    bool writeFileLocked();
+    bool writeFileLocked(bool reportFailure = true);
 
     const std::filesystem::path _path;
     mutable std::mutex _lock;
