@@ -8,11 +8,9 @@
 
 #include "core/RuntimeErrors.h"
 
-#include <cerrno>
-#include <climits>
-#include <cmath>
 #include <cstdarg>
-#include <cstdlib>
+#include <cstring>
+#include <limits>
 #include <memory>
 
 #include <locale.h>
@@ -21,8 +19,6 @@
 #include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
-#include <unicode/utf16.h>
-#include <unicode/utf8.h>
 
 namespace yk {
 
