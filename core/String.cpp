@@ -210,7 +210,17 @@ bool String::isEqualToString(const String* other) const
 
 bool String::isEqualToString(std::string_view utf8) const
 {
-    return _units == withUTF8(utf8)->_units;
+    // ASCII text, the usual case for names and keys, compares without converting.
+    if (utf8.size() != _units.size())
+        return utf8.size() > _units.size() && _units == withUTF8(utf8)->_units;
+    for (size_t i = 0; i < utf8.size(); ++i) {
+        auto byte = static_cast<unsigned char>(utf8[i]);
+        if (byte >= 0x80)
+            return _units == withUTF8(utf8)->_units;
+        if (_units[i] != byte)
+            return false;
+    }
+    return true;
 }
 
 bool String::hasPrefix(const String* prefix) const

@@ -182,6 +182,18 @@ TEST(String, PrefixSuffixAndEqualityAreLiteral)
     EXPECT_TRUE(text->isEqualToString("e\u0301tude"));
     EXPECT_FALSE(text->isEqualToString("étude"));
     EXPECT_FALSE(text->isEqualToString(static_cast<const String*>(nullptr)));
+
+    struct Case {
+        const char* string;
+        const char* utf8;
+        bool equal;
+    } cases[] = {
+        { "abc", "abc", true }, { "abc", "abd", false }, { "ab", "abc", false }, { "abc", "ab", false },
+        { "日本", "日本", true }, { "日本", "日本語", false }, { "Ã©", "Ã©", true }, { "ab", "Ã©", false },
+        { "", "", true },
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(str(c.string)->isEqualToString(std::string_view(c.utf8)), c.equal) << c.string << " vs " << c.utf8;
 }
 
 TEST(String, CharacterAccessAndSubstringsRaiseOutOfBounds)
