@@ -11,6 +11,7 @@
 #include <Yarkit/YPostLoadProcessor.h>
 #include <Yarkit/core/Array.h>
 #include <Yarkit/core/Class.h>
+#include <Yarkit/core/ComparisonResult.h>
 #include <Yarkit/core/Data.h>
 #include <Yarkit/core/Date.h>
 #include <Yarkit/core/Dictionary.h>
