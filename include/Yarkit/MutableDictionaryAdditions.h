@@ -22,11 +22,12 @@ void setFloat(MutableDictionary* dictionary, float value, const Object* key);
 void setDouble(MutableDictionary* dictionary, double value, const Object* key);
 void setBool(MutableDictionary* dictionary, bool value, const Object* key);
 
-// Stores object archived with yk::Archiver (null archives as nil). Raises
+// setCodingObject:forKey: stores object archived with yk::Archiver (null archives as nil). Raises
 // NSInvalidArchiveOperationException for a graph that cannot be archived.
 void setCodingObject(MutableDictionary* dictionary, const Object* object, const Object* key);
 
-// Adds the pair only when the key is absent / replaces the value only when the key is present.
+// YK_addObject:forKey: adds the pair only when the key is absent; YK_replaceObject:forKey:
+// replaces the value only when the key is present.
 // A null object or key raises NSInvalidArgumentException, as setObject does.
 void YK_addObject(MutableDictionary* dictionary, Ref<Object> object, const Object* key);
 void YK_replaceObject(MutableDictionary* dictionary, Ref<Object> object, const Object* key);

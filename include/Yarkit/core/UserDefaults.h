@@ -61,13 +61,14 @@ public:
     Ref<Object> objectForKey(const String* key) const;
     Ref<Object> objectForKey(std::string_view key) const;
 
-    // Stores an immutable copy of value in the application domain; a null value removes the
-    // key. Raises NSInvalidArgumentException for a null key, and
+    // setObject:forKey: stores an immutable copy of value in the application domain; a null
+    // value removes the key. Raises NSInvalidArgumentException for a null key, and
     // "Attempt to insert non-property list object <value> for key <key>" for values outside the
     // property-list kinds.
     void setObject(const Object* value, const String* key);
     void setObject(const Object* value, std::string_view key);
-    // Removes the key from the application domain; the other domains may still answer it.
+    // removeObjectForKey: removes the key from the application domain; the other domains may
+    // still answer it.
     void removeObject(const String* key);
     void removeObject(std::string_view key);
 
@@ -91,12 +92,12 @@ public:
     Ref<Dictionary> dictionaryForKey(const String* key) const;
     Ref<Dictionary> dictionaryForKey(std::string_view key) const;
 
-    // Typed writes into the application domain.
+    // setInteger:forKey:, setBool:forKey:, setDouble:forKey: into the application domain.
     void setInteger(int64_t value, std::string_view key);
     void setBool(bool value, std::string_view key);
     void setDouble(double value, std::string_view key);
 
-    // Adds the pairs to the registration domain (later registrations win); values must be
+    // registerDefaults: adds the pairs to the registration domain (later registrations win); values must be
     // property-list objects, as for setObject.
     void registerDefaults(const Dictionary* registrationDictionary);
 
@@ -106,7 +107,7 @@ public:
     // the file could not be written; the changes then stay unsaved.
     bool synchronize();
 
-    // Every key of every domain with the value the getters would answer.
+    // Every key of every domain with the value objectForKey would answer.
     Ref<Dictionary> dictionaryRepresentation() const;
     // The values of one domain.
     Ref<Dictionary> argumentDomain() const;
