@@ -73,6 +73,8 @@ Ref<Object> Unarchiver::unarchiveObjectWithData(const Data* data)
 
 Ref<Object> Unarchiver::unarchiveObjectWithData(const Data* data, Ref<Error>* error)
 {
+    if (error)
+        *error = nullptr;
     try {
         return unarchiveObjectWithData(data);
     } catch (const Exception& exception) {

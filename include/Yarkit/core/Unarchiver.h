@@ -54,7 +54,8 @@ public:
     [[nodiscard]] static Ref<Object> unarchiveObjectWithData(const Data* data);
     // The same without raising: null, and *error (when error is not null) set to an Error of
     // YKArchiveErrorDomain whose code is an ArchiveErrorCode and whose localized description
-    // is the reason. Exceptions that initWithCoder raises of its own still pass through.
+    // is the reason; *error is null after a success. Exceptions that initWithCoder raises of
+    // its own still pass through.
     [[nodiscard]] static Ref<Object> unarchiveObjectWithData(const Data* data, Ref<Error>* error);
 
     // For initWithCoder: each reads the next value, which must be of the same kind that
