@@ -87,21 +87,6 @@ TEST(DictionaryAdditions, TypedGettersReadNumbersAndStringsElseTheDefault)
     }
 }
 
-TEST(DictionaryAdditions, GettersWithoutADefaultUseZero)
-{
-    auto dictionary = yk::Dictionary::dictionaryWithEntries({ { str("date"), yk::Date::date() } });
-    for (const char* key : { "date", "absent" }) {
-        auto k = str(key);
-        EXPECT_EQ(yk::shortForKey(dictionary.get(), k.get()), 0);
-        EXPECT_EQ(yk::unsignedIntForKey(dictionary.get(), k.get()), 0u);
-        EXPECT_EQ(yk::intForKey(dictionary.get(), k.get()), 0);
-        EXPECT_EQ(yk::doubleForKey(dictionary.get(), k.get()), 0.0);
-        EXPECT_FALSE(yk::boolForKey(dictionary.get(), k.get()));
-    }
-    // A null dictionary answers as an empty one.
-    EXPECT_EQ(yk::intForKey(nullptr, str("x").get(), 5), 5);
-}
-
 TEST(DictionaryAdditions, ObjectOfClassTestsTheKind)
 {
     auto text = yk::MutableString::stringWithString(str("t").get());
@@ -109,6 +94,9 @@ TEST(DictionaryAdditions, ObjectOfClassTestsTheKind)
     EXPECT_EQ(yk::objectOfClass<yk::String>(dictionary.get(), str("text").get()).get(), dictionary->objectForKey("text").get());
     EXPECT_FALSE(yk::objectOfClass<yk::Number>(dictionary.get(), str("text").get()));
     EXPECT_FALSE(yk::objectOfClass<yk::String>(dictionary.get(), str("absent").get()));
+    // A null dictionary answers as an empty one.
+    EXPECT_FALSE(yk::objectOfClass<yk::String>(nullptr, str("text").get()));
+    EXPECT_EQ(yk::intForKey(nullptr, str("x").get(), 5), 5);
 }
 
 TEST(DictionaryAdditions, ObjectForStringComparesKeysUnderTheOptions)
