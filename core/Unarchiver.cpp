@@ -223,57 +223,9 @@ Ref<Object> Unarchiver::decodeValueWithTag(uint8_t tag, size_t tagOffset)
     case TagNull:
         result = Null::null();
         break;
-    case TagNumber: {
-        uint8_t kind = readByte();
-        switch (static_cast<Number::Kind>(kind)) {
-        case Number::Kind::Bool: {
-            uint8_t value = readByte();
-            if (value > 1)
-                fail(ArchiveErrorCode::Malformed, "a boolean is neither 0 nor 1", _offset - 1);
-            result = Number::numberWithBool(value);
-            break;
-        }
-        case Number::Kind::Short:
-        case Number::Kind::Int:
-        case Number::Kind::LongLong: {
-            int64_t value = unzigzag(readVarint());
-            bool fits = kind == static_cast<uint8_t>(Number::Kind::LongLong)
-                || (kind == static_cast<uint8_t>(Number::Kind::Int) ? value == static_cast<int32_t>(value) : value == static_cast<int16_t>(value));
-            if (!fits)
-                fail(ArchiveErrorCode::Malformed, "a number is out of the range of its kind", tagOffset);
-            result = kind == static_cast<uint8_t>(Number::Kind::Short) ? Number::numberWithShort(static_cast<int16_t>(value))
-                : kind == static_cast<uint8_t>(Number::Kind::Int)      ? Number::numberWithInt(static_cast<int32_t>(value))
-                                                                       : Number::numberWithLongLong(value);
-            break;
-        }
-        case Number::Kind::UnsignedShort:
-        case Number::Kind::UnsignedInt:
-        case Number::Kind::UnsignedLongLong: {
-            uint64_t value = readVarint();
-            bool fits = kind == static_cast<uint8_t>(Number::Kind::UnsignedLongLong)
-                || (kind == static_cast<uint8_t>(Number::Kind::UnsignedInt) ? value <= std::numeric_limits<uint32_t>::max() : value <= std::numeric_limits<uint16_t>::max());
-            if (!fits)
-                fail(ArchiveErrorCode::Malformed, "a number is out of the range of its kind", tagOffset);
-            result = kind == static_cast<uint8_t>(Number::Kind::UnsignedShort) ? Number::numberWithUnsignedShort(static_cast<uint16_t>(value))
-                : kind == static_cast<uint8_t>(Number::Kind::UnsignedInt)      ? Number::numberWithUnsignedInt(static_cast<uint32_t>(value))
-                                                                               : Number::numberWithUnsignedLongLong(value);
-            break;
-        }
-        case Number::Kind::Float: {
-            double value = readDouble();
-            if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max())
-                fail(ArchiveErrorCode::Malformed, "a float is out of the range of its kind", tagOffset);
-            result = Number::numberWithFloat(static_cast<float>(value));
-            break;
-        }
-        case Number::Kind::Double:
-            result = Number::numberWithDouble(readDouble());
-            break;
-        default:
-            fail(ArchiveErrorCode::Malformed, "unknown number kind", tagOffset + 1);
-        }
+    case TagNumber:
+        result = decodeNumber(tagOffset);
         break;
-    }
     case TagString:
     case TagMutableString: {
         auto bytes = readBytes(readLength(1));
@@ -347,6 +299,56 @@ Ref<Object> Unarchiver::decodeValueWithTag(uint8_t tag, size_t tagOffset)
     --_depth;
     _objects[slot] = result;
     return result;
+}
+
+Ref<Number> Unarchiver::decodeNumber(size_t tagOffset)
+{
+    using Kind = Number::Kind;
+    auto checkRange = [&](bool fits) {
+        if (!fits)
+            fail(ArchiveErrorCode::Malformed, "a number is out of the range of its kind", tagOffset);
+    };
+    switch (static_cast<Kind>(readByte())) {
+    case Kind::Bool: {
+        uint8_t value = readByte();
+        if (value > 1)
+            fail(ArchiveErrorCode::Malformed, "a boolean is neither 0 nor 1", _offset - 1);
+        return Number::numberWithBool(value);
+    }
+    case Kind::Short: {
+        int64_t value = unzigzag(readVarint());
+        checkRange(value == static_cast<int16_t>(value));
+        return Number::numberWithShort(static_cast<int16_t>(value));
+    }
+    case Kind::Int: {
+        int64_t value = unzigzag(readVarint());
+        checkRange(value == static_cast<int32_t>(value));
+        return Number::numberWithInt(static_cast<int32_t>(value));
+    }
+    case Kind::LongLong:
+        return Number::numberWithLongLong(unzigzag(readVarint()));
+    case Kind::UnsignedShort: {
+        uint64_t value = readVarint();
+        checkRange(value <= std::numeric_limits<uint16_t>::max());
+        return Number::numberWithUnsignedShort(static_cast<uint16_t>(value));
+    }
+    case Kind::UnsignedInt: {
+        uint64_t value = readVarint();
+        checkRange(value <= std::numeric_limits<uint32_t>::max());
+        return Number::numberWithUnsignedInt(static_cast<uint32_t>(value));
+    }
+    case Kind::UnsignedLongLong:
+        return Number::numberWithUnsignedLongLong(readVarint());
+    case Kind::Float: {
+        // Converting a double beyond the float range is undefined, so refuse it first.
+        double value = readDouble();
+        checkRange(!std::isfinite(value) || std::fabs(value) <= std::numeric_limits<float>::max());
+        return Number::numberWithFloat(static_cast<float>(value));
+    }
+    case Kind::Double:
+        return Number::numberWithDouble(readDouble());
+    }
+    fail(ArchiveErrorCode::Malformed, "unknown number kind", tagOffset + 1);
 }
 
 Class* Unarchiver::decodeClass()
@@ -444,18 +446,18 @@ const char* fieldName(uint8_t tag)
 
 } // namespace
 
-#define YK_EXPECT_FIELD(expected)                                                                           \
-    do {                                                                                                    \
-        size_t tagOffset = _offset;                                                                         \
-        uint8_t tag = peekByte();                                                                           \
-        if (tag != (expected))                                                                              \
-            fail(ArchiveErrorCode::TypeMismatch, std::string(fieldName(expected)) + " was asked for where the archive holds something else", tagOffset); \
-        ++_offset;                                                                                          \
-    } while (false)
+// Consumes the tag of the next field, which must be the expected one.
+void Unarchiver::expectField(uint8_t expected)
+{
+    size_t tagOffset = _offset;
+    if (peekByte() != expected)
+        fail(ArchiveErrorCode::TypeMismatch, std::string(fieldName(expected)) + " was asked for where the archive holds something else", tagOffset);
+    ++_offset;
+}
 
 bool Unarchiver::decodeBool()
 {
-    YK_EXPECT_FIELD(TagFieldBool);
+    expectField(TagFieldBool);
     uint8_t value = readByte();
     if (value > 1)
         fail(ArchiveErrorCode::Malformed, "a boolean is neither 0 nor 1", _offset - 1);
@@ -464,24 +466,22 @@ bool Unarchiver::decodeBool()
 
 int64_t Unarchiver::decodeInt()
 {
-    YK_EXPECT_FIELD(TagFieldInt);
+    expectField(TagFieldInt);
     return unzigzag(readVarint());
 }
 
 double Unarchiver::decodeDouble()
 {
-    YK_EXPECT_FIELD(TagFieldDouble);
+    expectField(TagFieldDouble);
     return readDouble();
 }
 
 std::vector<uint8_t> Unarchiver::decodeBytes()
 {
-    YK_EXPECT_FIELD(TagFieldBytes);
+    expectField(TagFieldBytes);
     auto bytes = readBytes(readLength(1));
     return { bytes.begin(), bytes.end() };
 }
-
-#undef YK_EXPECT_FIELD
 
 uint32_t Unarchiver::versionForClassName(std::string_view className) const
 {

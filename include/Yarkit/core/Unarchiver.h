@@ -13,6 +13,7 @@ namespace yk {
 
 class Data;
 class Error;
+class Number;
 
 // Raised for archives that cannot be read; its text is its name.
 extern const char NSInvalidUnarchiveOperationException[];
@@ -88,8 +89,10 @@ private:
     Ref<Object> decodeValue();
     Ref<Object> decodeValueWithTag(uint8_t tag, size_t tagOffset);
     Ref<Object> decodeCodingObject(size_t tagOffset);
+    Ref<Number> decodeNumber(size_t tagOffset);
     Class* decodeClass();
     void skipRemainingFields();
+    void expectField(uint8_t tag);
     void checkClass(const Object* object, const Class* cls);
 
     uint8_t readByte();
