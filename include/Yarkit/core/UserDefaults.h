@@ -43,8 +43,9 @@ public:
     // the current application name and environment.
     static void resetStandardUserDefaults();
 
-    // The program's name (the last component of argv[0]) unless overridden. Set it before the
-    // first standardUserDefaults(), or reset the shared defaults afterwards.
+    // The program's name (the last component of argv[0]) unless overridden; an empty name
+    // restores the program's. Set it before the first standardUserDefaults(), or reset the
+    // shared defaults afterwards.
     static std::string applicationName();
     static void setApplicationName(std::string name);
     // Where the application domain of an application lives.
