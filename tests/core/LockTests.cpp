@@ -52,7 +52,7 @@ TYPED_TEST(AnyLock, KeepsCountersExactUnderContention)
     // A plain int on purpose: without mutual exclusion increments are lost (and TSan reports).
     int counter = 0;
     constexpr int threads = 4;
-    constexpr int rounds = 5000;
+    constexpr int rounds = 2000;
     std::vector<std::thread> workers;
     for (int t = 0; t < threads; ++t) {
         workers.emplace_back([&] {

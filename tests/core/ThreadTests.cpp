@@ -1,0 +1,217 @@
+#include <Yarkit/core/Class.h>
+#include <Yarkit/core/ConditionLock.h>
+#include <Yarkit/core/Notification.h>
+#include <Yarkit/core/NotificationCenter.h>
+#include <Yarkit/core/String.h>
+#include <Yarkit/core/Thread.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// What a detached thread saw, written before it releases done (condition 1) and read after
+// the test took it. destroyed says when the thread let go of its target.
+struct Report {
+    yk::Ref<yk::ConditionLock> done = yk::make<yk::ConditionLock>(0);
+    std::string seenArgument;
+    bool ranOnMainThread { true };
+    bool sameObjectTwice { false };
+    bool multiThreaded { false };
+    yk::Thread* thread { nullptr };
+    std::atomic<bool> destroyed { false };
+};
+
+// A target for a detached thread: fills in the report.
+class Errand : public yk::Object {
+    YK_OBJECT(Errand, yk::Object)
+public:
+    explicit Errand(Report* report)
+        : report(report)
+    {
+    }
+    ~Errand() override { report->destroyed.store(true); }
+
+    void runWith(yk::String* text)
+    {
+        report->seenArgument = text ? text->utf8() : "(null)";
+        report->ranOnMainThread = yk::Thread::isMainThread();
+        report->thread = yk::Thread::currentThread();
+        report->sameObjectTwice = report->thread == yk::Thread::currentThread();
+        report->multiThreaded = yk::Thread::isMultiThreaded();
+        report->done->lock();
+        report->done->unlockWithCondition(1);
+    }
+    void run() { runWith(nullptr); }
+    void fail(yk::Object*) { throw std::runtime_error("errand failed"); }
+
+    Report* report;
+};
+
+YK_DEFINE_CLASS(Errand, [](yk::MethodListBuilder& c) {
+    c.method("runWith:", &Errand::runWith);
+    c.method("run", &Errand::run);
+    c.method("fail:", &Errand::fail);
+});
+
+bool waitFor(const std::atomic<bool>& flag)
+{
+    auto limit = std::chrono::steady_clock::now() + 10s;
+    while (!flag.load()) {
+        if (std::chrono::steady_clock::now() > limit)
+            return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+TEST(Thread, TheTestsRunOnTheThreadThatLoadedTheLibrary)
+{
+    EXPECT_TRUE(yk::Thread::isMainThread());
+    ASSERT_NE(yk::Thread::mainThread(), nullptr);
+    EXPECT_EQ(yk::Thread::mainThread(), yk::Thread::currentThread());
+
+    yk::Thread* other = nullptr;
+    bool otherIsMain = true;
+    bool stable = false;
+    std::thread([&] {
+        other = yk::Thread::currentThread();
+        stable = other == yk::Thread::currentThread();
+        otherIsMain = yk::Thread::isMainThread();
+    }).join();
+    EXPECT_NE(other, yk::Thread::mainThread());
+    EXPECT_TRUE(stable);
+    EXPECT_FALSE(otherIsMain);
+}
+
+TEST(Thread, DetachedThreadRunsTheSelectorAndKeepsTargetAndArgumentUntilItEnds)
+{
+    struct Row {
+        const char* selector;
+        const char* argument;
+        const char* seen;
+    };
+    const Row rows[] = {
+        { "runWith:", "日本語", "日本語" },
+        { "runWith:", nullptr, "(null)" },
+        { "run", "ignored", "(null)" },
+    };
+    for (const Row& row : rows) {
+        Report report;
+        // Hold the thread at its first lock until the test has dropped its own references.
+        report.done->lock();
+        {
+            auto errand = yk::make<Errand>(&report);
+            auto argument = row.argument ? yk::String::withUTF8(row.argument) : nullptr;
+            yk::Thread::detachNewThreadSelector(row.selector, errand.get(), argument.get());
+        }
+        EXPECT_FALSE(report.destroyed.load()) << row.selector;
+        report.done->unlock();
+        report.done->lockWhenCondition(1);
+        EXPECT_EQ(report.seenArgument, row.seen) << row.selector;
+        EXPECT_FALSE(report.ranOnMainThread);
+        EXPECT_TRUE(report.sameObjectTwice);
+        EXPECT_TRUE(report.multiThreaded);
+        EXPECT_NE(report.thread, yk::Thread::mainThread());
+        report.done->unlock();
+        EXPECT_TRUE(waitFor(report.destroyed)) << row.selector;
+    }
+}
+
+TEST(Thread, AnExceptionEscapingTheMethodIsLoggedAndEndsOnlyItsThread)
+{
+    Report report;
+    testing::internal::CaptureStderr();
+    yk::Thread::detachNewThreadSelector("fail:", yk::make<Errand>(&report).get(), nullptr);
+    ASSERT_TRUE(waitFor(report.destroyed));
+    std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_NE(log.find("-[Errand fail:] on a detached thread raised an exception.  Ignored.  Exception: errand failed"), std::string::npos) << log;
+}
+
+TEST(Thread, RefusesATargetThatDoesNotRespond)
+{
+    Report report;
+    auto errand = yk::make<Errand>(&report);
+    EXPECT_THROW(yk::Thread::detachNewThreadSelector("noSuchMethod:", errand.get(), nullptr), std::exception);
+    EXPECT_THROW(yk::Thread::detachNewThreadSelector("run", nullptr, nullptr), std::exception);
+}
+
+// Counts the announcements of the first detached thread.
+class MultiThreadingListener : public yk::Object {
+    YK_OBJECT(MultiThreadingListener, yk::Object)
+public:
+    void willBecomeMultiThreaded(yk::Notification* notification)
+    {
+        ++count;
+        hadObject = notification->object() != nullptr;
+    }
+    int count { 0 };
+    bool hadObject { false };
+};
+
+YK_DEFINE_CLASS(MultiThreadingListener, [](yk::MethodListBuilder& c) {
+    c.method("willBecomeMultiThreaded:", &MultiThreadingListener::willBecomeMultiThreaded);
+});
+
+TEST(Thread, AnnouncesTheFirstDetachedThreadOnce)
+{
+    // Other tests may have detached threads already; then nothing more is announced.
+    const bool wasMultiThreaded = yk::Thread::isMultiThreaded();
+    auto listener = yk::make<MultiThreadingListener>();
+    auto* center = yk::NotificationCenter::defaultCenter();
+    center->addObserver(listener.get(), "willBecomeMultiThreaded:", yk::NSWillBecomeMultiThreadedNotification, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        Report report;
+        yk::Thread::detachNewThreadSelector("run", yk::make<Errand>(&report).get(), nullptr);
+        ASSERT_TRUE(waitFor(report.destroyed));
+    }
+    center->removeObserver(listener.get());
+    EXPECT_EQ(listener->count, wasMultiThreaded ? 0 : 1);
+    EXPECT_FALSE(listener->hadObject);
+    EXPECT_TRUE(yk::Thread::isMultiThreaded());
+}
+
+TEST(Thread, SleepsForTheIntervalOrNotAtAll)
+{
+    struct Row {
+        double seconds;
+        std::chrono::milliseconds atLeast;
+        std::chrono::milliseconds below;
+    };
+    const Row rows[] = {
+        { 0.03, 30ms, 5000ms },
+        { 0, 0ms, 1000ms },
+        { -1, 0ms, 1000ms },
+        { std::numeric_limits<double>::quiet_NaN(), 0ms, 1000ms },
+    };
+    for (const Row& row : rows) {
+        auto start = std::chrono::steady_clock::now();
+        yk::Thread::sleepForTimeInterval(row.seconds);
+        auto slept = std::chrono::steady_clock::now() - start;
+        EXPECT_GE(slept, row.atLeast) << row.seconds;
+        EXPECT_LT(slept, row.below) << row.seconds;
+    }
+}
+
+TEST(Thread, NameIsPerThreadObject)
+{
+    auto* main = yk::Thread::currentThread();
+    EXPECT_EQ(main->name(), nullptr);
+    main->setName(yk::String::withUTF8("main"));
+    yk::Ref<yk::String> otherName;
+    std::thread([&] { otherName = yk::Thread::currentThread()->name(); }).join();
+    EXPECT_EQ(otherName, nullptr);
+    EXPECT_EQ(main->name()->utf8(), "main");
+    main->setName(nullptr);
+}
+
+} // namespace
