@@ -53,6 +53,8 @@ public:
     Ref<String> description() const override;
 
 protected:
+    friend class MutableData;
+
     std::shared_ptr<std::vector<uint8_t>> _storage;
     uint32_t _offset { 0 };
     uint32_t _length { 0 };

@@ -1,13 +1,12 @@
 #pragma once
 
+#include <Yarkit/core/Dictionary.h>
 #include <Yarkit/core/Object.h>
+#include <Yarkit/core/String.h>
 
 #include <cstdint>
 
 namespace yk {
-
-class Dictionary;
-class String;
 
 // Error domains and user-info keys, with their names as their text (NSLocalizedDescriptionKey
 // is "NSLocalizedDescription", NSFilePathErrorKey is "NSFilePath", NSUnderlyingErrorKey is

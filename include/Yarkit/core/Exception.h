@@ -1,6 +1,8 @@
 #pragma once
 
+#include <Yarkit/core/Dictionary.h>
 #include <Yarkit/core/Object.h>
+#include <Yarkit/core/String.h>
 
 #include <cstdint>
 #include <exception>
@@ -11,8 +13,6 @@
 namespace yk {
 
 class Array;
-class Dictionary;
-class String;
 
 // The standard exception names, with their names as their text.
 extern const char NSInvalidArgumentException[];
@@ -29,8 +29,9 @@ extern const char NSGenericException[];
 // caught exception must be copied with copy() before it is kept in a Ref (a Ref to the caught
 // object itself would dangle). what() is the reason in UTF-8.
 //
-// Subclasses override raise() and copy() so that the thrown and copied objects keep their class:
-//     [[noreturn]] void raise() override { captureBacktrace(); throw *this; }
+// Subclasses override throwCopy() and copy() so that the thrown and copied objects keep their
+// class:
+//     [[noreturn]] void throwCopy() const override { throw *this; }
 class Exception : public Object, public std::exception {
     YK_OBJECT(Exception, Object)
 public:
@@ -44,8 +45,8 @@ public:
     // The same from UTF-8 text; a null reason is no reason.
     [[nodiscard]] static Ref<Exception> exceptionWithName(const char* name, const char* reason, Ref<Dictionary> userInfo = nullptr);
 
-    // Records the caller's stack, then throws a copy of this exception.
-    [[noreturn]] virtual void raise();
+    // Records the caller's stack, then throws a copy of this exception (throwCopy).
+    [[noreturn]] void raise();
     // A new object equal to this one, safe to keep after the handler ends.
     [[nodiscard]] virtual Ref<Exception> copy() const;
 
@@ -66,7 +67,9 @@ public:
     Ref<String> description() const override;
 
 protected:
-    // Records the current call stack (skipping the capturing frames) into backtrace().
+    // Throws a copy of this exception of this exception's own class; never returns.
+    [[noreturn]] virtual void throwCopy() const;
+    // Records the current call stack (skipping the capturing frame) into backtrace().
     void captureBacktrace();
 
 private:

@@ -5,7 +5,9 @@
 namespace yk {
 
 // Data that can be changed in place. Not safe to change while another thread reads it.
-// Pointers from bytes() and mutableBytes() stay valid until the next change of length.
+// Pointers from bytes() and mutableBytes() stay valid until the next change of length; write
+// through mutableBytes() only before taking a copy, which shares the buffer until the next
+// change made through a method.
 class MutableData : public Data {
     YK_OBJECT(MutableData, Data)
 public:

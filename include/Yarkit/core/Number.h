@@ -18,10 +18,8 @@ class Number : public Object {
 public:
     enum class Kind : uint8_t { Bool, Short, UnsignedShort, Int, UnsignedInt, LongLong, UnsignedLongLong, Float, Double };
 
-    Number()
-        : Number(Kind::Int, 0)
-    {
-    }
+    // The int 0.
+    Number() = default;
 
     [[nodiscard]] static Ref<Number> numberWithBool(bool value);
     [[nodiscard]] static Ref<Number> numberWithShort(int16_t value);
@@ -63,15 +61,14 @@ public:
     Ref<String> description() const override;
 
 private:
-    Number(Kind kind, int64_t value)
-        : _kind(kind)
-        , _signed(value)
-    {
-    }
+    template <typename T>
+    T convertedTo() const;
 
-    Kind _kind;
+    Kind _kind { Kind::Int };
+    // Bool, Short, UnsignedShort, Int and LongLong use _signed; UnsignedInt and
+    // UnsignedLongLong _unsigned; Float and Double _double (a float widens exactly).
     union {
-        int64_t _signed;
+        int64_t _signed { 0 };
         uint64_t _unsigned;
         double _double;
     };

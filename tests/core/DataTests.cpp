@@ -1,0 +1,95 @@
+#include "CoreTestSupport.h"
+
+#include <Yarkit/core/MutableData.h>
+
+#include <gtest/gtest.h>
+
+using namespace yk;
+using yk::test::expectRaise;
+
+TEST(Data, SubdataSharesTheBuffer)
+{
+    auto data = Data::dataWithString("Hello, mail");
+    Ref<Data> sub = data->subdataWithRange({ 7, 4 });
+    EXPECT_EQ(sub->stringView(), "mail");
+    EXPECT_EQ(sub->bytes(), data->bytes() + 7);
+    Ref<Data> subsub = sub->subdataWithRange({ 1, 2 });
+    EXPECT_EQ(subsub->stringView(), "ai");
+    EXPECT_EQ(subsub->bytes(), data->bytes() + 8);
+    EXPECT_EQ(data->subdataWithRange({ 11, 0 })->length(), 0u);
+    EXPECT_EQ(data->copy().get(), data.get());
+    data = nullptr; // the subdata keeps the buffer alive
+    EXPECT_EQ(subsub->stringView(), "ai");
+}
+
+TEST(Data, RangesOutsideTheBytesRaise)
+{
+    auto data = Data::dataWithString("abc");
+    auto mutableData = MutableData::dataWithLength(2);
+    char buffer[4];
+    struct Case {
+        std::function<void()> body;
+        const char* reason;
+    } cases[] = {
+        { [&] { (void)data->subdataWithRange({ 2, 2 }); }, "*** -[Data subdataWithRange:]: Range or index out of bounds" },
+        { [&] { (void)data->subdataWithRange({ 4, 0 }); }, "*** -[Data subdataWithRange:]: Range or index out of bounds" },
+        { [&] { (void)data->subdataWithRange({ 1, 0xFFFFFFFFu }); }, "*** -[Data subdataWithRange:]: Range or index out of bounds" },
+        { [&] { data->getBytes(buffer, { 0, 4 }); }, "*** -[Data getBytes:range:]: Range or index out of bounds" },
+        { [&] { mutableData->resetBytesInRange({ 1, 2 }); }, "*** -[MutableData resetBytesInRange:]: Range or index out of bounds" },
+        { [&] { mutableData->replaceBytesInRange({ 3, 0 }, "x", 1); }, "*** -[MutableData replaceBytesInRange:withBytes:length:]: Range or index out of bounds" },
+    };
+    for (const auto& c : cases)
+        expectRaise(c.body, NSRangeException, c.reason);
+}
+
+TEST(MutableData, ChangesDoNotReachSharedCopies)
+{
+    auto original = Data::dataWithString("abcdef");
+    Ref<MutableData> editable = original->mutableCopy();
+    Ref<Data> snapshot = editable->copy();
+    Ref<Data> slice = editable->subdataWithRange({ 0, 3 });
+    editable->replaceBytesInRange({ 0, 1 }, "X");
+    editable->appendBytes("gh", 2);
+    EXPECT_EQ(editable->stringView(), "Xbcdefgh");
+    EXPECT_EQ(original->stringView(), "abcdef");
+    EXPECT_EQ(snapshot->stringView(), "abcdef");
+    EXPECT_EQ(slice->stringView(), "abc");
+}
+
+TEST(MutableData, EditingOperations)
+{
+    auto data = MutableData::dataWithCapacity(8);
+    data->appendBytes("0123456789", 10);
+    struct Step {
+        std::function<void()> edit;
+        std::string expected;
+    } steps[] = {
+        { [&] { data->replaceBytesInRange({ 2, 3 }, "ab", 2); }, "01ab56789" },
+        { [&] { data->replaceBytesInRange({ 0, 0 }, "<", 1); }, "<01ab56789" },
+        { [&] { data->replaceBytesInRange({ 9, 1 }, nullptr, 0); }, "<01ab5678" },
+        { [&] { data->resetBytesInRange({ 1, 2 }); }, std::string("<\0\0ab5678", 9) },
+        { [&] { data->setLength(3); }, std::string("<\0\0", 3) },
+        { [&] { data->increaseLengthBy(2); }, std::string("<\0\0\0\0", 5) },
+        { [&] { data->setData(Data::dataWithString("new").get()); }, "new" },
+        { [&] { data->appendData(data.get()); }, "newnew" },
+        { [&] { data->appendBytes(data->bytes() + 1, 2); }, "newnewew" },
+        { [&] { data->setLength(0); }, "" },
+    };
+    for (size_t i = 0; i < std::size(steps); ++i) {
+        steps[i].edit();
+        EXPECT_EQ(std::string(data->stringView()), steps[i].expected) << "step " << i;
+    }
+}
+
+TEST(Data, EqualityHashAndDescription)
+{
+    auto a = Data::dataWithString("Hello");
+    auto b = MutableData::dataWithBytes("Hello", 5);
+    EXPECT_TRUE(a->isEqual(b.get()));
+    EXPECT_EQ(a->hash(), b->hash());
+    EXPECT_TRUE(a->isEqual(Data::dataWithString("xHellox")->subdataWithRange({ 1, 5 }).get()));
+    EXPECT_FALSE(a->isEqual(Data::dataWithString("Hellp").get()));
+    EXPECT_EQ(a->description()->utf8(), "<48656c6c 6f>");
+    EXPECT_EQ(make<Data>()->description()->utf8(), "<>");
+    EXPECT_EQ(MutableData::dataWithLength(4)->description()->utf8(), "<00000000>");
+}

@@ -1,0 +1,138 @@
+#include "CoreTestSupport.h"
+
+#include <Yarkit/core/Array.h>
+#include <Yarkit/core/Class.h>
+#include <Yarkit/core/Error.h>
+#include <Yarkit/core/MutableDictionary.h>
+#include <Yarkit/core/Number.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+
+using namespace yk;
+using yk::test::str;
+
+namespace {
+
+// A subclass keeps its class through raise() and copy().
+class CustomException : public Exception {
+    YK_OBJECT(CustomException, Exception)
+public:
+    using Exception::Exception;
+    Ref<Exception> copy() const override { return make<CustomException>(*this); }
+
+protected:
+    [[noreturn]] void throwCopy() const override { throw *this; }
+};
+
+YK_DEFINE_CLASS(CustomException);
+
+} // namespace
+
+TEST(Exception, NamesHaveTheirNamesAsText)
+{
+    EXPECT_STREQ(NSInvalidArgumentException, "NSInvalidArgumentException");
+    EXPECT_STREQ(NSRangeException, "NSRangeException");
+    EXPECT_STREQ(NSInternalInconsistencyException, "NSInternalInconsistencyException");
+    EXPECT_STREQ(NSGenericException, "NSGenericException");
+    EXPECT_STREQ(NSPOSIXErrorDomain, "NSPOSIXErrorDomain");
+}
+
+TEST(Exception, RaiseFormatsTheReasonAndRecordsTheStack)
+{
+    try {
+        yk::raise(NSGenericException, "subclass %s (%s) should override %s", "YJob", "YJob", "run");
+        FAIL() << "raise returned";
+    } catch (const std::exception& e) {
+        // Any C++ handler for std::exception sees the reason.
+        EXPECT_STREQ(e.what(), "subclass YJob (YJob) should override run");
+        const auto* exception = dynamic_cast<const Exception*>(&e);
+        ASSERT_TRUE(exception);
+        EXPECT_TRUE(exception->name()->isEqualToString(NSGenericException));
+        EXPECT_FALSE(exception->backtrace().empty());
+        Ref<Array> addresses = exception->callStackReturnAddresses();
+        ASSERT_TRUE(addresses);
+        EXPECT_EQ(addresses->count(), exception->backtrace().size());
+        EXPECT_TRUE(addresses->objectAtIndex(0)->isKindOfClass(Number::staticClass()));
+    }
+    auto unraised = Exception::exceptionWithName(NSRangeException, "r");
+    EXPECT_TRUE(unraised->backtrace().empty());
+    EXPECT_FALSE(unraised->callStackReturnAddresses());
+}
+
+TEST(Exception, ACaughtExceptionIsKeptThroughCopy)
+{
+    auto previous = Exception::exceptionWithName(NSRangeException, "inner");
+    auto userInfo = make<MutableDictionary>();
+    userInfo->setObject(previous, str("PreviousException"));
+    Ref<Exception> kept;
+    try {
+        Exception::exceptionWithName(str("Outer"), str("outer"), userInfo)->raise();
+    } catch (const Exception& e) {
+        kept = e.copy();
+        EXPECT_EQ(kept->retainCount(), 1u);
+    }
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->name()->utf8(), "Outer");
+    EXPECT_EQ(kept->description()->utf8(), "outer");
+    EXPECT_FALSE(kept->backtrace().empty());
+    EXPECT_EQ(kept->userInfo()->objectForKey("PreviousException").get(), previous.get());
+}
+
+TEST(Exception, SubclassesKeepTheirClassWhenRaisedAndCopied)
+{
+    auto custom = make<CustomException>(str("Custom"), str("why"));
+    try {
+        custom->raise();
+    } catch (const CustomException& e) {
+        EXPECT_TRUE(e.copy()->isMemberOfClass(CustomException::staticClass()));
+        EXPECT_FALSE(e.backtrace().empty());
+        return;
+    } catch (...) {
+    }
+    FAIL() << "the subclass was not thrown";
+}
+
+TEST(Exception, NullNameAndFormat)
+{
+    try {
+        yk::raise(NSInternalInconsistencyException, nullptr);
+    } catch (const Exception& e) {
+        EXPECT_STREQ(e.what(), "");
+        ASSERT_TRUE(e.reason());
+        EXPECT_EQ(e.reason()->length(), 0u);
+    }
+    auto nameless = Exception::exceptionWithName(nullptr, nullptr);
+    EXPECT_FALSE(nameless->name());
+    EXPECT_FALSE(nameless->description());
+}
+
+TEST(Exception, RuntimeErrorsRaiseNamedExceptions)
+{
+    auto receiver = str("x");
+    try {
+        (void)receiver->performSelector("noSuchMethod");
+        FAIL() << "no exception";
+    } catch (const Exception& e) {
+        EXPECT_EQ(e.name()->utf8(), NSInvalidArgumentException);
+    }
+}
+
+TEST(Error, DomainCodeAndDescriptions)
+{
+    auto error = Error::posixError(ENOENT);
+    EXPECT_TRUE(error->domain()->isEqualToString(NSPOSIXErrorDomain));
+    EXPECT_EQ(error->code(), ENOENT);
+    EXPECT_EQ(error->localizedDescription()->utf8(), std::strerror(ENOENT));
+    EXPECT_TRUE(error->isEqual(Error::errorWithDomain(NSPOSIXErrorDomain, ENOENT).get()));
+    EXPECT_FALSE(error->isEqual(Error::posixError(EACCES).get()));
+
+    auto described = Error::errorWithDomain("YKTest", 7,
+        Dictionary::dictionaryWithEntries({ { str(NSLocalizedDescriptionKey), str("説明") } }));
+    EXPECT_EQ(described->localizedDescription()->utf8(), "説明");
+    EXPECT_EQ(described->description()->utf8(), "Error Domain=YKTest Code=7 \"説明\"");
+    EXPECT_EQ(Error::errorWithDomain("YKTest", 7)->localizedDescription()->utf8(),
+        "The operation couldn\u2019t be completed. (YKTest error 7.)");
+}

@@ -1,0 +1,133 @@
+#include "CoreTestSupport.h"
+
+#include <Yarkit/core/Data.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using namespace yk;
+using yk::test::str;
+
+namespace {
+
+std::string hex(const Data* data)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (uint8_t byte : data->span()) {
+        text += digits[byte >> 4];
+        text += digits[byte & 0xF];
+    }
+    return text;
+}
+
+std::string bytesOfHex(const std::string& hexText)
+{
+    std::string bytes;
+    for (size_t i = 0; i + 1 < hexText.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hexText.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+} // namespace
+
+// Expected bytes are Python's codecs (shift_jis, cp932, euc_jp, iso2022_jp, latin-1,
+// mac_roman, cp1252, utf-16-be, utf-16-le), an implementation independent of ICU.
+TEST(StringEncoding, ConversionsAgreeWithPythonCodecs)
+{
+    struct Case {
+        CFStringEncoding encoding;
+        const char* text;
+        const char* bytes;
+    } cases[] = {
+        { kCFStringEncodingShiftJIS, "日本語のメール、テスト。ABC", "93fa967b8cea82cc8381815b838b81418365835883678142414243" },
+        { kCFStringEncodingDOSJapanese, "日本語のメール、テスト。ABC ①Ⅱ", "93fa967b8cea82cc8381815b838b814183658358836781424142432087408755" },
+        { kCFStringEncodingEUC_JP, "日本語のメール、テスト。ABC", "c6fccbdcb8eca4cea5e1a1bca5eba1a2a5c6a5b9a5c8a1a3414243" },
+        { kCFStringEncodingISO_2022_JP, "日本語のメール、テスト。ABC", "1b2442467c4b5c386c244e2561213c256b212225462539254821231b2842414243" },
+        { kCFStringEncodingISOLatin1, "Grüße", "4772fcdf65" },
+        { kCFStringEncodingMacRoman, "Grüße", "47729fa765" },
+        { kCFStringEncodingWindowsLatin1, "Grüße €", "4772fcdf652080" },
+        { kCFStringEncodingUTF16BE, "日本 ①", "65e5672c00202460" },
+        { kCFStringEncodingUTF16LE, "日本 ①", "e5652c6720006024" },
+        { kCFStringEncodingUTF8, "日本", "e697a5e69cac" },
+        { kCFStringEncodingASCII, "mail", "6d61696c" },
+    };
+    for (const auto& c : cases) {
+        auto text = str(c.text);
+        Ref<Data> data = text->dataUsingEncoding(c.encoding);
+        ASSERT_TRUE(data) << c.text << " in " << stringEncodingName(c.encoding);
+        EXPECT_EQ(hex(data.get()), c.bytes) << c.text << " in " << stringEncodingName(c.encoding);
+        std::string bytes = bytesOfHex(c.bytes);
+        Ref<String> decoded = String::stringWithBytes(bytes.data(), bytes.size(), c.encoding);
+        ASSERT_TRUE(decoded) << c.text << " from " << stringEncodingName(c.encoding);
+        EXPECT_EQ(decoded->utf8(), c.text) << stringEncodingName(c.encoding);
+    }
+}
+
+TEST(StringEncoding, DecodingIsStrict)
+{
+    struct Case {
+        CFStringEncoding encoding;
+        std::string bytes;
+    } cases[] = {
+        { kCFStringEncodingUTF8, "ab\xC3" }, // truncated
+        { kCFStringEncodingUTF8, "\xFF" },
+        { kCFStringEncodingASCII, "caf\xE9" },
+        { kCFStringEncodingShiftJIS, "\x93" }, // a lead byte alone
+        { kCFStringEncodingShiftJIS, "\x81\x20" }, // a lead byte with an invalid trail byte
+        { kCFStringEncodingEUC_JP, "\xA4" },
+        { kCFStringEncodingEUC_JP, "\xA4\x41" },
+        { kCFStringEncodingISO_2022_JP, "\x1B$B\x7F\x7F\x1B(B" },
+        { kCFStringEncodingUTF16BE, std::string("\x00", 1) }, // odd length
+        { kCFStringEncodingUTF16BE, std::string("\xD8\x00\x00\x41", 4) }, // unpaired surrogate
+    };
+    for (const auto& c : cases) {
+        EXPECT_FALSE(String::stringWithBytes(c.bytes.data(), c.bytes.size(), c.encoding))
+            << stringEncodingName(c.encoding) << " case of " << c.bytes.size() << " bytes";
+    }
+    // An encoding without a converter yields null too.
+    EXPECT_FALSE(String::stringWithBytes("a", 1, kCFStringEncodingMacJapanese));
+    EXPECT_FALSE(String::stringWithBytes("a", 1, kCFStringEncodingInvalidId));
+    Ref<String> empty = String::stringWithBytes("", 0, kCFStringEncodingShiftJIS);
+    ASSERT_TRUE(empty);
+    EXPECT_EQ(empty->length(), 0u);
+}
+
+TEST(StringEncoding, UnrepresentableCharactersFailUnlessLossy)
+{
+    struct Case {
+        CFStringEncoding encoding;
+        const char* text;
+        const char* lossyBytes;
+    } cases[] = {
+        { kCFStringEncodingASCII, "café", "6361663f" },
+        { kCFStringEncodingISOLatin1, "日a", "3f61" },
+        { kCFStringEncodingEUC_JP, "a😀", "613f" },
+        { kCFStringEncodingShiftJIS, "😀", "3f" },
+    };
+    for (const auto& c : cases) {
+        auto text = str(c.text);
+        EXPECT_FALSE(text->dataUsingEncoding(c.encoding)) << c.text << " in " << stringEncodingName(c.encoding);
+        EXPECT_FALSE(text->canBeConvertedToEncoding(c.encoding)) << c.text;
+        Ref<Data> lossy = text->dataUsingEncoding(c.encoding, true);
+        ASSERT_TRUE(lossy) << c.text;
+        EXPECT_EQ(hex(lossy.get()), c.lossyBytes) << c.text << " in " << stringEncodingName(c.encoding);
+    }
+    // A lone surrogate cannot be written as UTF-8.
+    auto broken = make<String>(std::u16string(1, u'\xD800'));
+    EXPECT_FALSE(broken->dataUsingEncoding(kCFStringEncodingUTF8));
+    EXPECT_TRUE(str("mail")->canBeConvertedToEncoding(kCFStringEncodingISO_2022_JP));
+}
+
+TEST(StringEncoding, StringWithDataUsesTheDataBytes)
+{
+    auto data = Data::dataWithString("\x93\xfa\x96\x7b");
+    Ref<String> text = String::stringWithData(data.get(), kCFStringEncodingShiftJIS);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->utf8(), "日本");
+    // A subdata that shares the buffer decodes only its own bytes.
+    Ref<String> second = String::stringWithData(data->subdataWithRange({ 2, 2 }).get(), kCFStringEncodingShiftJIS);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->utf8(), "本");
+}

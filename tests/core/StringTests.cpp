@@ -1,0 +1,434 @@
+#include "CoreTestSupport.h"
+
+#include <Yarkit/core/Array.h>
+#include <Yarkit/core/MutableString.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include <unicode/normalizer2.h>
+#include <unicode/unistr.h>
+#include <unicode/unorm.h>
+
+using namespace yk;
+using yk::test::expectRaise;
+using yk::test::str;
+
+namespace {
+
+int sign(int value)
+{
+    return (value > 0) - (value < 0);
+}
+
+icu::UnicodeString icuString(const String& s)
+{
+    return icu::UnicodeString(s.units().data(), static_cast<int32_t>(s.length()));
+}
+
+// ICU's own answer to an ordering under the options (not numeric): canonical caseless
+// comparison through unorm_compare, or code-unit comparison with caseCompare when literal.
+int icuOrder(const String& a, const String& b, StringCompareOptions options)
+{
+    icu::UnicodeString x = icuString(a);
+    icu::UnicodeString y = icuString(b);
+    const bool caseless = options & CaseInsensitiveSearch;
+    if (options & LiteralSearch)
+        return sign(caseless ? x.caseCompare(y, U_FOLD_CASE_DEFAULT) : x.compare(y));
+    UErrorCode status = U_ZERO_ERROR;
+    uint32_t flags = U_COMPARE_CODE_POINT_ORDER | (caseless ? U_COMPARE_IGNORE_CASE : 0);
+    int result = unorm_compare(x.getBuffer(), x.length(), y.getBuffer(), y.length(), flags, &status);
+    EXPECT_TRUE(U_SUCCESS(status));
+    return sign(result);
+}
+
+} // namespace
+
+TEST(String, CompareAgreesWithICUUnderEveryOption)
+{
+    const char* words[] = {
+        "", "a", "A", "ab", "abc", "ABC", "b", "é", "e\u0301", "E\u0301", "É", "Straße", "STRASSE", "strasse",
+        "ǅ", "ǆ", "Ǆ", "ﬁ", "fi", "FI", "日本", "日本語", "\U0001F600", "\uFFFD", "ｱ", "ア", "Å", "A\u030A", "\u212B",
+        "q\u0307\u0323", "q\u0323\u0307", "İ", "i\u0307",
+    };
+    const StringCompareOptions optionSets[] = { 0, CaseInsensitiveSearch, LiteralSearch, LiteralSearch | CaseInsensitiveSearch };
+    for (StringCompareOptions options : optionSets) {
+        for (const char* left : words) {
+            for (const char* right : words) {
+                auto a = str(left);
+                auto b = str(right);
+                EXPECT_EQ(a->compare(b.get(), options), icuOrder(*a, *b, options))
+                    << "\"" << left << "\" vs \"" << right << "\" options " << options;
+            }
+        }
+    }
+}
+
+TEST(String, CanonicallyEquivalentTextIsEqualUnlessLiteral)
+{
+    // The oracle: the NFD forms are identical.
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
+    struct Case {
+        const char* a;
+        const char* b;
+    } cases[] = { { "é", "e\u0301" }, { "Å", "\u212B" }, { "q\u0307\u0323", "q\u0323\u0307" }, { "가", "\u1100\u1161" } };
+    for (const auto& c : cases) {
+        auto a = str(c.a);
+        auto b = str(c.b);
+        ASSERT_EQ(nfd->normalize(icuString(*a), status), nfd->normalize(icuString(*b), status)) << c.a;
+        EXPECT_EQ(a->compare(b.get()), OrderedSame) << c.a;
+        EXPECT_NE(a->compare(b.get(), LiteralSearch), OrderedSame) << c.a;
+        EXPECT_FALSE(a->isEqual(b.get())) << c.a;
+    }
+}
+
+TEST(String, NumericSearchComparesDigitRunsByValue)
+{
+    struct Case {
+        const char* a;
+        const char* b;
+        ComparisonResult expected;
+    } cases[] = {
+        { "file9", "file10", OrderedAscending },
+        { "file10", "file9", OrderedDescending },
+        { "file010", "file10", OrderedSame },
+        { "v1.2.10", "v1.2.9", OrderedDescending },
+        { "a2b", "a2c", OrderedAscending },
+        { "99999999999999999999999", "100000000000000000000000", OrderedAscending },
+        { "x", "x1", OrderedAscending },
+        { "FILE9", "file10", OrderedAscending }, // with case folding
+    };
+    for (const auto& c : cases) {
+        auto a = str(c.a);
+        auto b = str(c.b);
+        EXPECT_EQ(a->compare(b.get(), NumericSearch | CaseInsensitiveSearch), c.expected) << c.a << " vs " << c.b;
+    }
+    EXPECT_EQ(str("file9")->compare(str("file10").get()), OrderedDescending);
+}
+
+TEST(String, CompareOverARangeAndNullArgument)
+{
+    auto text = str("xxabcxx");
+    EXPECT_EQ(text->compare(str("abc").get(), 0, { 2, 3 }), OrderedSame);
+    EXPECT_EQ(text->compare(str("ABC").get(), CaseInsensitiveSearch, { 2, 3 }), OrderedSame);
+    EXPECT_EQ(text->compare(nullptr), OrderedDescending);
+    expectRaise([&] { (void)text->compare(str("a").get(), 0, { 5, 3 }); }, NSRangeException,
+        "*** -[String compare:options:range:]: Range or index out of bounds");
+}
+
+TEST(String, RangeOfStringUnderOptions)
+{
+    struct Case {
+        const char* text;
+        const char* pattern;
+        StringCompareOptions options;
+        Range expected;
+    } cases[] = {
+        { "hello world", "o", 0, { 4, 1 } },
+        { "hello world", "o", BackwardsSearch, { 7, 1 } },
+        { "hello world", "hello", AnchoredSearch, { 0, 5 } },
+        { "hello world", "world", AnchoredSearch, { NotFound, 0 } },
+        { "hello world", "world", AnchoredSearch | BackwardsSearch, { 6, 5 } },
+        { "hello world", "WORLD", 0, { NotFound, 0 } },
+        { "hello world", "WORLD", CaseInsensitiveSearch, { 6, 5 } },
+        { "hello world", "", 0, { NotFound, 0 } },
+        { "", "a", 0, { NotFound, 0 } },
+        // Canonical equivalence: a decomposed é is found by a precomposed one, covering both units.
+        { "cafe\u0301!", "café", 0, { 0, 5 } },
+        { "café", "e\u0301", 0, { 3, 1 } },
+        { "café", "e\u0301", LiteralSearch, { NotFound, 0 } },
+        // A base letter does not match inside a character with combining marks.
+        { "cafe\u0301", "e", 0, { NotFound, 0 } },
+        { "cafe\u0301", "e", LiteralSearch, { 3, 1 } },
+        // Full case folding: "ß" matches "SS" and the match covers the one character.
+        { "Straße", "SS", CaseInsensitiveSearch, { 4, 1 } },
+        { "Straße", "strasse", CaseInsensitiveSearch | LiteralSearch, { 0, 6 } },
+        { "日本語のメール", "メール", 0, { 4, 3 } },
+        { "a\U0001F600b\U0001F600", "\U0001F600", BackwardsSearch, { 4, 2 } },
+        { "ABCabc", "abc", CaseInsensitiveSearch | BackwardsSearch, { 3, 3 } },
+        { "xABC", "abc", CaseInsensitiveSearch | AnchoredSearch, { NotFound, 0 } },
+    };
+    for (const auto& c : cases) {
+        Range found = str(c.text)->rangeOfString(str(c.pattern).get(), c.options);
+        EXPECT_EQ(found.location, c.expected.location) << "\"" << c.text << "\" / \"" << c.pattern << "\" options " << c.options;
+        EXPECT_EQ(found.length, c.expected.length) << "\"" << c.text << "\" / \"" << c.pattern << "\" options " << c.options;
+    }
+}
+
+TEST(String, RangeOfStringWithinARange)
+{
+    auto text = str("abcabcabc");
+    Range found = text->rangeOfString(str("abc").get(), 0, { 1, 8 });
+    EXPECT_EQ(found, (Range { 3, 3 }));
+    found = text->rangeOfString(str("abc").get(), BackwardsSearch, { 0, 8 });
+    EXPECT_EQ(found, (Range { 3, 3 }));
+    found = text->rangeOfString(str("ABC").get(), CaseInsensitiveSearch | AnchoredSearch, { 3, 3 });
+    EXPECT_EQ(found, (Range { 3, 3 }));
+    expectRaise([&] { (void)text->rangeOfString(nullptr); }, NSInvalidArgumentException,
+        "*** -[String rangeOfString:options:range:]: nil string (or other) argument");
+    expectRaise([&] { (void)text->rangeOfString(str("a").get(), 0, { 9, 1 }); }, NSRangeException,
+        "*** -[String rangeOfString:options:range:]: Range or index out of bounds");
+}
+
+TEST(String, PrefixSuffixAndEqualityAreLiteral)
+{
+    auto text = str("e\u0301tude");
+    EXPECT_TRUE(text->hasPrefix("e"));
+    EXPECT_FALSE(text->hasPrefix("é"));
+    EXPECT_TRUE(text->hasSuffix("tude"));
+    EXPECT_FALSE(text->hasSuffix(static_cast<const String*>(nullptr)));
+    EXPECT_TRUE(text->isEqualToString("e\u0301tude"));
+    EXPECT_FALSE(text->isEqualToString("étude"));
+    EXPECT_FALSE(text->isEqualToString(static_cast<const String*>(nullptr)));
+}
+
+TEST(String, CharacterAccessAndSubstringsRaiseOutOfBounds)
+{
+    auto text = str("日本語");
+    EXPECT_EQ(text->characterAtIndex(1), u'本');
+    EXPECT_EQ(text->substringWithRange({ 1, 2 })->utf8(), "本語");
+    EXPECT_EQ(text->substringWithRange({ 3, 0 })->utf8(), "");
+    EXPECT_EQ(text->substringFromIndex(2)->utf8(), "語");
+    EXPECT_EQ(text->substringToIndex(1)->utf8(), "日");
+    expectRaise([&] { (void)text->characterAtIndex(3); }, NSRangeException,
+        "*** -[String characterAtIndex:]: Range or index out of bounds");
+    expectRaise([&] { (void)text->substringWithRange({ 2, 2 }); }, NSRangeException,
+        "*** -[String substringWithRange:]: Range or index out of bounds");
+    // location + length wrapping around 32 bits is still out of bounds.
+    expectRaise([&] { (void)text->substringWithRange({ 1, 0xFFFFFFFFu }); }, NSRangeException,
+        "*** -[String substringWithRange:]: Range or index out of bounds");
+    auto mutableText = text->mutableCopy();
+    expectRaise([&] { (void)mutableText->substringFromIndex(4); }, NSRangeException,
+        "*** -[MutableString substringFromIndex:]: Range or index out of bounds");
+}
+
+TEST(String, PathOperations)
+{
+    struct Case {
+        const char* path;
+        const char* last;
+        const char* extension;
+        const char* deletingLast;
+        const char* deletingExtension;
+        const char* components; // joined with "|"
+    } cases[] = {
+        { "/tmp/scratch.tiff", "scratch.tiff", "tiff", "/tmp", "/tmp/scratch", "/|tmp|scratch.tiff" },
+        { "/tmp/scratch", "scratch", "", "/tmp", "/tmp/scratch", "/|tmp|scratch" },
+        { "/tmp/", "tmp", "", "/", "/tmp", "/|tmp|/" },
+        { "/tmp", "tmp", "", "/", "/tmp", "/|tmp" },
+        { "scratch///", "scratch", "", "", "scratch", "scratch|/" },
+        { "/", "/", "", "/", "/", "/" },
+        { "", "", "", "", "", "" },
+        { "scratch.bundle/", "scratch.bundle", "bundle", "", "scratch", "scratch.bundle|/" },
+        { "/scratch..tiff", "scratch..tiff", "tiff", "/", "/scratch.", "/|scratch..tiff" },
+        { ".profile", ".profile", "", "", ".profile", ".profile" },
+        { "/home/.profile", ".profile", "", "/home", "/home/.profile", "/|home|.profile" },
+        { "a.b/c", "c", "", "a.b", "a.b/c", "a.b|c" },
+        { "a//b", "b", "", "a", "a//b", "a|b" },
+        { "~/メール.txt", "メール.txt", "txt", "~", "~/メール", "~|メール.txt" },
+    };
+    for (const auto& c : cases) {
+        auto path = str(c.path);
+        EXPECT_EQ(path->lastPathComponent()->utf8(), c.last) << c.path;
+        EXPECT_EQ(path->pathExtension()->utf8(), c.extension) << c.path;
+        EXPECT_EQ(path->stringByDeletingLastPathComponent()->utf8(), c.deletingLast) << c.path;
+        EXPECT_EQ(path->stringByDeletingPathExtension()->utf8(), c.deletingExtension) << c.path;
+        EXPECT_EQ(path->pathComponents()->componentsJoinedByString(str("|").get())->utf8(), c.components) << c.path;
+    }
+}
+
+TEST(String, AppendingPathComponentsAndExtensions)
+{
+    struct Case {
+        const char* path;
+        const char* component;
+        const char* appended;
+    } components[] = {
+        { "/tmp", "scratch.tiff", "/tmp/scratch.tiff" },
+        { "/tmp/", "scratch.tiff", "/tmp/scratch.tiff" },
+        { "/", "scratch.tiff", "/scratch.tiff" },
+        { "", "scratch.tiff", "scratch.tiff" },
+        { "/tmp", "", "/tmp" },
+        { "/tmp//", "/a//b/", "/tmp/a/b" },
+        { "", "/", "/" },
+    };
+    for (const auto& c : components)
+        EXPECT_EQ(str(c.path)->stringByAppendingPathComponent(str(c.component).get())->utf8(), c.appended) << c.path << " + " << c.component;
+
+    struct ExtensionCase {
+        const char* path;
+        const char* extension;
+        const char* appended; // null: refused
+    } extensions[] = {
+        { "/tmp/scratch.old", "tiff", "/tmp/scratch.old.tiff" },
+        { "/tmp/scratch.", "tiff", "/tmp/scratch..tiff" },
+        { "/tmp/", "tiff", "/tmp.tiff" },
+        { "scratch", "tiff", "scratch.tiff" },
+        { "", "tiff", nullptr },
+        { "/", "tiff", nullptr },
+        { "a", "b/c", nullptr },
+    };
+    for (const auto& c : extensions) {
+        Ref<String> result = str(c.path)->stringByAppendingPathExtension(str(c.extension).get());
+        if (!c.appended)
+            EXPECT_FALSE(result) << c.path;
+        else
+            EXPECT_EQ(result ? result->utf8() : "(null)", c.appended) << c.path;
+    }
+    expectRaise([] { (void)str("/tmp")->stringByAppendingPathComponent(nullptr); }, NSInvalidArgumentException,
+        "*** -[String stringByAppendingPathComponent:]: nil string (or other) argument");
+}
+
+TEST(String, PathWithComponentsInvertsPathComponents)
+{
+    const char* paths[] = { "/tmp/scratch.tiff", "tmp/scratch", "/", "a/b/c", "/メール/受信箱" };
+    for (const char* path : paths) {
+        auto components = str(path)->pathComponents();
+        EXPECT_EQ(String::pathWithComponents(components.get())->utf8(), path) << path;
+    }
+    auto withTrailing = Array::arrayWithObjects({ str("/"), str("tmp"), str("") });
+    EXPECT_EQ(String::pathWithComponents(withTrailing.get())->utf8(), "/tmp/");
+    EXPECT_TRUE(str("/tmp")->isAbsolutePath());
+    EXPECT_TRUE(str("~/x")->isAbsolutePath());
+    EXPECT_FALSE(str("tmp/x")->isAbsolutePath());
+    EXPECT_FALSE(str("")->isAbsolutePath());
+    EXPECT_EQ(str("/tmp/メール")->fileSystemRepresentation(), "/tmp/メール");
+}
+
+TEST(String, NumericValues)
+{
+    struct Case {
+        const char* text;
+        int32_t intValue;
+        int64_t longLongValue;
+        double doubleValue;
+    } cases[] = {
+        { "42", 42, 42, 42 },
+        { "  \t\n-17abc", -17, -17, -17 },
+        { "+8", 8, 8, 8 },
+        { "3.75e2x", 3, 3, 375 },
+        { ".5", 0, 0, 0.5 },
+        { "1e", 1, 1, 1 },
+        { "abc", 0, 0, 0 },
+        { "", 0, 0, 0 },
+        { "-", 0, 0, 0 },
+        { "- 5", 0, 0, 0 },
+        { "2147483648", INT32_MAX, 2147483648LL, 2147483648.0 },
+        { "-2147483649", INT32_MIN, -2147483649LL, -2147483649.0 },
+        { "-2147483648", INT32_MIN, -2147483648LL, -2147483648.0 },
+        { "99999999999999999999", INT32_MAX, INT64_MAX, 1e20 },
+        { "-9223372036854775808", INT32_MIN, INT64_MIN, -9223372036854775808.0 },
+        { "\u3000 12", 12, 12, 12 }, // ideographic space is white space
+        { "１２", 0, 0, 0 }, // full-width digits are not read
+        { "0x1A", 0, 0, 0 },
+        { "1e400", 1, 1, HUGE_VAL },
+    };
+    for (const auto& c : cases) {
+        auto text = str(c.text);
+        EXPECT_EQ(text->intValue(), c.intValue) << c.text;
+        EXPECT_EQ(text->longLongValue(), c.longLongValue) << c.text;
+        EXPECT_EQ(text->integerValue(), c.longLongValue) << c.text;
+        EXPECT_DOUBLE_EQ(text->doubleValue(), c.doubleValue) << c.text;
+        EXPECT_FLOAT_EQ(text->floatValue(), static_cast<float>(c.doubleValue)) << c.text;
+    }
+    EXPECT_EQ(str("-1")->unsignedIntValue(), 0xFFFFFFFFu);
+    EXPECT_EQ(str("70000")->shortValue(), static_cast<int16_t>(70000));
+}
+
+TEST(String, BoolValue)
+{
+    struct Case {
+        const char* text;
+        bool expected;
+    } cases[] = {
+        { "YES", true }, { "yes", true }, { "true", true }, { "T", true }, { "1", true }, { "  +007", true },
+        { "-5", true }, { "9abc", true }, { "NO", false }, { "no", false }, { "false", false }, { "0", false },
+        { "000", false }, { "", false }, { "  ", false }, { "0.5", false }, { "on", false }, { "x1", false },
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(str(c.text)->boolValue(), c.expected) << c.text;
+        EXPECT_EQ(str(c.text)->YK_boolValue(), c.expected) << c.text;
+    }
+}
+
+TEST(String, CaseMappingUsesFullMappings)
+{
+    EXPECT_EQ(str("Straße")->uppercaseString()->utf8(), "STRASSE");
+    EXPECT_EQ(str("ÀÉÎ Mail")->lowercaseString()->utf8(), "àéî mail");
+    EXPECT_EQ(str("ﬁ")->uppercaseString()->utf8(), "FI");
+    EXPECT_EQ(str("ＡＢＣ日本")->lowercaseString()->utf8(), "ａｂｃ日本");
+    // The root locale: no Turkish dotless i.
+    EXPECT_EQ(str("I")->lowercaseString()->utf8(), "i");
+}
+
+TEST(String, SplittingJoiningAndReplacing)
+{
+    auto parts = str("a,b,,c")->componentsSeparatedByString(str(",").get());
+    EXPECT_EQ(parts->count(), 4u);
+    EXPECT_EQ(parts->componentsJoinedByString(str("+").get())->utf8(), "a+b++c");
+    EXPECT_EQ(str("")->componentsSeparatedByString(str(",").get())->count(), 1u);
+    EXPECT_EQ(str("aXbXc")->stringByReplacingOccurrencesOfString(str("X").get(), str("--").get())->utf8(), "a--b--c");
+    EXPECT_EQ(str("ab")->stringByAppendingString(str("cd").get())->utf8(), "abcd");
+}
+
+TEST(String, UTF8ConstructionIsStrictOnlyWhenAsked)
+{
+    EXPECT_FALSE(String::stringWithUTF8String("\xC3\x28"));
+    EXPECT_FALSE(String::stringWithUTF8String("\xED\xA0\x80")); // an encoded surrogate
+    EXPECT_FALSE(String::stringWithUTF8String("\xC0\xAF")); // overlong
+    EXPECT_EQ(String::stringWithUTF8String("メール")->length(), 3u);
+    EXPECT_EQ(String::withUTF8("\xC3\x28")->units(), u"\uFFFD(");
+    expectRaise([] { (void)String::stringWithUTF8String(nullptr); }, NSInvalidArgumentException,
+        "*** +[String stringWithUTF8String:]: NULL cString");
+}
+
+TEST(MutableString, EditsInPlace)
+{
+    auto text = MutableString::stringWithString(str("mail").get());
+    text->appendString(str(" box").get());
+    text->insertString(str("日本 ").get(), 0);
+    EXPECT_EQ(text->utf8(), "日本 mail box");
+    text->deleteCharactersInRange({ 0, 3 });
+    EXPECT_EQ(text->utf8(), "mail box");
+    text->replaceCharactersInRange({ 5, 3 }, str("folder").get());
+    EXPECT_EQ(text->utf8(), "mail folder");
+    text->replaceCharactersInRange({ 0, 4 }, text.get());
+    EXPECT_EQ(text->utf8(), "mail folder folder");
+    text->appendFormat(" %d%@", 2, str("!").get());
+    EXPECT_EQ(text->utf8(), "mail folder folder 2!");
+    text->setString(str("x").get());
+    EXPECT_EQ(text->utf8(), "x");
+    text->appendUTF8("yz");
+    EXPECT_EQ(text->utf8(), "xyz");
+}
+
+TEST(MutableString, BadArgumentsRaiseWithTheReceiversClass)
+{
+    auto text = MutableString::stringWithString(str("abc").get());
+    expectRaise([&] { text->appendString(nullptr); }, NSInvalidArgumentException,
+        "*** -[MutableString appendString:]: nil string (or other) argument");
+    expectRaise([&] { text->insertString(str("x").get(), 4); }, NSRangeException,
+        "*** -[MutableString insertString:atIndex:]: Range or index out of bounds");
+    expectRaise([&] { text->deleteCharactersInRange({ 2, 2 }); }, NSRangeException,
+        "*** -[MutableString deleteCharactersInRange:]: Range or index out of bounds");
+    expectRaise([&] { text->replaceCharactersInRange({ 0, 1 }, nullptr); }, NSInvalidArgumentException,
+        "*** -[MutableString replaceCharactersInRange:withString:]: nil string (or other) argument");
+    EXPECT_EQ(text->utf8(), "abc");
+}
+
+TEST(MutableString, CopiesAreIndependent)
+{
+    auto text = MutableString::stringWithString(str("abc").get());
+    Ref<String> frozen = text->copy();
+    Ref<String> described = text->description();
+    text->appendString(str("d").get());
+    EXPECT_EQ(frozen->utf8(), "abc");
+    EXPECT_EQ(described->utf8(), "abc");
+    EXPECT_FALSE(frozen->isKindOfClass(MutableString::staticClass()));
+    EXPECT_TRUE(frozen->isEqual(str("abc").get()));
+    EXPECT_EQ(frozen->hash(), str("abc")->hash());
+    // An immutable string's copy is itself.
+    EXPECT_EQ(frozen->copy().get(), frozen.get());
+}
