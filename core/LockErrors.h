@@ -9,7 +9,7 @@ class Object;
 
 namespace yk::detail {
 
-// Logs "*** -[Class selector]: lock (<description>) <problem>" and returns; used where the
+// Logs (yk::log) "*** -[Class selector]: lock (<description>) <problem>" and returns; used where the
 // misuse cannot be raised (unlock runs in guards' destructors).
 void logLockMisuse(const Object* lock, const char* selector, const char* problem);
 

@@ -86,8 +86,9 @@ NotificationCenter* NotificationCenter::defaultCenter()
 void NotificationCenter::addObserver(Object* observer, Selector selector, const String* name, Object* object)
 {
     if (!observer || !selector)
-        detail::raiseInvalidArgument("*** " + detail::methodName(this, "addObserver:selector:name:object:") + ": nil string (or other) argument");
-    auto observation = std::make_shared<Observation>(observer, selector, Ref<String>(const_cast<String*>(name)), object);
+        detail::raiseNilArgument(this, "addObserver:selector:name:object:");
+    // A copy, so that a mutable name changed later does not move the registration.
+    auto observation = std::make_shared<Observation>(observer, selector, name ? name->copy() : nullptr, object);
     Locker guard(_lock);
     _observations.push_back(std::move(observation));
 }
@@ -169,7 +170,7 @@ void deliver(Object* observer, Selector selector, Notification* notification)
 void NotificationCenter::postNotification(Notification* notification)
 {
     if (!notification)
-        detail::raiseInvalidArgument("*** " + detail::methodName(this, "postNotification:") + ": nil string (or other) argument");
+        detail::raiseNilArgument(this, "postNotification:");
     Ref<Notification> protectedNotification(notification);
     std::vector<std::shared_ptr<Observation>> matching;
     {

@@ -1,15 +1,16 @@
 #include <Yarkit/core/Thread.h>
 
 #include <Yarkit/core/Class.h>
+#include <Yarkit/core/Exception.h>
 #include <Yarkit/core/Locker.h>
+#include <Yarkit/core/Log.h>
+#include <Yarkit/core/MutableDictionary.h>
 #include <Yarkit/core/NotificationCenter.h>
 
 #include "core/RuntimeErrors.h"
 
 #include <atomic>
 #include <chrono>
-#include <cmath>
-#include <cstdio>
 #include <cxxabi.h>
 #include <exception>
 #include <pthread.h>
@@ -62,16 +63,19 @@ void runDetached(Selector selector, Object* target, Object* argument)
             target->performSelector(selector, argument);
     } catch (abi::__forced_unwind&) {
         throw; // thread cancellation must unwind through
+    } catch (const Exception& exception) {
+        log("*** %s on a detached thread raised an exception.  Ignored.  Exception: %@", detail::methodName(target, selector.name()).c_str(), &exception);
     } catch (const std::exception& exception) {
-        std::fprintf(stderr, "*** %s on a detached thread raised an exception.  Ignored.  Exception: %s\n",
-            detail::methodName(target, selector.name()).c_str(), exception.what());
+        log("*** %s on a detached thread raised an exception.  Ignored.  Exception: %s", detail::methodName(target, selector.name()).c_str(), exception.what());
     } catch (...) {
-        std::fprintf(stderr, "*** %s on a detached thread threw an object that is not an exception.  Ignored.\n",
-            detail::methodName(target, selector.name()).c_str());
+        log("*** %s on a detached thread threw an object that is not an exception.  Ignored.", detail::methodName(target, selector.name()).c_str());
     }
 }
 
 } // namespace
+
+Thread::Thread() = default;
+Thread::~Thread() = default;
 
 void Thread::detachNewThreadSelector(Selector selector, Object* target, Object* argument)
 {
@@ -116,6 +120,14 @@ void Thread::sleepForTimeInterval(double seconds)
     if (!(seconds > 0))
         return;
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+MutableDictionary* Thread::threadDictionary()
+{
+    Locker guard(_lock);
+    if (!_threadDictionary)
+        _threadDictionary = make<MutableDictionary>();
+    return _threadDictionary.get();
 }
 
 Ref<String> Thread::name() const

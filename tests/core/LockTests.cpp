@@ -6,6 +6,8 @@
 #include <Yarkit/core/RecursiveLock.h>
 #include <Yarkit/core/SpinLock.h>
 
+#include "LogCapture.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -152,11 +154,11 @@ TEST(Lock, TakingItTwiceOnOneThreadRaisesInsteadOfHanging)
 TEST(Lock, UnlockByAThreadThatDoesNotHoldItIsLoggedAndIgnored)
 {
     auto lock = yk::make<yk::Lock>();
-    testing::internal::CaptureStderr();
+    LogCapture capture;
     lock->unlock();
     lock->lock();
     std::thread([&] { lock->unlock(); }).join();
-    std::string log = testing::internal::GetCapturedStderr();
+    std::string log = capture.text();
     EXPECT_NE(log.find("-[Lock unlock]: lock (<Lock: 0x"), std::string::npos) << log;
     EXPECT_NE(log.find("unlocked when not locked"), std::string::npos) << log;
     EXPECT_NE(log.find("unlocked from a thread which did not lock it"), std::string::npos) << log;
@@ -295,9 +297,9 @@ TEST(ConditionLock, MisuseIsReportedNotUndefined)
     lock->lockWhenCondition(2);
     EXPECT_THROW(lock->lockWhenCondition(2), std::exception);
     EXPECT_THROW(lock->lock(), std::exception);
-    testing::internal::CaptureStderr();
+    LogCapture capture;
     std::thread([&] { lock->unlockWithCondition(9); }).join();
-    std::string log = testing::internal::GetCapturedStderr();
+    std::string log = capture.text();
     EXPECT_NE(log.find("-[ConditionLock unlockWithCondition:]"), std::string::npos) << log;
     EXPECT_EQ(lock->condition(), 2);
     lock->unlock();

@@ -1,4 +1,6 @@
 #include <Yarkit/core/Class.h>
+#include <Yarkit/core/Dictionary.h>
+#include <Yarkit/core/MutableString.h>
 #include <Yarkit/core/Notification.h>
 #include <Yarkit/core/NotificationCenter.h>
 #include <Yarkit/core/String.h>
@@ -211,6 +213,27 @@ TEST(NotificationCenter, RejectsMissingArgumentsAndUnknownMethods)
     center->removeObserver(nullptr);
     center->addObserver(listener.get(), "noSuchMethod:", nullptr, nullptr);
     EXPECT_THROW(center->postNotificationName("Ping", nullptr), std::exception);
+}
+
+TEST(NotificationCenter, DeliversTheUserInfoAndKeepsItsOwnCopyOfAMutableName)
+{
+    auto center = yk::make<yk::NotificationCenter>();
+    std::vector<std::string> log;
+    auto listener = yk::make<Listener>("L", &log);
+    std::string mailbox;
+    listener->action = [&](yk::Notification* notification) {
+        auto value = notification->userInfo()->objectForKey("mailbox");
+        mailbox = value ? value->description()->utf8() : "(none)";
+    };
+    auto name = yk::MutableString::stringWithString(yk::String::withUTF8("DidReceive").get());
+    center->addObserver(listener.get(), "heard:", name.get(), nullptr);
+    name->appendUTF8("Mail");
+    auto userInfo = yk::Dictionary::dictionaryWithEntries({ { yk::String::withUTF8("mailbox"), yk::String::withUTF8("受信箱") } });
+    center->postNotificationName("DidReceiveMail", nullptr, userInfo.get());
+    EXPECT_TRUE(log.empty());
+    center->postNotificationName("DidReceive", nullptr, userInfo.get());
+    EXPECT_EQ(log, (std::vector<std::string> { "L:DidReceive" }));
+    EXPECT_EQ(mailbox, "受信箱");
 }
 
 TEST(Notification, RetainsItsObjectAndDescribesItself)

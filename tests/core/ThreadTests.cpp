@@ -1,15 +1,18 @@
 #include <Yarkit/core/Class.h>
 #include <Yarkit/core/ConditionLock.h>
+#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/MutableDictionary.h>
 #include <Yarkit/core/Notification.h>
 #include <Yarkit/core/NotificationCenter.h>
 #include <Yarkit/core/String.h>
 #include <Yarkit/core/Thread.h>
 
+#include "LogCapture.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -53,6 +56,8 @@ public:
     }
     void run() { runWith(nullptr); }
     void fail(yk::Object*) { throw std::runtime_error("errand failed"); }
+    void raise(yk::Object*) { yk::raise(yk::NSInternalInconsistencyException, "no mailbox named %s", "INBOX"); }
+    void throwInt(yk::Object*) { throw 42; }
 
     Report* report;
 };
@@ -61,6 +66,8 @@ YK_DEFINE_CLASS(Errand, [](yk::MethodListBuilder& c) {
     c.method("runWith:", &Errand::runWith);
     c.method("run", &Errand::run);
     c.method("fail:", &Errand::fail);
+    c.method("raise:", &Errand::raise);
+    c.method("throwInt:", &Errand::throwInt);
 });
 
 bool waitFor(const std::atomic<bool>& flag)
@@ -129,12 +136,23 @@ TEST(Thread, DetachedThreadRunsTheSelectorAndKeepsTargetAndArgumentUntilItEnds)
 
 TEST(Thread, AnExceptionEscapingTheMethodIsLoggedAndEndsOnlyItsThread)
 {
-    Report report;
-    testing::internal::CaptureStderr();
-    yk::Thread::detachNewThreadSelector("fail:", yk::make<Errand>(&report).get(), nullptr);
-    ASSERT_TRUE(waitFor(report.destroyed));
-    std::string log = testing::internal::GetCapturedStderr();
-    EXPECT_NE(log.find("-[Errand fail:] on a detached thread raised an exception.  Ignored.  Exception: errand failed"), std::string::npos) << log;
+    struct Row {
+        const char* selector;
+        const char* logged;
+    };
+    const Row rows[] = {
+        { "fail:", "-[Errand fail:] on a detached thread raised an exception.  Ignored.  Exception: errand failed" },
+        { "raise:", "-[Errand raise:] on a detached thread raised an exception.  Ignored.  Exception: no mailbox named INBOX" },
+        { "throwInt:", "-[Errand throwInt:] on a detached thread threw an object that is not an exception.  Ignored." },
+    };
+    for (const Row& row : rows) {
+        Report report;
+        LogCapture capture;
+        yk::Thread::detachNewThreadSelector(row.selector, yk::make<Errand>(&report).get(), nullptr);
+        ASSERT_TRUE(waitFor(report.destroyed));
+        std::string log = capture.text();
+        EXPECT_NE(log.find(row.logged), std::string::npos) << log;
+    }
 }
 
 TEST(Thread, RefusesATargetThatDoesNotRespond)
@@ -202,7 +220,7 @@ TEST(Thread, SleepsForTheIntervalOrNotAtAll)
     }
 }
 
-TEST(Thread, NameIsPerThreadObject)
+TEST(Thread, DictionaryAndNameBelongToEachThread)
 {
     auto* main = yk::Thread::currentThread();
     EXPECT_EQ(main->name(), nullptr);
@@ -212,6 +230,14 @@ TEST(Thread, NameIsPerThreadObject)
     EXPECT_EQ(otherName, nullptr);
     EXPECT_EQ(main->name()->utf8(), "main");
     main->setName(nullptr);
+
+    auto key = yk::String::withUTF8("account");
+    yk::Thread::currentThread()->threadDictionary()->setObject(yk::String::withUTF8("main's"), key);
+    yk::Ref<yk::Object> seenElsewhere;
+    std::thread([&] { seenElsewhere = yk::Thread::currentThread()->threadDictionary()->objectForKey(key.get()); }).join();
+    EXPECT_EQ(seenElsewhere, nullptr);
+    EXPECT_EQ(yk::Thread::currentThread()->threadDictionary(), yk::Thread::currentThread()->threadDictionary());
+    yk::Thread::currentThread()->threadDictionary()->removeObjectForKey(key.get());
 }
 
 } // namespace

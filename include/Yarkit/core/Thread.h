@@ -8,6 +8,8 @@
 
 namespace yk {
 
+class MutableDictionary;
+
 // Posted to the default notification center, with no object, on the thread that detaches the
 // first thread through Thread, before that thread starts. Posted once per process.
 extern const char NSWillBecomeMultiThreadedNotification[];
@@ -38,17 +40,23 @@ public:
     // at once.
     static void sleepForTimeInterval(double seconds);
 
+    // Storage for the thread's own use, made on first use and released with the thread. The
+    // dictionary itself is not locked: only its thread should read or change its contents.
+    MutableDictionary* threadDictionary();
+
     // Any thread. Null until set.
     Ref<String> name() const;
     void setName(Ref<String> name);
 
 private:
-    Thread() = default;
+    Thread();
+    ~Thread() override;
     template <typename T, typename... Args>
     friend Ref<T> make(Args&&... args);
 
     mutable Mutex _lock;
     Ref<String> _name YK_GUARDED_BY(_lock);
+    Ref<MutableDictionary> _threadDictionary YK_GUARDED_BY(_lock);
 };
 
 } // namespace yk
