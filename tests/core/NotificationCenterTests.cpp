@@ -236,20 +236,6 @@ TEST(NotificationCenter, DeliversTheUserInfoAndKeepsItsOwnCopyOfAMutableName)
     EXPECT_EQ(mailbox, "受信箱");
 }
 
-TEST(Notification, RetainsItsObjectAndDescribesItself)
-{
-    auto object = yk::String::withUTF8("mailbox");
-    const uint32_t countBefore = object->retainCount();
-    {
-        auto notification = yk::Notification::notificationWithName(yk::String::withUTF8("Ping"), object.get());
-        EXPECT_EQ(object->retainCount(), countBefore + 1);
-        EXPECT_EQ(notification->object(), object.get());
-        EXPECT_EQ(notification->userInfo(), nullptr);
-        EXPECT_EQ(notification->description()->utf8(), "Notification name = Ping; object = mailbox; userInfo = (null)");
-    }
-    EXPECT_EQ(object->retainCount(), countBefore);
-}
-
 // Counts calls and catches a call that arrives after removeObserver returned.
 class Watcher : public yk::Object {
     YK_OBJECT(Watcher, yk::Object)

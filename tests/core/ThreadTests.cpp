@@ -200,43 +200,24 @@ TEST(Thread, AnnouncesTheFirstDetachedThreadOnce)
 
 TEST(Thread, SleepsForTheIntervalOrNotAtAll)
 {
-    struct Row {
-        double seconds;
-        std::chrono::milliseconds atLeast;
-        std::chrono::milliseconds below;
-    };
-    const Row rows[] = {
-        { 0.03, 30ms, 5000ms },
-        { 0, 0ms, 1000ms },
-        { -1, 0ms, 1000ms },
-        { std::numeric_limits<double>::quiet_NaN(), 0ms, 1000ms },
-    };
-    for (const Row& row : rows) {
+    for (double seconds : { 0.0, -1.0, std::numeric_limits<double>::quiet_NaN() }) {
         auto start = std::chrono::steady_clock::now();
-        yk::Thread::sleepForTimeInterval(row.seconds);
-        auto slept = std::chrono::steady_clock::now() - start;
-        EXPECT_GE(slept, row.atLeast) << row.seconds;
-        EXPECT_LT(slept, row.below) << row.seconds;
+        yk::Thread::sleepForTimeInterval(seconds);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 1s) << seconds;
     }
+    auto start = std::chrono::steady_clock::now();
+    yk::Thread::sleepForTimeInterval(0.03);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
 }
 
-TEST(Thread, DictionaryAndNameBelongToEachThread)
+TEST(Thread, EachThreadHasItsOwnDictionary)
 {
-    auto* main = yk::Thread::currentThread();
-    EXPECT_EQ(main->name(), nullptr);
-    main->setName(yk::String::withUTF8("main"));
-    yk::Ref<yk::String> otherName;
-    std::thread([&] { otherName = yk::Thread::currentThread()->name(); }).join();
-    EXPECT_EQ(otherName, nullptr);
-    EXPECT_EQ(main->name()->utf8(), "main");
-    main->setName(nullptr);
-
     auto key = yk::String::withUTF8("account");
     yk::Thread::currentThread()->threadDictionary()->setObject(yk::String::withUTF8("main's"), key);
     yk::Ref<yk::Object> seenElsewhere;
     std::thread([&] { seenElsewhere = yk::Thread::currentThread()->threadDictionary()->objectForKey(key.get()); }).join();
     EXPECT_EQ(seenElsewhere, nullptr);
-    EXPECT_EQ(yk::Thread::currentThread()->threadDictionary(), yk::Thread::currentThread()->threadDictionary());
+    EXPECT_NE(yk::Thread::currentThread()->threadDictionary()->objectForKey(key.get()), nullptr);
     yk::Thread::currentThread()->threadDictionary()->removeObjectForKey(key.get());
 }
 
