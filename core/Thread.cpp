@@ -64,7 +64,8 @@ void runDetached(Selector selector, Object* target, Object* argument)
     } catch (abi::__forced_unwind&) {
         throw; // thread cancellation must unwind through
     } catch (const Exception& exception) {
-        log("*** %s on a detached thread raised an exception.  Ignored.  Exception: %@", detail::methodName(target, selector.name()).c_str(), &exception);
+        log("*** %s on a detached thread raised an exception.  Ignored.  Exception: %@", detail::methodName(target, selector.name()).c_str(),
+            static_cast<const Object*>(&exception));
     } catch (const std::exception& exception) {
         log("*** %s on a detached thread raised an exception.  Ignored.  Exception: %s", detail::methodName(target, selector.name()).c_str(), exception.what());
     } catch (...) {
