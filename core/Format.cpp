@@ -2,6 +2,8 @@
 
 #include <Yarkit/core/String.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>

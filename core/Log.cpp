@@ -8,6 +8,8 @@
 #include <cstdarg>
 #include <ctime>
 #include <mutex>
+#include <string>
+#include <utility>
 
 #include <unistd.h>
 

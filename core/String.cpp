@@ -8,11 +8,9 @@
 
 #include "core/RuntimeErrors.h"
 
-#include <cerrno>
-#include <climits>
-#include <cmath>
 #include <cstdarg>
-#include <cstdlib>
+#include <cstring>
+#include <limits>
 #include <memory>
 
 #include <locale.h>
@@ -21,8 +19,6 @@
 #include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
-#include <unicode/utf16.h>
-#include <unicode/utf8.h>
 
 namespace yk {
 
@@ -214,7 +210,17 @@ bool String::isEqualToString(const String* other) const
 
 bool String::isEqualToString(std::string_view utf8) const
 {
-    return _units == withUTF8(utf8)->_units;
+    // ASCII text, the usual case for names and keys, compares without converting.
+    if (utf8.size() != _units.size())
+        return utf8.size() > _units.size() && _units == withUTF8(utf8)->_units;
+    for (size_t i = 0; i < utf8.size(); ++i) {
+        auto byte = static_cast<unsigned char>(utf8[i]);
+        if (byte >= 0x80)
+            return _units == withUTF8(utf8)->_units;
+        if (_units[i] != byte)
+            return false;
+    }
+    return true;
 }
 
 bool String::hasPrefix(const String* prefix) const

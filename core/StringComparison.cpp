@@ -32,6 +32,15 @@ std::u16string unitsOf(const icu::UnicodeString& text)
     return std::u16string(text.getBuffer(), static_cast<size_t>(text.length()));
 }
 
+bool isASCII(std::u16string_view text)
+{
+    for (char16_t c : text) {
+        if (c >= 0x80)
+            return false;
+    }
+    return true;
+}
+
 // The form in which text is compared under the options.
 std::u16string comparable(std::u16string_view text, StringCompareOptions options)
 {
@@ -39,6 +48,15 @@ std::u16string comparable(std::u16string_view text, StringCompareOptions options
     const bool caseless = options & CaseInsensitiveSearch;
     if (literal && !caseless)
         return std::u16string(text);
+    // ASCII is its own decomposition, and its full case folding is A-Z to a-z.
+    if (isASCII(text)) {
+        std::u16string result(text);
+        if (caseless) {
+            for (char16_t& c : result)
+                c = (c >= u'A' && c <= u'Z') ? char16_t(c + 32) : c;
+        }
+        return result;
+    }
     UErrorCode status = U_ZERO_ERROR;
     icu::UnicodeString result(text.data(), static_cast<int32_t>(text.size()));
     if (!literal)
@@ -141,6 +159,14 @@ SearchText prepareSearchText(std::u16string_view original, uint32_t base, String
 {
     const bool literal = options & LiteralSearch;
     SearchText result;
+    // Every ASCII character is a segment of its own and folds to one unit.
+    if (isASCII(original)) {
+        result.text = comparable(original, options);
+        result.originalAt.resize(original.size() + 1);
+        for (size_t i = 0; i <= original.size(); ++i)
+            result.originalAt[i] = int64_t(base) + int64_t(i);
+        return result;
+    }
     std::vector<std::pair<size_t, int64_t>> boundaries;
     size_t start = 0;
     while (start < original.size()) {

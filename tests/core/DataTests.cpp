@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+#include <vector>
+
 using namespace yk;
 using yk::test::expectRaise;
 
@@ -92,4 +95,26 @@ TEST(Data, EqualityHashAndDescription)
     EXPECT_EQ(a->description()->utf8(), "<48656c6c 6f>");
     EXPECT_EQ(make<Data>()->description()->utf8(), "<>");
     EXPECT_EQ(MutableData::dataWithLength(4)->description()->utf8(), "<00000000>");
+}
+
+TEST(MutableData, CopiesReadOnOtherThreadsWhileTheOriginalChanges)
+{
+    auto editable = MutableData::dataWithBytes("0123456789", 10);
+    std::vector<Ref<Data>> copies;
+    for (int i = 0; i < 4; ++i)
+        copies.push_back(editable->copy());
+    std::vector<std::thread> readers;
+    for (const Ref<Data>& copy : copies) {
+        readers.emplace_back([copy] {
+            for (int i = 0; i < 1000; ++i)
+                EXPECT_EQ(copy->subdataWithRange({ 2, 3 })->stringView(), "234");
+        });
+    }
+    for (int i = 0; i < 1000; ++i) {
+        editable->replaceBytesInRange({ 2, 1 }, "X");
+        editable->appendBytes("!", 1);
+    }
+    for (auto& reader : readers)
+        reader.join();
+    EXPECT_EQ(editable->length(), 1010u);
 }

@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdio>
+#include <thread>
 #include <vector>
 
 using namespace yk;
@@ -106,4 +108,23 @@ TEST(Log, DefaultSinkWritesOneLineToStandardError)
     setLogSink(previous);
     EXPECT_TRUE(written.ends_with("] hello stderr\n")) << written;
     EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 1);
+}
+
+TEST(Log, SinksMayBeReplacedWhileOtherThreadsLog)
+{
+    std::atomic<int> delivered { 0 };
+    LogSink previous = setLogSink([&](const String&) { delivered.fetch_add(1); });
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([] {
+            for (int i = 0; i < 200; ++i)
+                log("thread message %d", i);
+        });
+    }
+    for (int i = 0; i < 50; ++i)
+        setLogSink([&](const String&) { delivered.fetch_add(1); });
+    for (auto& thread : threads)
+        thread.join();
+    setLogSink(previous);
+    EXPECT_EQ(delivered.load(), 800);
 }

@@ -131,3 +131,26 @@ TEST(StringEncoding, StringWithDataUsesTheDataBytes)
     ASSERT_TRUE(second);
     EXPECT_EQ(second->utf8(), "本");
 }
+
+TEST(StringEncoding, ByteOrderMarks)
+{
+    struct Case {
+        CFStringEncoding encoding;
+        std::string bytes;
+        std::u16string text;
+    } decodings[] = {
+        { kCFStringEncodingUnicode, std::string("\xFE\xFF\x00\x61", 4), u"a" },
+        { kCFStringEncodingUnicode, std::string("\xFF\xFE\x61\x00", 4), u"a" },
+        { kCFStringEncodingUnicode, std::string("\x00\x61", 2), u"a" }, // big-endian without a mark
+        { kCFStringEncodingUTF16LE, std::string("\x61\x00", 2), u"a" },
+        { kCFStringEncodingUTF8, "\xEF\xBB\xBF" "a", u"\uFEFFa" }, // the mark is kept
+    };
+    for (const auto& c : decodings) {
+        Ref<String> text = String::stringWithBytes(c.bytes.data(), c.bytes.size(), c.encoding);
+        ASSERT_TRUE(text) << stringEncodingName(c.encoding);
+        EXPECT_EQ(text->units(), c.text) << stringEncodingName(c.encoding);
+    }
+    // Written with a mark in the host's order (little-endian here), as ICU's UTF-16 writes it.
+    EXPECT_EQ(hex(str("a")->dataUsingEncoding(kCFStringEncodingUnicode).get()), "fffe6100");
+    EXPECT_EQ(hex(str("a")->dataUsingEncoding(kCFStringEncodingUTF16BE).get()), "0061");
+}

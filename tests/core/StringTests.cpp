@@ -182,6 +182,18 @@ TEST(String, PrefixSuffixAndEqualityAreLiteral)
     EXPECT_TRUE(text->isEqualToString("e\u0301tude"));
     EXPECT_FALSE(text->isEqualToString("étude"));
     EXPECT_FALSE(text->isEqualToString(static_cast<const String*>(nullptr)));
+
+    struct Case {
+        const char* string;
+        const char* utf8;
+        bool equal;
+    } cases[] = {
+        { "abc", "abc", true }, { "abc", "abd", false }, { "ab", "abc", false }, { "abc", "ab", false },
+        { "日本", "日本", true }, { "日本", "日本語", false }, { "Ã©", "Ã©", true }, { "ab", "Ã©", false },
+        { "", "", true },
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(str(c.string)->isEqualToString(std::string_view(c.utf8)), c.equal) << c.string << " vs " << c.utf8;
 }
 
 TEST(String, CharacterAccessAndSubstringsRaiseOutOfBounds)
@@ -431,4 +443,60 @@ TEST(MutableString, CopiesAreIndependent)
     EXPECT_EQ(frozen->hash(), str("abc")->hash());
     // An immutable string's copy is itself.
     EXPECT_EQ(frozen->copy().get(), frozen.get());
+}
+
+// Search checked against a brute-force oracle built on compare (itself checked against ICU):
+// the match is the first (or, backwards, last) whole-character substring that compares equal.
+TEST(String, RangeOfStringAgreesWithBruteForceOverCharacters)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
+    const char16_t* alphabet[] = { u"a", u"A", u"s", u"S", u"e", u"\u00E9", u"\u0301", u"\u00DF", u"\u0323", u"\u0307", u"\u65E5", u"\U0001F600", u"\u212B", u"\u00C5" };
+    uint32_t seed = 12345;
+    auto next = [&](uint32_t limit) {
+        seed = seed * 1103515245u + 12345u;
+        return (seed >> 16) % limit;
+    };
+    auto randomText = [&](uint32_t maximum) {
+        std::u16string text;
+        for (uint32_t n = next(maximum + 1); n; --n)
+            text += alphabet[next(std::size(alphabet))];
+        return make<String>(text);
+    };
+    const StringCompareOptions optionSets[] = { 0, CaseInsensitiveSearch, CaseInsensitiveSearch | LiteralSearch, BackwardsSearch,
+        CaseInsensitiveSearch | BackwardsSearch };
+    for (int round = 0; round < 3000; ++round) {
+        Ref<String> text = randomText(7);
+        Ref<String> pattern = randomText(3);
+        StringCompareOptions options = optionSets[next(std::size(optionSets))];
+        const bool literal = options & LiteralSearch;
+        // Character boundaries: code points when literal, else normalization boundaries.
+        std::vector<uint32_t> boundaries;
+        const std::u16string& units = text->units();
+        for (uint32_t i = 0; i < units.size(); ++i) {
+            if (U16_IS_TRAIL(units[i]) && i && U16_IS_LEAD(units[i - 1]))
+                continue;
+            UChar32 c;
+            uint32_t j = i;
+            U16_NEXT(units.data(), j, units.size(), c);
+            if (literal || i == 0 || nfd->hasBoundaryBefore(c))
+                boundaries.push_back(i);
+        }
+        boundaries.push_back(text->length());
+        Range expected { NotFound, 0 };
+        if (pattern->length()) {
+            for (size_t a = 0; a < boundaries.size(); ++a) {
+                for (size_t b = a + 1; b < boundaries.size(); ++b) {
+                    Range candidate { boundaries[a], boundaries[b] - boundaries[a] };
+                    bool better = expected.location == NotFound || ((options & BackwardsSearch) && candidate.location > expected.location);
+                    if (better && text->compare(pattern.get(), options & (CaseInsensitiveSearch | LiteralSearch), candidate) == OrderedSame)
+                        expected = candidate;
+                }
+            }
+        }
+        Range found = text->rangeOfString(pattern.get(), options);
+        EXPECT_EQ(found, expected) << "text " << text->utf8() << " pattern " << pattern->utf8() << " options " << options;
+        if (found != expected)
+            break;
+    }
 }
