@@ -5,8 +5,10 @@
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YObject.h>
 #include <Yarkit/YPostLoadProcessor.h>
+#include <Yarkit/core/Bundle.h>
 #include <Yarkit/core/Exception.h>
 #include <Yarkit/core/Log.h>
+#include <Yarkit/core/NotificationCenter.h>
 #include <Yarkit/core/String.h>
 
 #include <gtest/gtest.h>
@@ -97,9 +99,9 @@ TEST(YPostLoadProcessor, RunsEveryHookOnceAndLogsOneThatRaises)
     ASSERT_EQ(capture.lines.size(), 1u);
     EXPECT_EQ(capture.lines[0], "Exception raised during invoking +[Hooked postLoad].  Ignored.  Exception: boom");
 
-    // Processing again (as after a bundle load) runs only hooks that were never called.
+    // A bundle load processes again, running only the hooks that were never called.
     Hooked::staticClass()->addCategory("Later", [](yk::MethodListBuilder& c) { c.classMethod("postLoad", &Hooked::laterPostLoad); });
-    yk::YPostLoadProcessor::process();
+    yk::NotificationCenter::defaultCenter()->postNotificationName(yk::NSBundleDidLoadNotification, nullptr);
     EXPECT_EQ(hookCalls(), (std::vector<std::string> { "class", "category", "later" }));
 }
 
