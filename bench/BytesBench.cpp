@@ -173,7 +173,8 @@ void search(benchmark::State& state, const std::string& kind)
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * c.haystack.size()));
 }
 
-// Remembers each benchmark's CPU time (robust against other load on the machine) so the ratios can be printed after the usual table.
+// Remembers each benchmark's CPU time (steadier than wall time on a shared machine) so the
+// ratios can be printed after the usual table.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override
