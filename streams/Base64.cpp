@@ -70,18 +70,27 @@ inline char* encodeGroup(char* out, const uint8_t* in)
     return out + 4;
 }
 
-inline char* encodeGroups(char* out, const uint8_t* in, uint32_t groups)
+// Encodes `groups` complete groups; the vector path may read ahead up to `inEnd`.
+template<Base64Path path>
+inline char* encodeGroups(char* out, const uint8_t* in, uint32_t groups, const uint8_t* inEnd)
 {
-    for (uint32_t g = 0; g < groups; ++g)
+    uint32_t done = 0;
+    if constexpr (path == Base64Path::AVX2)
+        done = encodeGroupsAVX2(out, in, groups, static_cast<size_t>(inEnd - in));
+    out += 4 * done;
+    for (uint32_t g = done; g < groups; ++g)
         out = encodeGroup(out, in + 3 * g);
     return out;
 }
 
 // Decodes as many complete 4-character groups of alphabet characters as follow, stopping
 // before the first group that holds anything else. Returns the number of groups decoded.
+template<Base64Path path>
 inline uint32_t decodeGroups(uint8_t* out, const uint8_t* in, uint32_t length, uint32_t outRoom)
 {
     uint32_t groups = 0;
+    if constexpr (path == Base64Path::AVX2)
+        groups = decodeGroupsAVX2(out, in, length, outRoom);
     // Two groups at a time with one 8-byte store while the output has room for it.
     while (length - 4 * groups >= 8 && outRoom - 3 * groups >= 8) {
         const uint8_t* p = in + 4 * groups;
@@ -115,23 +124,27 @@ inline bool isLineBreak(uint8_t c) { return c == CR || c == LF; }
 
 const std::array<uint8_t, 128> base64_val = makeDecodingTable();
 
-int32_t encode_base64_with_pad(char* out, const uint8_t* in, uint32_t length, int32_t lineLength, int pad)
+namespace {
+
+template<Base64Path path>
+int32_t encode(char* out, const uint8_t* in, uint32_t length, int32_t lineLength, int pad)
 {
     char* start = out;
+    const uint8_t* end = in + length;
     uint32_t groups = length / 3;
     // The column is compared for equality after each group, so only a positive multiple of
     // 4 can ever match; any other line length gives one unbroken line.
     if (lineLength > 0 && lineLength % 4 == 0) {
         uint32_t groupsPerLine = static_cast<uint32_t>(lineLength) / 4;
         while (groups >= groupsPerLine) {
-            out = encodeGroups(out, in, groupsPerLine);
+            out = encodeGroups<path>(out, in, groupsPerLine, end);
             in += 3 * groupsPerLine;
             groups -= groupsPerLine;
             *out++ = CR;
             *out++ = LF;
         }
     }
-    out = encodeGroups(out, in, groups);
+    out = encodeGroups<path>(out, in, groups, end);
     in += 3 * groups;
 
     const char* alphabet = base64_alphabets[0];
@@ -155,7 +168,8 @@ int32_t encode_base64_with_pad(char* out, const uint8_t* in, uint32_t length, in
     return static_cast<int32_t>(out - start);
 }
 
-int32_t decode_base64_with_pad(uint8_t* out, const char* chars, uint32_t length, int pad)
+template<Base64Path path>
+int32_t decode(uint8_t* out, const char* chars, uint32_t length, int pad)
 {
     const auto* in = reinterpret_cast<const uint8_t*>(chars);
     // Every 4 characters give at most 3 bytes, so this is the caller's guaranteed room.
@@ -168,7 +182,7 @@ int32_t decode_base64_with_pad(uint8_t* out, const char* chars, uint32_t length,
     uint32_t i = 0;
     while (i < length) {
         if (pending == 0) {
-            uint32_t groups = decodeGroups(out + count, in + i, length - i, capacity - count);
+            uint32_t groups = decodeGroups<path>(out + count, in + i, length - i, capacity - count);
             i += 4 * groups;
             count += 3 * groups;
             if (i == length)
@@ -220,6 +234,32 @@ int32_t decode_base64_with_pad(uint8_t* out, const char* chars, uint32_t length,
             out[count++] = static_cast<uint8_t>((d[1] << 4) | (d[2] >> 2));
     }
     return static_cast<int32_t>(count);
+}
+
+} // namespace
+
+int32_t encodeBase64Using(Base64Path path, char* out, const uint8_t* bytes, uint32_t length, int32_t lineLength, int pad)
+{
+    return path == Base64Path::AVX2 ? encode<Base64Path::AVX2>(out, bytes, length, lineLength, pad)
+                                    : encode<Base64Path::Scalar>(out, bytes, length, lineLength, pad);
+}
+
+int32_t decodeBase64Using(Base64Path path, uint8_t* out, const char* chars, uint32_t length, int pad)
+{
+    return path == Base64Path::AVX2 ? decode<Base64Path::AVX2>(out, chars, length, pad)
+                                    : decode<Base64Path::Scalar>(out, chars, length, pad);
+}
+
+int32_t encode_base64_with_pad(char* out, const uint8_t* bytes, uint32_t length, int32_t lineLength, int pad)
+{
+    static const Base64Path path = base64CanUseAVX2() ? Base64Path::AVX2 : Base64Path::Scalar;
+    return encodeBase64Using(path, out, bytes, length, lineLength, pad);
+}
+
+int32_t decode_base64_with_pad(uint8_t* out, const char* chars, uint32_t length, int pad)
+{
+    static const Base64Path path = base64CanUseAVX2() ? Base64Path::AVX2 : Base64Path::Scalar;
+    return decodeBase64Using(path, out, chars, length, pad);
 }
 
 } // namespace yk::detail

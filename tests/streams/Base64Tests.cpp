@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "streams/Base64Codec.h"
 #include "tests/streams/Base64Reference.h"
 
 namespace {
@@ -17,6 +18,43 @@ namespace {
 std::vector<uint8_t> bytesOf(const std::string& text)
 {
     return { text.begin(), text.end() };
+}
+
+using yk::detail::Base64Path;
+
+// The scalar path, and the AVX2 path where the processor has it.
+std::vector<Base64Path> paths()
+{
+    if (yk::detail::base64CanUseAVX2())
+        return { Base64Path::Scalar, Base64Path::AVX2 };
+    return { Base64Path::Scalar };
+}
+
+const char* nameOf(Base64Path path)
+{
+    return path == Base64Path::AVX2 ? "AVX2" : "scalar";
+}
+
+std::string encodeUsing(Base64Path path, const std::vector<uint8_t>& in, int lineLength, bool pad)
+{
+    size_t groups = (in.size() + 2) / 3;
+    size_t lines = lineLength > 0 ? in.size() / 3 * 4 / static_cast<size_t>(lineLength) : 0;
+    std::string out(4 * groups + 2 * lines, '\0');
+    int32_t n = yk::detail::encodeBase64Using(path, out.data(), in.data(), static_cast<uint32_t>(in.size()), lineLength, pad);
+    EXPECT_LE(static_cast<size_t>(n), out.size());
+    out.resize(static_cast<size_t>(n));
+    return out;
+}
+
+yk::test::ReferenceDecoding decodeUsing(Base64Path path, const std::string& text, bool pad)
+{
+    std::vector<uint8_t> out(text.size() * 3 / 4);
+    int32_t n = yk::detail::decodeBase64Using(path, out.data(), text.data(), static_cast<uint32_t>(text.size()), pad);
+    if (n < 0)
+        return { false, {} };
+    EXPECT_LE(static_cast<size_t>(n), out.size());
+    out.resize(static_cast<size_t>(n));
+    return { true, out };
 }
 
 std::string encode(const std::vector<uint8_t>& in, int lineLength, bool pad)
@@ -162,7 +200,8 @@ TEST(Base64, AgreesWithTheDescribedAlgorithmOnGeneratedText)
 {
     std::mt19937 rng(20261121);
     const std::string pieces[] = { "A", "z", "0", "+", "/", "=", "\r", "\n", "\r\n", "\r\n ", "\n\t",
-        "!\r\n", "!", " ", "\t", ".", "\x80", "\xff", "QUJD", "QUJDQUJDQUJDQUJD", "QQ==", "QUI=" };
+        "!\r\n", "!", " ", "\t", ".", "\x80", "\xff", "@", "`", "{", ":", "QUJD", "QUJDQUJDQUJDQUJD", "QQ==", "QUI=",
+        "AZaz09+/QUJDQUJDQUJDQUJDQUJDQUJDQUJDQUJDQUJDQUJD", "QUJDQUJDQUJDQUJDQUJDQUJDQUJDQUJDQUJDQUJDQUJD", "-_" };
     for (int round = 0; round < 20000; ++round) {
         std::string text;
         size_t count = rng() % 24;
@@ -170,8 +209,27 @@ TEST(Base64, AgreesWithTheDescribedAlgorithmOnGeneratedText)
             text += pieces[rng() % std::size(pieces)];
         for (bool pad : { true, false }) {
             auto expected = yk::test::referenceDecode(text, pad);
-            auto actual = decode(text, pad);
-            ASSERT_EQ(show(actual), show(expected)) << "text of " << text.size() << " bytes, pad " << pad;
+            ASSERT_EQ(show(decode(text, pad)), show(expected)) << "text of " << text.size() << " bytes, pad " << pad;
+            for (Base64Path path : paths())
+                ASSERT_EQ(show(decodeUsing(path, text, pad)), show(expected)) << nameOf(path) << ": text of " << text.size() << " bytes, pad " << pad;
+        }
+    }
+}
+
+// Every byte value in every position of a vector block: the AVX2 validation must reject
+// exactly the characters outside the alphabet.
+TEST(Base64, EveryCharacterAtEveryOffsetOfABlock)
+{
+    std::string base(64, 'A');
+    for (int c = 0; c < 256; ++c) {
+        for (size_t offset = 0; offset < 40; ++offset) {
+            std::string text = base;
+            text[offset] = static_cast<char>(c);
+            for (bool pad : { true, false }) {
+                auto expected = yk::test::referenceDecode(text, pad);
+                for (Base64Path path : paths())
+                    ASSERT_EQ(show(decodeUsing(path, text, pad)), show(expected)) << nameOf(path) << ": byte " << c << " at " << offset;
+            }
         }
     }
 }
@@ -181,11 +239,15 @@ TEST(Base64, EncodesAndDecodesLikeTheReferenceAtEveryLength)
     std::mt19937 rng(7);
     for (size_t length = 0; length < 400; ++length) {
         auto data = randomBytes(rng, length);
-        for (int lineLength : { 76, 64, 4, 8, 0, -1, 75, 2 }) {
+        for (int lineLength : { 76, 64, 4, 8, 32, 36, 0, -1, 75, 2 }) {
             for (bool pad : { true, false }) {
                 SCOPED_TRACE(std::to_string(length) + " bytes, line length " + std::to_string(lineLength));
                 std::string text = encode(data, lineLength, pad);
                 ASSERT_EQ(text, yk::test::referenceEncode(data, lineLength, pad));
+                for (Base64Path path : paths()) {
+                    ASSERT_EQ(encodeUsing(path, data, lineLength, pad), text) << nameOf(path);
+                    ASSERT_EQ(decodeUsing(path, text, pad).bytes, data) << nameOf(path);
+                }
                 auto back = decode(text, pad);
                 ASSERT_TRUE(back.valid);
                 ASSERT_EQ(back.bytes, data);
