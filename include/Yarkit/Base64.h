@@ -3,7 +3,8 @@
 // The framework's one base64 codec: standard alphabet (RFC 4648), "=" padding, CR LF line
 // breaks. The output buffers belong to the caller and are not checked for size:
 //   encoding n bytes needs 4 * ceil(n / 3) characters (fewer unpadded) plus 2 per full line;
-//   decoding n characters needs at most floor(3n / 4) bytes.
+//   decoding n characters needs at most floor(3n / 4) bytes, and the decoders may use all of
+//   that room as scratch space beyond the bytes they report.
 
 #include <stdint.h>
 
