@@ -149,12 +149,21 @@ SearchCase makeSearchCase(const std::string& kind)
         // Every position passes a first-and-last-byte test and fails in the middle.
         c.haystack.assign(size, 'a');
         c.needle = std::string(16, 'a') + "b" + std::string(16, 'a');
-    } else {
+    } else if (kind == "tail") {
         // Every position passes a first-byte test and fails at the last byte.
         c.haystack.assign(size, 'a');
         c.needle = std::string(31, 'a') + "b";
+    } else {
+        // Every other position passes any two-byte test and fails late: y_memmem hands over to
+        // glibc's linear search.
+        for (size_t i = 0; i < size / 2; ++i)
+            c.haystack += "ab";
+        for (int i = 0; i < 16; ++i)
+            c.needle += "ab";
+        c.needle += "bb";
     }
-    c.haystack.resize(size - c.needle.size());
+    // Cut on an even length so the "abab" text cannot complete an occurrence early.
+    c.haystack.resize((size - c.needle.size()) & ~size_t { 1 });
     c.haystack += c.needle;
     return c;
 }
@@ -211,7 +220,7 @@ int main(int argc, char** argv)
     benchmark::RegisterBenchmark("base64_decode_folded/EVP_DecodeUpdate", decodeFoldedOpenSSL);
     benchmark::RegisterBenchmark("base64_decode_unbroken/yarkit", decodeUnbrokenYarkit);
     benchmark::RegisterBenchmark("base64_decode_unbroken/EVP_DecodeBlock", decodeUnbrokenOpenSSL);
-    const char* kinds[] = { "text", "rare_first_byte", "periodic", "tail" };
+    const char* kinds[] = { "text", "rare_first_byte", "periodic", "tail", "fallback" };
     for (const char* kind : kinds) {
         std::string name = std::string("memmem_") + kind;
         benchmark::RegisterBenchmark((name + "/yarkit").c_str(), search<true>, std::string(kind));
@@ -227,8 +236,9 @@ int main(int argc, char** argv)
 
     reporter.printRatios({ { "base64_encode_crlf", "EVP_EncodeUpdate" }, { "base64_decode_folded", "EVP_DecodeUpdate" },
                              { "base64_decode_unbroken", "EVP_DecodeBlock" }, { "memmem_text", "glibc" },
-                             { "memmem_rare_first_byte", "glibc" }, { "memmem_periodic", "glibc" }, { "memmem_tail", "glibc" } },
+                             { "memmem_rare_first_byte", "glibc" }, { "memmem_periodic", "glibc" }, { "memmem_tail", "glibc" },
+                             { "memmem_fallback", "glibc" } },
         { { "base64_encode_crlf", 2 }, { "base64_decode_folded", 5 }, { "base64_decode_unbroken", 1 }, { "memmem_text", 1 },
-            { "memmem_rare_first_byte", 1 }, { "memmem_periodic", 1 }, { "memmem_tail", 1 } });
+            { "memmem_rare_first_byte", 1 }, { "memmem_periodic", 1 }, { "memmem_tail", 1 }, { "memmem_fallback", 1 } });
     return 0;
 }
