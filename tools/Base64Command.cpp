@@ -40,8 +40,16 @@ std::optional<int32_t> parseLineLength(const std::string& text)
     return value;
 }
 
-int encode(const std::vector<uint8_t>& bytes, int32_t lineLength, bool pad)
+// The codec counts characters in 32 bits; 1 GiB of input stays well within that.
+constexpr size_t MaximumEncodedInput = size_t { 1 } << 30;
+
+int encode(const Input& input, int32_t lineLength, bool pad)
 {
+    const auto& bytes = input.bytes;
+    if (bytes.size() > MaximumEncodedInput) {
+        std::fprintf(stderr, "yarkit base64: %s: too large to encode (more than 1 GiB)\n", input.name.c_str());
+        return ExitError;
+    }
     size_t groups = (bytes.size() + 2) / 3;
     size_t lines = lineLength ? 4 * (bytes.size() / 3) / static_cast<size_t>(lineLength) : 0;
     std::vector<char> text(4 * groups + 2 * lines + 2);
@@ -96,7 +104,7 @@ int runBase64(int argc, char** argv, int first)
     if (!input)
         return ExitError;
     bool pad = !arguments->has("--no-pad");
-    return arguments->has("--decode") ? decode(*input, pad) : encode(input->bytes, lineLength, pad);
+    return arguments->has("--decode") ? decode(*input, pad) : encode(*input, lineLength, pad);
 }
 
 } // namespace yk::tool
