@@ -191,18 +191,18 @@ CFStringEncoding detectShiftJISFamily(const ShiftJISFamilyTable& table, CFString
             continue;
         }
         uint8_t action = table.leadAction[lead];
+        if (action == actionReject)
+            return kCFStringEncodingInvalidId;
         Mark mark;
         if (action >= actionFirstPairRule) {
             mark = table.trailMarks[action - actionFirstPairRule][byteAt(bytes, i + 1, end)];
+            if (mark == Mark::Reject)
+                return kCFStringEncodingInvalidId;
             i += 2;
         } else {
-            mark = action == actionSingleSpecial ? Mark::Special
-                : action == actionSingleShiftJIS ? Mark::ShiftJIS
-                                                 : Mark::Reject;
+            mark = action == actionSingleSpecial ? Mark::Special : Mark::ShiftJIS;
             i += 1;
         }
-        if (mark == Mark::Reject)
-            return kCFStringEncodingInvalidId;
         sawHighByte = true;
         sawSpecial |= mark == Mark::Special;
     }
