@@ -263,6 +263,58 @@ TEST(YKDetectJapaneseEncoding, AgreesWithTheTranscribedChainOnGeneratedInput)
     }
 }
 
+// Each fast prefix scan stops where a unit begins, having skipped only what the exact loops
+// accept (and, for Shift_JIS, read as plain Shift_JIS); on well-formed text it gets within one
+// vector block of the end.
+TEST(ByteScanner, PrefixScansSkipOnlyWhatTheExactLoopsAccept)
+{
+    InputGenerator generator(4242);
+    for (int n = 0; n < 20000; ++n) {
+        Bytes bytes = generator.next();
+        for (const auto* scanner : scanners()) {
+            size_t utf8 = scanner->utf8Prefix(bytesOf(bytes), bytes.size());
+            size_t euc = scanner->eucJPPrefix(bytesOf(bytes), bytes.size());
+            size_t sjis = scanner->shiftJISPrefix(bytesOf(bytes), bytes.size());
+            ASSERT_NE(oracle::detectUTF8(bytes.substr(0, utf8)), kCFStringEncodingInvalidId)
+                << scanner->name << " " << utf8 << " " << hex(bytes);
+            ASSERT_NE(oracle::detectEUCJP(bytes.substr(0, euc)), kCFStringEncodingInvalidId)
+                << scanner->name << " " << euc << " " << hex(bytes);
+            for (auto detect : { oracle::detectDOSJapanese, oracle::detectMacJapanese,
+                     oracle::detectShiftJISX0213 }) {
+                CFStringEncoding read = detect(bytes.substr(0, sjis));
+                ASSERT_TRUE(read == kCFStringEncodingASCII || read == kCFStringEncodingShiftJIS)
+                    << scanner->name << " " << sjis << " " << hex(bytes);
+            }
+        }
+    }
+}
+
+TEST(ByteScanner, PrefixScansReachTheEndOfWellFormedText)
+{
+    const Bytes utf8 = "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x81\xAE mail \xF0\x9F\x93\xA7\xC3\xA9";
+    const Bytes euc = "\xC6\xFC\xCB\xDC\xB8\xEC\xA4\xCE mail \x8E\xB1";
+    const Bytes sjis = "\x93\xFA\x96\x7B\x8C\xEA\x82\xCC mail \xB1\x88\x9F\x98\x9F\xEA\xA4\x84\xBE";
+    const auto* fastest = scanners().back();
+    if (std::string(fastest->name) != "avx2")
+        GTEST_SKIP() << "only the AVX2 scanner validates double-byte text";
+    const struct {
+        const char* what;
+        Bytes unit;
+        size_t (*ByteScanner::*scan)(const uint8_t*, size_t);
+    } cases[] = {
+        { "UTF-8", utf8, &ByteScanner::utf8Prefix },
+        { "EUC-JP", euc, &ByteScanner::eucJPPrefix },
+        { "Shift_JIS", sjis, &ByteScanner::shiftJISPrefix },
+    };
+    for (const auto& c : cases) {
+        Bytes text;
+        while (text.size() < 4096)
+            text += c.unit;
+        size_t prefix = (fastest->*c.scan)(bytesOf(text), text.size());
+        EXPECT_GE(prefix + 64, text.size()) << c.what;
+    }
+}
+
 // ICU's UTF-8 decoder is the strict modern definition; the validator agrees with it on every
 // input that has none of the forms it accepts deliberately (surrogates, leads 0xF5-0xFD).
 TEST(JapaneseEncodingValidators, UTF8AgreesWithICUOutsideTheWiderForms)

@@ -29,7 +29,9 @@ const std::vector<const yk::detail::ByteScanner*>& scanners()
 Bytes InputGenerator::next()
 {
     Bytes bytes;
-    switch (below(4)) {
+    switch (below(5)) {
+    case 4:
+        return longText();
     case 0: { // uniform random bytes
         unsigned length = below(48);
         for (unsigned i = 0; i < length; ++i)
@@ -50,6 +52,47 @@ Bytes InputGenerator::next()
         return bytes;
     }
     }
+}
+
+// 60 to 400 bytes of well-formed UTF-8, EUC-JP or Shift_JIS, with up to two bytes changed:
+// long enough that the vector paths do most of the work.
+Bytes InputGenerator::longText()
+{
+    Bytes bytes;
+    auto add = [&bytes](unsigned byte) { bytes += static_cast<char>(byte); };
+    unsigned encoding = below(3);
+    for (unsigned length = 60 + below(340); bytes.size() < length;) {
+        if (!below(6)) {
+            bytes.append(1 + below(12), static_cast<char>(0x20 + below(0x5F)));
+            continue;
+        }
+        if (encoding == 0) {
+            char32_t c = below(4) ? 0x3000 + below(0x6000) : below(0x110000);
+            if (c < 0x80) {
+                add(c);
+            } else if (c < 0x800) {
+                add(0xC0 | c >> 6), add(0x80 | (c & 0x3F));
+            } else if (c < 0x10000) {
+                add(0xE0 | c >> 12), add(0x80 | (c >> 6 & 0x3F)), add(0x80 | (c & 0x3F));
+            } else {
+                add(0xF0 | c >> 18), add(0x80 | (c >> 12 & 0x3F)), add(0x80 | (c >> 6 & 0x3F)),
+                    add(0x80 | (c & 0x3F));
+            }
+        } else if (encoding == 1) {
+            if (!below(10))
+                add(0x8E), add(byteIn(0xA1, 0xDF));
+            else
+                add(byteIn(0xA1, 0xFE)), add(byteIn(0xA1, 0xFE));
+        } else if (!below(8)) {
+            add(byteIn(0xA1, 0xDF));
+        } else {
+            add(below(2) ? byteIn(0x81, 0x9F) : byteIn(0xE0, 0xFC));
+            add(below(3) ? byteIn(0x80, 0xFC) : byteIn(0x40, 0x7E));
+        }
+    }
+    for (unsigned changes = below(3); changes > 0; --changes)
+        bytes[below(static_cast<unsigned>(bytes.size()))] = static_cast<char>(below(256));
+    return bytes;
 }
 
 void InputGenerator::appendToken(Bytes& bytes)

@@ -39,6 +39,7 @@ public:
 
 private:
     void appendToken(Bytes& bytes);
+    Bytes longText();
     unsigned below(unsigned bound) { return std::uniform_int_distribution<unsigned>(0, bound - 1)(_random); }
     uint8_t byteIn(unsigned low, unsigned high) { return static_cast<uint8_t>(low + below(high - low + 1)); }
 
