@@ -44,4 +44,26 @@ std::vector<const ByteScanner*> availableByteScanners();
 // The fastest scanner this processor can run, chosen once.
 const ByteScanner& activeByteScanner();
 
+#if defined(__x86_64__)
+// The SSE2 and AVX2 scanners (ByteScanX86.cpp), or null when the processor lacks the
+// instructions.
+const ByteScanner* sse2ByteScanner();
+const ByteScanner* avx2ByteScanner();
+#endif
+
+// The byte-at-a-time ends of the findHighByte scans, for the bytes a vector does not cover.
+inline size_t findHighByteTail(const uint8_t* bytes, size_t from, size_t length)
+{
+    while (from < length && bytes[from] < 0x80)
+        ++from;
+    return from;
+}
+
+inline size_t findHighByteOrEscapeTail(const uint8_t* bytes, size_t from, size_t length)
+{
+    while (from < length && bytes[from] < 0x80 && bytes[from] != 0x1B)
+        ++from;
+    return from;
+}
+
 } // namespace yk::detail
