@@ -49,7 +49,8 @@ size_t scanUnits(const uint8_t* bytes, size_t end, size_t (*fastPrefix)(const ui
     return end;
 }
 
-// How an ISO-2022-JP escape sequence moves the state; nullopt-like InvalidId rejects.
+// The state after the escape ESC c1 c2 (c3), or kCFStringEncodingInvalidId when the escape is
+// unknown or not allowed in the state; `escapeLength` is set to the escape's length.
 CFStringEncoding applyISO2022JPEscape(CFStringEncoding state, uint8_t c1, uint8_t c2, uint8_t c3,
     size_t& escapeLength)
 {
