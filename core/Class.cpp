@@ -140,6 +140,19 @@ std::vector<const MethodList*> Class::methodLists() const
     return lists;
 }
 
+std::vector<Method*> Class::methodsWithSelector(Selector selector) const
+{
+    std::shared_lock lock(runtime().lock);
+    std::vector<Method*> found;
+    for (const auto& list : _methodLists) {
+        for (const auto& method : list->methods) {
+            if (method->selector() == selector)
+                found.push_back(method.get());
+        }
+    }
+    return found;
+}
+
 void Class::ensureInitialized()
 {
     if (_isMetaClass || _initialized.exchange(true))

@@ -1,29 +1,47 @@
 #include "core/RuntimeErrors.h"
 
 #include <Yarkit/core/Class.h>
-
-#include <stdexcept>
+#include <Yarkit/core/Exception.h>
 
 namespace yk::detail {
 
+namespace {
+
+[[noreturn]] void raiseNamed(const char* name, const std::string& reason)
+{
+    Exception::exceptionWithName(name, reason.c_str())->raise();
+}
+
+} // namespace
+
 void raiseInvalidArgument(const std::string& reason)
 {
-    throw std::invalid_argument(reason);
+    raiseNamed(NSInvalidArgumentException, reason);
 }
 
 void raiseRange(const std::string& reason)
 {
-    throw std::out_of_range(reason);
+    raiseNamed(NSRangeException, reason);
 }
 
 void raiseInternalInconsistency(const std::string& reason)
 {
-    throw std::logic_error(reason);
+    raiseNamed(NSInternalInconsistencyException, reason);
 }
 
 void raiseGeneric(const std::string& reason)
 {
-    throw std::runtime_error(reason);
+    raiseNamed(NSGenericException, reason);
+}
+
+void raiseNilArgument(const Object* receiver, const char* selector)
+{
+    raiseInvalidArgument("*** " + methodName(receiver, selector) + ": nil string (or other) argument");
+}
+
+void raiseOutOfBounds(const Object* receiver, const char* selector)
+{
+    raiseRange("*** " + methodName(receiver, selector) + ": Range or index out of bounds");
 }
 
 std::string methodName(const Object* receiver, const char* selector)

@@ -16,6 +16,11 @@ namespace yk::detail {
 [[noreturn]] void raiseInternalInconsistency(const std::string& reason);
 [[noreturn]] void raiseGeneric(const std::string& reason);
 
+// NSInvalidArgumentException "*** -[<class> <selector>]: nil string (or other) argument".
+[[noreturn]] void raiseNilArgument(const Object* receiver, const char* selector);
+// NSRangeException "*** -[<class> <selector>]: Range or index out of bounds".
+[[noreturn]] void raiseOutOfBounds(const Object* receiver, const char* selector);
+
 // "-[Class selector]" or "+[Class selector]" for a receiver, as messages name methods.
 std::string methodName(const Object* receiver, const char* selector);
 

@@ -2,7 +2,9 @@
 
 #include "text/UTF8Sequences.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 
@@ -21,7 +23,34 @@ uint8_t byteAt(const uint8_t* bytes, size_t index, size_t length)
     return index < length ? bytes[index] : 0x00;
 }
 
-// How an ISO-2022-JP escape sequence moves the state; nullopt-like InvalidId rejects.
+constexpr size_t rejected = SIZE_MAX;
+// How far the exact loop goes on by itself before the fast scan is tried again.
+constexpr size_t exactStretch = 64;
+
+// Alternates a fast prefix scan, which skips units the exact loop would accept, with the exact
+// loop `step` (which takes the index of a unit and returns the index after it, or `rejected`).
+// Returns `rejected` or the length; `prefixHadHighByte` tells whether any skipped unit was.
+template<typename Step>
+size_t scanUnits(const uint8_t* bytes, size_t end, size_t (*fastPrefix)(const uint8_t*, size_t),
+    const ByteScanner& scanner, bool& prefixHadHighByte, Step step)
+{
+    size_t i = 0;
+    while (i < end) {
+        size_t prefixEnd = i + fastPrefix(bytes + i, end - i);
+        if (!prefixHadHighByte && scanner.findHighByte(bytes, i, prefixEnd) < prefixEnd)
+            prefixHadHighByte = true;
+        i = prefixEnd;
+        for (size_t stop = std::min(end, i + exactStretch); i < stop;) {
+            i = step(i);
+            if (i == rejected)
+                return rejected;
+        }
+    }
+    return end;
+}
+
+// The state after the escape ESC c1 c2 (c3), or kCFStringEncodingInvalidId when the escape is
+// unknown or not allowed in the state; `escapeLength` is set to the escape's length.
 CFStringEncoding applyISO2022JPEscape(CFStringEncoding state, uint8_t c1, uint8_t c2, uint8_t c3,
     size_t& escapeLength)
 {
@@ -184,28 +213,27 @@ CFStringEncoding detectShiftJISFamily(const ShiftJISFamilyTable& table, CFString
     size_t end = scanLength(length);
     bool sawHighByte = false;
     bool sawSpecial = false;
-    for (size_t i = 0; i < end;) {
+    auto step = [&](size_t i) -> size_t {
         uint8_t lead = bytes[i];
-        if (lead < 0x80) {
-            i = scanner.findHighByte(bytes, i, end);
-            continue;
-        }
+        if (lead < 0x80)
+            return i + 1;
         uint8_t action = table.leadAction[lead];
-        Mark mark;
+        if (action == actionReject)
+            return rejected;
+        Mark mark = action == actionSingleSpecial ? Mark::Special : Mark::ShiftJIS;
+        size_t next = i + 1;
         if (action >= actionFirstPairRule) {
             mark = table.trailMarks[action - actionFirstPairRule][byteAt(bytes, i + 1, end)];
-            i += 2;
-        } else {
-            mark = action == actionSingleSpecial ? Mark::Special
-                : action == actionSingleShiftJIS ? Mark::ShiftJIS
-                                                 : Mark::Reject;
-            i += 1;
+            if (mark == Mark::Reject)
+                return rejected;
+            next = i + 2;
         }
-        if (mark == Mark::Reject)
-            return kCFStringEncodingInvalidId;
         sawHighByte = true;
         sawSpecial |= mark == Mark::Special;
-    }
+        return next;
+    };
+    if (scanUnits(bytes, end, scanner.shiftJISPrefix, scanner, sawHighByte, step) == rejected)
+        return kCFStringEncodingInvalidId;
     if (sawSpecial)
         return special;
     return sawHighByte ? kCFStringEncodingShiftJIS : kCFStringEncodingASCII;
@@ -225,19 +253,19 @@ bool _startsWithUnicodeBOM(const uint8_t* bytes, int32_t length)
 CFStringEncoding _detectUTF8(const uint8_t* bytes, int32_t length, const ByteScanner& scanner)
 {
     size_t end = scanLength(length);
-    CFStringEncoding state = kCFStringEncodingASCII;
-    for (size_t i = 0; i < end;) {
-        if (bytes[i] < 0x80) {
-            i = scanner.findHighByte(bytes, i, end);
-            continue;
-        }
+    bool sawSequence = false;
+    auto step = [&](size_t i) -> size_t {
+        if (bytes[i] < 0x80)
+            return i + 1;
         size_t sequence = validUTF8SequenceLength(bytes, i, end);
         if (!sequence)
-            return kCFStringEncodingInvalidId;
-        state = kCFStringEncodingUTF8;
-        i += sequence;
-    }
-    return state;
+            return rejected;
+        sawSequence = true;
+        return i + sequence;
+    };
+    if (scanUnits(bytes, end, scanner.utf8Prefix, scanner, sawSequence, step) == rejected)
+        return kCFStringEncodingInvalidId;
+    return sawSequence ? kCFStringEncodingUTF8 : kCFStringEncodingASCII;
 }
 
 CFStringEncoding _detectISO_2022_JP(const uint8_t* bytes, int32_t length,
@@ -262,21 +290,21 @@ CFStringEncoding _detectISO_2022_JP(const uint8_t* bytes, int32_t length,
 CFStringEncoding _detectEUC_JP(const uint8_t* bytes, int32_t length, const ByteScanner& scanner)
 {
     size_t end = scanLength(length);
-    CFStringEncoding state = kCFStringEncodingASCII;
-    for (size_t i = 0; i < end;) {
+    bool sawPair = false;
+    auto step = [&](size_t i) -> size_t {
         uint8_t lead = bytes[i];
-        if (lead < 0x80) {
-            i = scanner.findHighByte(bytes, i, end);
-            continue;
-        }
+        if (lead < 0x80)
+            return i + 1;
         uint8_t trail = byteAt(bytes, i + 1, end);
         bool leadOK = lead == 0x8E || (lead >= 0xA1 && lead <= 0xFE);
         if (!leadOK || trail < 0xA1 || trail > 0xFE)
-            return kCFStringEncodingInvalidId;
-        state = kCFStringEncodingEUC_JP;
-        i += 2;
-    }
-    return state;
+            return rejected;
+        sawPair = true;
+        return i + 2;
+    };
+    if (scanUnits(bytes, end, scanner.eucJPPrefix, scanner, sawPair, step) == rejected)
+        return kCFStringEncodingInvalidId;
+    return sawPair ? kCFStringEncodingEUC_JP : kCFStringEncodingASCII;
 }
 
 CFStringEncoding _detectDOSJapanese(const uint8_t* bytes, int32_t length,

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace yk::detail {
@@ -25,7 +26,7 @@ public:
 
     // Copies the clean run up to `end`; copied() then holds the whole result so far.
     void copyRun(size_t end);
-    std::basic_string_view<uint8_t> copied() const { return { _bytes, _length }; }
+    std::span<const uint8_t> copied() const { return { _bytes, _length }; }
     void dropLast(size_t count);
 
     // Copies the final clean run and hands the copy over. Returns whether there was a repair;

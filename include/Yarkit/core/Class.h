@@ -115,6 +115,9 @@ public:
     // The method lists of this class (not its superclasses), own list first. The snapshot stays
     // valid: lists are never removed.
     std::vector<const MethodList*> methodLists() const;
+    // Every method of this class's own lists (not its superclasses') with the selector, in list
+    // order: the class's own list first, then its categories in the order they were added.
+    std::vector<Method*> methodsWithSelector(Selector selector) const;
 
     // Runs the class-side "initialize" method once, superclasses first.
     void ensureInitialized();

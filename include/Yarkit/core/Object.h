@@ -32,7 +32,6 @@ class Object {
 public:
     using SuperClass = void;
 
-    Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
 
     // Reference counting. Subclasses with counters of their own override all three.
@@ -68,6 +67,9 @@ public:
 
 protected:
     Object() = default;
+    // A copy is a new object: its count starts at one, whatever the original's. Only value
+    // types that must be copied by the language (yk::Exception, thrown by value) use it.
+    Object(const Object&) noexcept { }
     virtual ~Object();
 
 private:

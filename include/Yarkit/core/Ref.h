@@ -65,13 +65,25 @@ public:
     // Gives up ownership without releasing; the caller now owns the reference.
     [[nodiscard]] T* leakRef() { return std::exchange(_ptr, nullptr); }
 
-    friend bool operator==(const Ref& a, const Ref& b) { return a._ptr == b._ptr; }
-    friend bool operator==(const Ref& a, const T* b) { return a._ptr == b; }
-    friend bool operator==(const Ref& a, std::nullptr_t) { return a._ptr == nullptr; }
-
 private:
     T* _ptr { nullptr };
 };
+
+template <typename T, typename U>
+bool operator==(const Ref<T>& a, const Ref<U>& b)
+{
+    return a.get() == b.get();
+}
+template <typename T, typename U>
+bool operator==(const Ref<T>& a, const U* b)
+{
+    return a.get() == b;
+}
+template <typename T>
+bool operator==(const Ref<T>& a, std::nullptr_t)
+{
+    return a.get() == nullptr;
+}
 
 // Creates a reference-counted object; the new object's one reference belongs to the result.
 template <typename T, typename... Args>

@@ -1,0 +1,19 @@
+#pragma once
+
+// Helpers shared by the collection classes.
+
+#include <Yarkit/core/Object.h>
+
+#include <string>
+
+namespace yk::detail {
+
+// The object a collection stores for a key or set member: an immutable copy of a mutable
+// string or data (whose hash would change with it), else the object itself.
+Ref<Object> storedKey(Ref<Object> key);
+
+// An element's description inside a property-list style description: strings are quoted when
+// they hold anything but letters, digits and "_.$/:-", and nested lines are indented.
+std::u16string elementDescription(const Object* element);
+
+} // namespace yk::detail

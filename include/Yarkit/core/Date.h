@@ -1,0 +1,51 @@
+#pragma once
+
+#include <Yarkit/core/ComparisonResult.h>
+#include <Yarkit/core/Object.h>
+
+namespace yk {
+
+// Seconds; intervals between dates and since reference dates.
+using TimeInterval = double;
+
+// The seconds from 1970-01-01 to 2001-01-01 (UTC).
+inline constexpr TimeInterval TimeIntervalSince1970 = 978307200.0;
+
+// An immutable point in time: seconds since the reference date 2001-01-01 00:00:00 UTC.
+class Date : public Object {
+    YK_OBJECT(Date, Object)
+public:
+    Date() = default;
+    explicit Date(TimeInterval sinceReferenceDate)
+        : _interval(sinceReferenceDate)
+    {
+    }
+
+    // The current time, from the system's real-time clock.
+    [[nodiscard]] static Ref<Date> date();
+    [[nodiscard]] static Ref<Date> dateWithTimeIntervalSinceReferenceDate(TimeInterval seconds);
+    [[nodiscard]] static Ref<Date> dateWithTimeIntervalSince1970(TimeInterval seconds);
+    [[nodiscard]] static Ref<Date> dateWithTimeIntervalSinceNow(TimeInterval seconds);
+    // The current time as seconds since the reference date.
+    static TimeInterval timeIntervalSinceReferenceDateNow();
+
+    TimeInterval timeIntervalSinceReferenceDate() const { return _interval; }
+    TimeInterval timeIntervalSince1970() const { return _interval + TimeIntervalSince1970; }
+    // Positive when this date is later than other.
+    TimeInterval timeIntervalSinceDate(const Date* other) const;
+    TimeInterval timeIntervalSinceNow() const;
+    [[nodiscard]] Ref<Date> dateByAddingTimeInterval(TimeInterval seconds) const;
+
+    ComparisonResult compare(const Date* other) const;
+    bool isEqualToDate(const Date* other) const;
+
+    bool isEqual(const Object* other) const override;
+    size_t hash() const override;
+    // "2001-01-01 00:00:00 +0000" (UTC, whole seconds).
+    Ref<String> description() const override;
+
+private:
+    TimeInterval _interval { 0 };
+};
+
+} // namespace yk

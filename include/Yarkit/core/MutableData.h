@@ -1,0 +1,47 @@
+#pragma once
+
+#include <Yarkit/core/Data.h>
+
+namespace yk {
+
+// Data that can be changed in place. Not safe to change while another thread reads it.
+// Pointers from bytes() and mutableBytes() stay valid until the next change of length; write
+// through mutableBytes() only before taking a copy, which shares the buffer until the next
+// change made through a method.
+class MutableData : public Data {
+    YK_OBJECT(MutableData, Data)
+public:
+    MutableData() = default;
+    explicit MutableData(std::vector<uint8_t> bytes)
+        : Data(std::move(bytes))
+    {
+    }
+
+    // +dataWithCapacity: (a hint) and +dataWithLength: (zero-filled).
+    [[nodiscard]] static Ref<MutableData> dataWithCapacity(uint32_t capacity);
+    [[nodiscard]] static Ref<MutableData> dataWithLength(uint32_t length);
+    [[nodiscard]] static Ref<MutableData> dataWithBytes(const void* bytes, uint32_t length);
+
+    // The first byte, or null when the data is empty.
+    uint8_t* mutableBytes();
+
+    void appendBytes(const void* bytes, uint32_t length);
+    // Raises NSInvalidArgumentException for null.
+    void appendData(const Data* data);
+    // -replaceBytesInRange:withBytes: overwrites range.length bytes.
+    void replaceBytesInRange(Range range, const void* bytes);
+    // -replaceBytesInRange:withBytes:length: the range may grow or shrink the data.
+    void replaceBytesInRange(Range range, const void* bytes, uint32_t length);
+    // Sets the bytes of range to zero.
+    void resetBytesInRange(Range range);
+    // Growing adds zero bytes.
+    void setLength(uint32_t length);
+    void increaseLengthBy(uint32_t extraLength);
+    void setData(const Data* data);
+
+private:
+    // Gives this object a buffer of its own that holds exactly its bytes, before a change.
+    std::vector<uint8_t>& ownStorage();
+};
+
+} // namespace yk

@@ -1,0 +1,97 @@
+#include <Yarkit/YPostLoadProcessor.h>
+
+#include <Yarkit/core/Class.h>
+#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/Log.h>
+#include <Yarkit/core/String.h>
+
+#include <memory>
+#include <mutex>
+#include <unordered_set>
+
+namespace yk {
+namespace {
+
+struct ProcessorState {
+    std::recursive_mutex lock;
+    // Implementations already called, by identity; guarded by lock.
+    std::unordered_set<const detail::ImpBody*> called;
+};
+
+ProcessorState& state()
+{
+    static auto* instance = std::make_unique<ProcessorState>().release(); // lives for the whole process
+    return *instance;
+}
+
+const Selector postLoadSelector("postLoad");
+
+} // namespace
+
+YK_DEFINE_CLASS(YPostLoadProcessor, [](MethodListBuilder& c) {
+    c.classMethod("initialize", &YPostLoadProcessor::initialize);
+    c.classMethod("process", [](Class*) { YPostLoadProcessor::process(); });
+});
+
+void YPostLoadProcessor::initialize(Class* self)
+{
+    if (self != YPostLoadProcessor::staticClass())
+        return;
+    state();
+}
+
+void YPostLoadProcessor::bundleDidLoad(Class*, Notification*)
+{
+    process();
+}
+
+void YPostLoadProcessor::process()
+{
+    YPostLoadProcessor::staticClass()->ensureInitialized();
+    std::lock_guard guard(state().lock);
+    processClassesWithSelector(postLoadSelector, true);
+}
+
+bool YPostLoadProcessor::processClassesWithSelector(Selector selector, bool initialize)
+{
+    // Hooks may register new classes, so passes repeat until one runs nothing.
+    bool ranAny = false;
+    for (;;) {
+        bool ranInPass = false;
+        for (Class* cls : Class::allClasses()) {
+            if (processClass(cls, selector, initialize))
+                ranInPass = true;
+        }
+        if (!ranInPass)
+            return ranAny;
+        ranAny = true;
+    }
+}
+
+bool YPostLoadProcessor::processClass(Class* cls, Selector selector, bool initialize)
+{
+    // Categories share the selector, so each implementation is marked as called the moment it
+    // is collected: every hook runs once per process, even when processing re-enters.
+    std::vector<Imp> collected;
+    collected.reserve(256);
+    for (const Method* method : cls->metaClass()->methodsWithSelector(selector)) {
+        const Imp imp = method->implementation();
+        if (state().called.insert(imp.body()).second)
+            collected.push_back(imp);
+    }
+    if (collected.empty())
+        return false;
+    if (initialize)
+        cls->ensureInitialized();
+    for (const Imp& imp : collected) {
+        try {
+            imp.function<void()>()(cls);
+        } catch (const Exception& exception) {
+            log("Exception raised during invoking +[%s %s].  Ignored.  Exception: %@", cls->name().c_str(), selector.name(),
+                exception.reason().get());
+        }
+    }
+    return true;
+}
+
+} // namespace yk
