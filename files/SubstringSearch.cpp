@@ -115,7 +115,7 @@ const uint8_t* findFirstAVX2(const uint8_t* haystack, size_t haystackLength, con
     return findFirstSSE2(haystack + i, haystackLength - i, needle, needleLength);
 }
 
-bool hasAVX2()
+bool substringSearchCanUseAVX2()
 {
     static const bool supported = __builtin_cpu_supports("avx2");
     return supported;
@@ -123,7 +123,7 @@ bool hasAVX2()
 
 const uint8_t* findFirst(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength)
 {
-    if (hasAVX2())
+    if (substringSearchCanUseAVX2())
         return findFirstAVX2(haystack, haystackLength, needle, needleLength);
     return findFirstSSE2(haystack, haystackLength, needle, needleLength);
 }

@@ -13,9 +13,9 @@ namespace yk::detail {
 const uint8_t* findFirst(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength);
 
 // The same with a fixed path: 16-byte SSE2 (every x86-64 processor) or 32-byte AVX2; the
-// AVX2 path may only be called when hasAVX2() is true.
+// AVX2 path may only be called when substringSearchCanUseAVX2() is true.
 const uint8_t* findFirstSSE2(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength);
 const uint8_t* findFirstAVX2(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength);
-bool hasAVX2();
+bool substringSearchCanUseAVX2();
 
 } // namespace yk::detail

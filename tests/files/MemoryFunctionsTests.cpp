@@ -121,7 +121,7 @@ using Finder = const uint8_t* (*)(const uint8_t*, size_t, const uint8_t*, size_t
 std::vector<std::pair<const char*, Finder>> vectorPaths()
 {
     std::vector<std::pair<const char*, Finder>> paths = { { "SSE2", yk::detail::findFirstSSE2 } };
-    if (yk::detail::hasAVX2())
+    if (yk::detail::substringSearchCanUseAVX2())
         paths.push_back({ "AVX2", yk::detail::findFirstAVX2 });
     return paths;
 }
