@@ -54,12 +54,14 @@ void recordingCallback(const void* context, UConverterToUnicodeArgs* args, const
 {
     if (reason > UCNV_IRREGULAR)
         return;
+    // The bad bytes were just consumed (ICU hands over a copy of them), so they end where the
+    // conversion now stands.
     auto* report = static_cast<ConversionReport*>(const_cast<void*>(context));
-    report->offsets.push_back(static_cast<size_t>(codeUnits - report->source));
+    report->offsets.push_back(static_cast<size_t>(args->source - report->source) - static_cast<size_t>(length));
     static const UChar replacement = 0xFFFD;
     *error = U_ZERO_ERROR;
     ucnv_cbToUWriteUChars(args, &replacement, 1, 0, error);
-    (void)length;
+    (void)codeUnits;
 }
 
 const char* converterFor(CFStringEncoding encoding, CFStringEncoding& used)

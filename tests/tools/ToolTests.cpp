@@ -120,6 +120,12 @@ TEST(Tool, ToUTF8ConvertsEverySampleAndReportsReplacements)
             "repaired 3 malformed UTF-8 sequences at byte offsets 162, 165, 343" },
         // Unrecognised damaged text is read as the encoding that needs the fewest repairs.
         { "to-utf8 broken-shift_jis.txt", "", 1, damaged, "reading it as CP932" },
+        // Encoded surrogates are valid to the UTF-8 repair but not to ICU: each bad byte
+        // becomes U+FFFD and is reported at its input offset.
+        { "to-utf8", "a\xed\xa0\x80" "b", 1, "a\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd" "b",
+            "replaced 3 unconvertible sequences with U+FFFD at byte offsets 1, 2, 3" },
+        // Mac Japanese goes through Shift_JIS; the Mac-only character is reported.
+        { "to-utf8", "\x88\x40" "ab", 1, "\xef\xbf\xbd" "ab", "converting it as Shift_JIS" },
         // Code page 932 characters that plain Shift_JIS lacks pass through ICU's converter.
         { "to-utf8", "\x87\x40", 0, "\xe2\x91\xa0", "reading CP932" },
     });
