@@ -87,12 +87,12 @@ std::optional<Arguments> parseArguments(int argc, char** argv, int first, const 
             continue;
         }
         std::string name = argument.substr(0, argument.find('='));
-        auto spec = std::find_if(accepted.begin(), accepted.end(), [&](const OptionSpec& s) { return s.name == name; });
-        if (spec == accepted.end()) {
+        auto option = std::find_if(accepted.begin(), accepted.end(), [&](const OptionSpec& o) { return o.name == name; });
+        if (option == accepted.end()) {
             error = "unknown option '" + argument + "'";
             return std::nullopt;
         }
-        if (!spec->takesValue) {
+        if (!option->takesValue) {
             if (name != argument) {
                 error = "option '" + name + "' takes no value";
                 return std::nullopt;
