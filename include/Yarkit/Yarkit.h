@@ -2,7 +2,13 @@
 
 // The umbrella header: everything an application uses from Yarkit.
 
+#include <Yarkit/Base64.h>
+#include <Yarkit/ByteClasses.h>
+#include <Yarkit/ByteSearch.h>
+#include <Yarkit/ByteSequenceRepair.h>
 #include <Yarkit/ClassCompatibility.h>
+#include <Yarkit/JapaneseEncodingDetection.h>
+#include <Yarkit/MemoryFunctions.h>
 #include <Yarkit/MethodReplacement.h>
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
