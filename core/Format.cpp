@@ -293,7 +293,7 @@ std::string printC(const std::string& spec, T value)
     return text;
 }
 
-// The printf specification of a C conversion, with resolved width and precision and the given
+// The printf directive of a C conversion, with resolved width and precision and the given
 // length modifier.
 std::string cSpec(const Conversion& c, int width, int precision, std::string_view length, char conversion)
 {

@@ -1,21 +1,25 @@
 #include <Yarkit/YPostLoadProcessor.h>
 
+#include <Yarkit/core/Bundle.h>
 #include <Yarkit/core/Class.h>
 #include <Yarkit/core/Exception.h>
+#include <Yarkit/core/Locker.h>
 #include <Yarkit/core/Log.h>
+#include <Yarkit/core/Notification.h>
+#include <Yarkit/core/NotificationCenter.h>
+#include <Yarkit/core/RecursiveLock.h>
 #include <Yarkit/core/String.h>
 
 #include <memory>
-#include <mutex>
 #include <unordered_set>
 
 namespace yk {
 namespace {
 
 struct ProcessorState {
-    std::recursive_mutex lock;
-    // Implementations already called, by identity; guarded by lock.
-    std::unordered_set<const detail::ImpBody*> called;
+    Ref<RecursiveLock> lock { make<RecursiveLock>() };
+    // Implementations already called, by identity.
+    std::unordered_set<const detail::ImpBody*> called YK_GUARDED_BY(*lock);
 };
 
 ProcessorState& state()
@@ -31,6 +35,7 @@ const Selector postLoadSelector("postLoad");
 YK_DEFINE_CLASS(YPostLoadProcessor, [](MethodListBuilder& c) {
     c.classMethod("initialize", &YPostLoadProcessor::initialize);
     c.classMethod("process", [](Class*) { YPostLoadProcessor::process(); });
+    c.classMethod("_bundleDidLoad:", &YPostLoadProcessor::bundleDidLoad);
 });
 
 void YPostLoadProcessor::initialize(Class* self)
@@ -38,6 +43,7 @@ void YPostLoadProcessor::initialize(Class* self)
     if (self != YPostLoadProcessor::staticClass())
         return;
     state();
+    NotificationCenter::defaultCenter()->addObserver(self, "_bundleDidLoad:", NSBundleDidLoadNotification, nullptr);
 }
 
 void YPostLoadProcessor::bundleDidLoad(Class*, Notification*)
@@ -48,7 +54,7 @@ void YPostLoadProcessor::bundleDidLoad(Class*, Notification*)
 void YPostLoadProcessor::process()
 {
     YPostLoadProcessor::staticClass()->ensureInitialized();
-    std::lock_guard guard(state().lock);
+    Locker locker(*state().lock);
     processClassesWithSelector(postLoadSelector, true);
 }
 

@@ -2,7 +2,13 @@
 
 // The umbrella header: everything an application uses from Yarkit.
 
+#include <Yarkit/Base64.h>
+#include <Yarkit/ByteClasses.h>
+#include <Yarkit/ByteSearch.h>
+#include <Yarkit/ByteSequenceRepair.h>
 #include <Yarkit/ClassCompatibility.h>
+#include <Yarkit/JapaneseEncodingDetection.h>
+#include <Yarkit/MemoryFunctions.h>
 #include <Yarkit/MethodReplacement.h>
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
@@ -10,8 +16,11 @@
 #include <Yarkit/YObject.h>
 #include <Yarkit/YPostLoadProcessor.h>
 #include <Yarkit/core/Array.h>
+#include <Yarkit/core/Bundle.h>
 #include <Yarkit/core/Class.h>
 #include <Yarkit/core/ComparisonResult.h>
+#include <Yarkit/core/ConditionLock.h>
+#include <Yarkit/core/ConditionLocker.h>
 #include <Yarkit/core/Data.h>
 #include <Yarkit/core/Date.h>
 #include <Yarkit/core/Dictionary.h>
@@ -20,6 +29,8 @@
 #include <Yarkit/core/Format.h>
 #include <Yarkit/core/Imp.h>
 #include <Yarkit/core/Invocation.h>
+#include <Yarkit/core/Lock.h>
+#include <Yarkit/core/Locker.h>
 #include <Yarkit/core/Log.h>
 #include <Yarkit/core/MethodSignature.h>
 #include <Yarkit/core/MutableArray.h>
@@ -27,13 +38,20 @@
 #include <Yarkit/core/MutableDictionary.h>
 #include <Yarkit/core/MutableSet.h>
 #include <Yarkit/core/MutableString.h>
+#include <Yarkit/core/Mutex.h>
+#include <Yarkit/core/Notification.h>
+#include <Yarkit/core/NotificationCenter.h>
 #include <Yarkit/core/Null.h>
 #include <Yarkit/core/Number.h>
 #include <Yarkit/core/Object.h>
 #include <Yarkit/core/Range.h>
+#include <Yarkit/core/RecursiveLock.h>
 #include <Yarkit/core/Ref.h>
 #include <Yarkit/core/Selector.h>
 #include <Yarkit/core/Set.h>
+#include <Yarkit/core/SpinLock.h>
 #include <Yarkit/core/String.h>
 #include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/Thread.h>
+#include <Yarkit/core/ThreadSafety.h>
 #include <Yarkit/core/Value.h>

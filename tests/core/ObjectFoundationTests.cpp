@@ -5,9 +5,14 @@
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YObject.h>
 #include <Yarkit/YPostLoadProcessor.h>
+#include <Yarkit/core/Bundle.h>
 #include <Yarkit/core/Exception.h>
 #include <Yarkit/core/Log.h>
+#include <Yarkit/core/NotificationCenter.h>
 #include <Yarkit/core/String.h>
+
+#include "CoreTestSupport.h"
+#include "LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -23,20 +28,6 @@ std::vector<std::string>& hookCalls()
     static std::vector<std::string> calls;
     return calls;
 }
-
-// Captures what the framework logs while alive.
-class LogCapture {
-public:
-    LogCapture()
-        : _previous(yk::setLogSink([this](const yk::String& line) { lines.push_back(line.utf8()); }))
-    {
-    }
-    ~LogCapture() { yk::setLogSink(_previous); }
-    std::vector<std::string> lines;
-
-private:
-    yk::LogSink _previous;
-};
 
 class Hooked : public yk::YObject {
     YK_OBJECT(Hooked, yk::YObject)
@@ -94,12 +85,11 @@ TEST(YPostLoadProcessor, RunsEveryHookOnceAndLogsOneThatRaises)
     hookCalls().clear();
     yk::YPostLoadProcessor::process();
     EXPECT_EQ(hookCalls(), (std::vector<std::string> { "class", "category" }));
-    ASSERT_EQ(capture.lines.size(), 1u);
-    EXPECT_EQ(capture.lines[0], "Exception raised during invoking +[Hooked postLoad].  Ignored.  Exception: boom");
+    EXPECT_EQ(capture.text(), "Exception raised during invoking +[Hooked postLoad].  Ignored.  Exception: boom\n");
 
-    // Processing again (as after a bundle load) runs only hooks that were never called.
+    // A bundle load processes again, running only the hooks that were never called.
     Hooked::staticClass()->addCategory("Later", [](yk::MethodListBuilder& c) { c.classMethod("postLoad", &Hooked::laterPostLoad); });
-    yk::YPostLoadProcessor::process();
+    yk::NotificationCenter::defaultCenter()->postNotificationName(yk::NSBundleDidLoadNotification, nullptr);
     EXPECT_EQ(hookCalls(), (std::vector<std::string> { "class", "category", "later" }));
 }
 
@@ -187,7 +177,7 @@ TEST(MethodReplacement, UnknownSelectorsAreLoggedAndChangeNothing)
         LogCapture capture;
         const yk::Imp result = c.classSide ? YKReplaceClassMethod(c.cls, c.selector, c.other) : YKReplaceInstanceMethod(c.cls, c.selector, c.other);
         EXPECT_FALSE(result) << c.logged;
-        EXPECT_EQ(capture.lines, std::vector<std::string> { c.logged });
+        EXPECT_EQ(capture.text(), std::string(c.logged) + "\n");
     }
     EXPECT_EQ(sendInt(object.get(), "speak"), 1);
 }
@@ -249,15 +239,8 @@ TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
         { yk::subclassResponsibility, object.get(), "target", "subclass Base (instance) should override target" },
         { yk::subclassResponsibility, object.get(), yk::Selector(), "subclass Base (instance) should override (null)" },
     };
-    for (const auto& c : cases) {
-        try {
-            c.raiser(c.receiver, c.selector);
-            ADD_FAILURE() << "did not raise: " << c.reason;
-        } catch (const yk::Exception& exception) {
-            EXPECT_EQ(exception.name()->utf8(), "NSGenericException");
-            EXPECT_EQ(exception.reason()->utf8(), c.reason);
-        }
-    }
+    for (const auto& c : cases)
+        yk::test::expectRaise([&] { c.raiser(c.receiver, c.selector); }, yk::NSGenericException, c.reason);
     EXPECT_THROW(yk::tryToPerformSelector(object.get(), "subclassResponsibility:", nullptr, nullptr), yk::Exception);
 }
 

@@ -1,0 +1,259 @@
+#include <Yarkit/core/ConditionLock.h>
+#include <Yarkit/core/ConditionLocker.h>
+#include <Yarkit/core/Lock.h>
+#include <Yarkit/core/Locker.h>
+#include <Yarkit/core/Mutex.h>
+#include <Yarkit/core/RecursiveLock.h>
+#include <Yarkit/core/SpinLock.h>
+
+#include "LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Every lock type by reference: the object locks live behind a Ref, Mutex in place.
+template <typename T>
+struct Holder {
+    yk::Ref<T> ref = yk::make<T>();
+    T& get() { return *ref; }
+};
+template <>
+struct Holder<yk::Mutex> {
+    yk::Mutex mutex;
+    yk::Mutex& get() { return mutex; }
+};
+
+// Whether another thread could take the lock right now (it releases it again at once).
+template <typename T>
+bool freeForOthers(T& lock)
+{
+    bool taken = false;
+    std::thread([&] {
+        taken = lock.try_lock();
+        if (taken)
+            lock.unlock();
+    }).join();
+    return taken;
+}
+
+template <typename T>
+class AnyLock : public testing::Test {
+};
+using LockTypes = testing::Types<yk::Mutex, yk::Lock, yk::RecursiveLock, yk::ConditionLock, yk::SpinLock>;
+TYPED_TEST_SUITE(AnyLock, LockTypes);
+
+TYPED_TEST(AnyLock, KeepsCountersExactUnderContention)
+{
+    Holder<TypeParam> lock;
+    // A plain int on purpose: without mutual exclusion increments are lost (and TSan reports).
+    int counter = 0;
+    constexpr int threads = 4;
+    constexpr int rounds = 2000;
+    std::vector<std::thread> workers;
+    for (int t = 0; t < threads; ++t) {
+        workers.emplace_back([&] {
+            for (int i = 0; i < rounds; ++i) {
+                yk::Locker guard(lock.get());
+                int seen = counter;
+                std::this_thread::yield();
+                counter = seen + 1;
+            }
+        });
+    }
+    for (auto& worker : workers)
+        worker.join();
+    EXPECT_EQ(counter, threads * rounds);
+}
+
+TYPED_TEST(AnyLock, OthersCannotTakeItUntilItIsReleased)
+{
+    Holder<TypeParam> lock;
+    lock.get().lock();
+    EXPECT_FALSE(freeForOthers(lock.get()));
+    lock.get().unlock();
+    EXPECT_TRUE(freeForOthers(lock.get()));
+}
+
+template <typename T>
+class TimedLock : public testing::Test {
+};
+using TimedLockTypes = testing::Types<yk::Lock, yk::RecursiveLock, yk::ConditionLock>;
+TYPED_TEST_SUITE(TimedLock, TimedLockTypes);
+
+TYPED_TEST(TimedLock, GivesUpAtTheLimitAndSucceedsWhenReleasedInTime)
+{
+    auto lock = yk::make<TypeParam>();
+    std::atomic<bool> held { false };
+    std::thread holder([&] {
+        lock->lock();
+        held = true;
+        std::this_thread::sleep_for(80ms);
+        lock->unlock();
+    });
+    while (!held)
+        std::this_thread::yield();
+    auto start = Clock::now();
+    EXPECT_FALSE(lock->lockBeforeDate(start + 30ms));
+    EXPECT_GE(Clock::now() - start, 30ms);
+    {
+        std::unique_lock<TypeParam> guard(*lock, 10s);
+        EXPECT_TRUE(guard.owns_lock());
+    }
+    holder.join();
+}
+
+TEST(Lock, MisuseIsReportedInsteadOfUndefined)
+{
+    auto lock = yk::make<yk::Lock>(yk::String::withUTF8("jobs"));
+    LogCapture capture;
+    lock->unlock();
+    lock->lock();
+    try {
+        lock->lock();
+        ADD_FAILURE() << "no exception";
+    } catch (const std::exception& e) {
+        EXPECT_NE(std::string(e.what()).find("*** -[Lock lock]: deadlock (<Lock: 0x"), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("> 'jobs')"), std::string::npos) << e.what();
+    }
+    EXPECT_THROW((void)lock->lockBeforeDate(Clock::now() + 1s), std::exception);
+    std::thread([&] { lock->unlock(); }).join();
+    EXPECT_FALSE(freeForOthers(*lock));
+    lock->unlock();
+
+    std::string log = capture.text();
+    EXPECT_NE(log.find("*** -[Lock unlock]: lock (<Lock: 0x"), std::string::npos) << log;
+    EXPECT_NE(log.find("unlocked when not locked"), std::string::npos) << log;
+    EXPECT_NE(log.find("unlocked from a thread which did not lock it"), std::string::npos) << log;
+}
+
+TEST(RecursiveLock, IsFreeOnlyAfterEveryLockIsMatched)
+{
+    auto lock = yk::make<yk::RecursiveLock>();
+    lock->lock();
+    ASSERT_TRUE(lock->tryLock());
+    ASSERT_TRUE(lock->lockBeforeDate(Clock::now()));
+    lock->unlock();
+    lock->unlock();
+    EXPECT_FALSE(freeForOthers(*lock));
+    lock->unlock();
+    EXPECT_TRUE(freeForOthers(*lock));
+}
+
+TEST(ConditionLock, TryLockWhenConditionNeedsTheCondition)
+{
+    struct Row {
+        int initial;
+        int asked;
+        bool taken;
+    };
+    const Row rows[] = { { 0, 0, true }, { 0, 1, false }, { 1, 1, true }, { -7, -7, true }, { 2, -2, false } };
+    for (const Row& row : rows) {
+        auto lock = yk::make<yk::ConditionLock>(row.initial);
+        bool taken = lock->tryLockWhenCondition(row.asked);
+        EXPECT_EQ(taken, row.taken) << row.initial << " asked " << row.asked;
+        if (taken)
+            lock->unlock();
+        EXPECT_EQ(lock->condition(), row.initial);
+    }
+}
+
+TEST(ConditionLock, HandsOffBetweenProducerAndConsumerInStrictAlternation)
+{
+    // Condition 0: the slot is empty; 1: it holds a value for the consumer.
+    auto lock = yk::make<yk::ConditionLock>(0);
+    int slot = 0;
+    std::vector<int> received;
+    constexpr int rounds = 500;
+    std::thread consumer([&] {
+        for (int i = 0; i < rounds; ++i) {
+            yk::ConditionLocker guard(*lock, 1);
+            received.push_back(slot);
+            guard.setCondition(0);
+        }
+    });
+    for (int i = 1; i <= rounds; ++i) {
+        lock->lockWhenCondition(0);
+        slot = i;
+        lock->unlockWithCondition(1);
+    }
+    consumer.join();
+    ASSERT_EQ(received.size(), size_t(rounds));
+    for (int i = 0; i < rounds; ++i)
+        ASSERT_EQ(received[size_t(i)], i + 1);
+}
+
+TEST(ConditionLock, WakesEachWaiterForItsOwnCondition)
+{
+    // Three threads wait for conditions 1, 2 and 3; each passes the lock on to the next.
+    auto lock = yk::make<yk::ConditionLock>(0);
+    std::vector<int> order;
+    std::vector<std::thread> waiters;
+    for (int c = 3; c >= 1; --c) {
+        waiters.emplace_back([&, c] {
+            yk::ConditionLocker guard(*lock, c);
+            order.push_back(c);
+            guard.setCondition(c == 3 ? 0 : c + 1);
+        });
+    }
+    std::this_thread::sleep_for(10ms);
+    lock->lock();
+    lock->unlockWithCondition(1);
+    for (auto& waiter : waiters)
+        waiter.join();
+    EXPECT_EQ(order, (std::vector<int> { 1, 2, 3 }));
+    EXPECT_EQ(lock->condition(), 0);
+}
+
+TEST(ConditionLock, TimedWaitForAConditionGivesUpOrSucceeds)
+{
+    auto lock = yk::make<yk::ConditionLock>(0);
+    EXPECT_FALSE(lock->lockWhenCondition(1, Clock::now() + 30ms));
+    std::thread setter([&] {
+        std::this_thread::sleep_for(20ms);
+        lock->lock();
+        lock->unlockWithCondition(1);
+    });
+    EXPECT_TRUE(lock->lockWhenCondition(1, Clock::now() + 10s));
+    EXPECT_THROW(lock->lockWhenCondition(1), std::exception);
+    lock->unlockWithCondition(5);
+    setter.join();
+    EXPECT_EQ(lock->condition(), 5);
+}
+
+TEST(ConditionLocker, ReleasesWithTheConditionItWasTakenWithUnlessChanged)
+{
+    auto lock = yk::make<yk::ConditionLock>(4);
+    {
+        yk::ConditionLocker guard(*lock);
+        EXPECT_EQ(guard.condition(), 4);
+    }
+    EXPECT_EQ(lock->condition(), 4);
+    try {
+        yk::ConditionLocker guard(*lock, 4);
+        guard.setCondition(1);
+        throw std::runtime_error("raised while held");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(lock->condition(), 1);
+    ASSERT_TRUE(lock->tryLockWhenCondition(1));
+    {
+        yk::ConditionLocker adopted(*lock, std::adopt_lock);
+        adopted.setCondition(0);
+    }
+    EXPECT_EQ(lock->condition(), 0);
+    EXPECT_TRUE(freeForOthers(*lock));
+}
+
+} // namespace

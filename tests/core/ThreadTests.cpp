@@ -1,0 +1,224 @@
+#include <Yarkit/core/Class.h>
+#include <Yarkit/core/ConditionLock.h>
+#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/MutableDictionary.h>
+#include <Yarkit/core/Notification.h>
+#include <Yarkit/core/NotificationCenter.h>
+#include <Yarkit/core/String.h>
+#include <Yarkit/core/Thread.h>
+
+#include "LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// What a detached thread saw, written before it releases done (condition 1) and read after
+// the test took it. destroyed says when the thread let go of its target.
+struct Report {
+    yk::Ref<yk::ConditionLock> done = yk::make<yk::ConditionLock>(0);
+    std::string seenArgument;
+    bool ranOnMainThread { true };
+    bool sameObjectTwice { false };
+    bool multiThreaded { false };
+    yk::Thread* thread { nullptr };
+    std::atomic<bool> destroyed { false };
+};
+
+// A target for a detached thread: fills in the report.
+class Errand : public yk::Object {
+    YK_OBJECT(Errand, yk::Object)
+public:
+    explicit Errand(Report* report)
+        : report(report)
+    {
+    }
+    ~Errand() override { report->destroyed.store(true); }
+
+    void runWith(yk::String* text)
+    {
+        report->seenArgument = text ? text->utf8() : "(null)";
+        report->ranOnMainThread = yk::Thread::isMainThread();
+        report->thread = yk::Thread::currentThread();
+        report->sameObjectTwice = report->thread == yk::Thread::currentThread();
+        report->multiThreaded = yk::Thread::isMultiThreaded();
+        report->done->lock();
+        report->done->unlockWithCondition(1);
+    }
+    void run() { runWith(nullptr); }
+    void fail(yk::Object*) { throw std::runtime_error("errand failed"); }
+    void raise(yk::Object*) { yk::raise(yk::NSInternalInconsistencyException, "no mailbox named %s", "INBOX"); }
+    void throwInt(yk::Object*) { throw 42; }
+
+    Report* report;
+};
+
+YK_DEFINE_CLASS(Errand, [](yk::MethodListBuilder& c) {
+    c.method("runWith:", &Errand::runWith);
+    c.method("run", &Errand::run);
+    c.method("fail:", &Errand::fail);
+    c.method("raise:", &Errand::raise);
+    c.method("throwInt:", &Errand::throwInt);
+});
+
+bool waitFor(const std::atomic<bool>& flag)
+{
+    auto limit = std::chrono::steady_clock::now() + 10s;
+    while (!flag.load()) {
+        if (std::chrono::steady_clock::now() > limit)
+            return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+TEST(Thread, TheTestsRunOnTheThreadThatLoadedTheLibrary)
+{
+    EXPECT_TRUE(yk::Thread::isMainThread());
+    ASSERT_NE(yk::Thread::mainThread(), nullptr);
+    EXPECT_EQ(yk::Thread::mainThread(), yk::Thread::currentThread());
+
+    yk::Thread* other = nullptr;
+    bool otherIsMain = true;
+    bool stable = false;
+    std::thread([&] {
+        other = yk::Thread::currentThread();
+        stable = other == yk::Thread::currentThread();
+        otherIsMain = yk::Thread::isMainThread();
+    }).join();
+    EXPECT_NE(other, yk::Thread::mainThread());
+    EXPECT_TRUE(stable);
+    EXPECT_FALSE(otherIsMain);
+}
+
+TEST(Thread, DetachedThreadRunsTheSelectorAndKeepsTargetAndArgumentUntilItEnds)
+{
+    struct Row {
+        const char* selector;
+        const char* argument;
+        const char* seen;
+    };
+    const Row rows[] = {
+        { "runWith:", "日本語", "日本語" },
+        { "runWith:", nullptr, "(null)" },
+        { "run", "ignored", "(null)" },
+    };
+    for (const Row& row : rows) {
+        Report report;
+        // Hold the thread at its first lock until the test has dropped its own references.
+        report.done->lock();
+        {
+            auto errand = yk::make<Errand>(&report);
+            auto argument = row.argument ? yk::String::withUTF8(row.argument) : nullptr;
+            yk::Thread::detachNewThreadSelector(row.selector, errand.get(), argument.get());
+        }
+        EXPECT_FALSE(report.destroyed.load()) << row.selector;
+        report.done->unlock();
+        report.done->lockWhenCondition(1);
+        EXPECT_EQ(report.seenArgument, row.seen) << row.selector;
+        EXPECT_FALSE(report.ranOnMainThread);
+        EXPECT_TRUE(report.sameObjectTwice);
+        EXPECT_TRUE(report.multiThreaded);
+        EXPECT_NE(report.thread, yk::Thread::mainThread());
+        report.done->unlock();
+        EXPECT_TRUE(waitFor(report.destroyed)) << row.selector;
+    }
+}
+
+TEST(Thread, AnExceptionEscapingTheMethodIsLoggedAndEndsOnlyItsThread)
+{
+    struct Row {
+        const char* selector;
+        const char* logged;
+    };
+    const Row rows[] = {
+        { "fail:", "-[Errand fail:] on a detached thread raised an exception.  Ignored.  Exception: errand failed" },
+        { "raise:", "-[Errand raise:] on a detached thread raised an exception.  Ignored.  Exception: no mailbox named INBOX" },
+        { "throwInt:", "-[Errand throwInt:] on a detached thread threw an object that is not an exception.  Ignored." },
+    };
+    for (const Row& row : rows) {
+        Report report;
+        LogCapture capture;
+        yk::Thread::detachNewThreadSelector(row.selector, yk::make<Errand>(&report).get(), nullptr);
+        ASSERT_TRUE(waitFor(report.destroyed));
+        std::string log = capture.text();
+        EXPECT_NE(log.find(row.logged), std::string::npos) << log;
+    }
+}
+
+TEST(Thread, RefusesATargetThatDoesNotRespond)
+{
+    Report report;
+    auto errand = yk::make<Errand>(&report);
+    EXPECT_THROW(yk::Thread::detachNewThreadSelector("noSuchMethod:", errand.get(), nullptr), std::exception);
+    EXPECT_THROW(yk::Thread::detachNewThreadSelector("run", nullptr, nullptr), std::exception);
+}
+
+// Counts the announcements of the first detached thread.
+class MultiThreadingListener : public yk::Object {
+    YK_OBJECT(MultiThreadingListener, yk::Object)
+public:
+    void willBecomeMultiThreaded(yk::Notification* notification)
+    {
+        ++count;
+        hadObject = notification->object() != nullptr;
+    }
+    int count { 0 };
+    bool hadObject { false };
+};
+
+YK_DEFINE_CLASS(MultiThreadingListener, [](yk::MethodListBuilder& c) {
+    c.method("willBecomeMultiThreaded:", &MultiThreadingListener::willBecomeMultiThreaded);
+});
+
+TEST(Thread, AnnouncesTheFirstDetachedThreadOnce)
+{
+    // Other tests may have detached threads already; then nothing more is announced.
+    const bool wasMultiThreaded = yk::Thread::isMultiThreaded();
+    auto listener = yk::make<MultiThreadingListener>();
+    auto* center = yk::NotificationCenter::defaultCenter();
+    center->addObserver(listener.get(), "willBecomeMultiThreaded:", yk::NSWillBecomeMultiThreadedNotification, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        Report report;
+        yk::Thread::detachNewThreadSelector("run", yk::make<Errand>(&report).get(), nullptr);
+        ASSERT_TRUE(waitFor(report.destroyed));
+    }
+    center->removeObserver(listener.get());
+    EXPECT_EQ(listener->count, wasMultiThreaded ? 0 : 1);
+    EXPECT_FALSE(listener->hadObject);
+    EXPECT_TRUE(yk::Thread::isMultiThreaded());
+}
+
+TEST(Thread, SleepsForTheIntervalOrNotAtAll)
+{
+    for (double seconds : { 0.0, -1.0, std::numeric_limits<double>::quiet_NaN() }) {
+        auto start = std::chrono::steady_clock::now();
+        yk::Thread::sleepForTimeInterval(seconds);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 1s) << seconds;
+    }
+    auto start = std::chrono::steady_clock::now();
+    yk::Thread::sleepForTimeInterval(0.03);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
+}
+
+TEST(Thread, EachThreadHasItsOwnDictionary)
+{
+    auto key = yk::String::withUTF8("account");
+    yk::Thread::currentThread()->threadDictionary()->setObject(yk::String::withUTF8("main's"), key);
+    yk::Ref<yk::Object> seenElsewhere;
+    std::thread([&] { seenElsewhere = yk::Thread::currentThread()->threadDictionary()->objectForKey(key.get()); }).join();
+    EXPECT_EQ(seenElsewhere, nullptr);
+    EXPECT_NE(yk::Thread::currentThread()->threadDictionary()->objectForKey(key.get()), nullptr);
+    yk::Thread::currentThread()->threadDictionary()->removeObjectForKey(key.get());
+}
+
+} // namespace

@@ -1,0 +1,262 @@
+#include <Yarkit/MemoryFunctions.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "files/SubstringSearch.h"
+
+namespace {
+
+// The described algorithm: candidates from memchr on the first byte, confirmed by memcmp.
+const void* referenceMemmem(const void* haystack, size_t haystackLength, const void* needle, size_t needleLength)
+{
+    if (!haystack || !haystackLength || !needle || !needleLength)
+        return nullptr;
+    auto* h = static_cast<const unsigned char*>(haystack);
+    auto* n = static_cast<const unsigned char*>(needle);
+    const unsigned char* end = h + haystackLength;
+    for (const unsigned char* p = h; static_cast<size_t>(end - p) >= needleLength; ++p) {
+        p = static_cast<const unsigned char*>(memchr(p, n[0], static_cast<size_t>(end - p) - needleLength + 1));
+        if (!p)
+            return nullptr;
+        if (memcmp(p, n, needleLength) == 0)
+            return p;
+    }
+    return nullptr;
+}
+
+const void* referenceMemrmem(const void* haystack, size_t haystackLength, const void* needle, size_t needleLength)
+{
+    if (!haystack || !haystackLength || !needle || !needleLength || needleLength > haystackLength)
+        return nullptr;
+    auto* h = static_cast<const unsigned char*>(haystack);
+    for (size_t i = haystackLength - needleLength + 1; i-- > 0;) {
+        if (memcmp(h + i, needle, needleLength) == 0)
+            return h + i;
+    }
+    return nullptr;
+}
+
+// Offset of a search result from the haystack, -1 for null.
+long offsetOf(const void* result, const std::string& haystack)
+{
+    return result ? static_cast<const char*>(result) - haystack.data() : -1;
+}
+
+TEST(MemoryFunctions, MemrchrFindsTheLastByte)
+{
+    const std::string text = "a.b.c\xff";
+    struct Case {
+        const char* buffer;
+        int byte;
+        size_t length;
+        long expected;
+    } cases[] = {
+        { text.data(), '.', text.size(), 3 },
+        { text.data(), 'a', text.size(), 0 },
+        { text.data(), 'c', 4, -1 },
+        { text.data(), 0xff, text.size(), 5 },
+        { text.data(), 0x1ff, text.size(), 5 }, // converted to unsigned char
+        { text.data(), 'x', text.size(), -1 },
+        { text.data(), 'a', 0, -1 },
+        { nullptr, 'a', 5, -1 },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE("byte " + std::to_string(c.byte) + ", length " + std::to_string(c.length));
+        EXPECT_EQ(offsetOf(y_memrchr(c.buffer, c.byte, c.length), text), c.expected);
+    }
+}
+
+TEST(MemoryFunctions, MemmemAndMemrmemFindFirstAndLastOccurrences)
+{
+    const std::string text = "abcabxabcab";
+    struct Case {
+        const char* haystack;
+        size_t haystackLength;
+        const char* needle;
+        size_t needleLength;
+        long first;
+        long last;
+    } cases[] = {
+        { text.data(), text.size(), "ab", 2, 0, 9 },
+        { text.data(), text.size(), "abc", 3, 0, 6 },
+        { text.data(), text.size(), "bx", 2, 4, 4 },
+        { text.data(), text.size(), "cab", 3, 2, 8 },
+        { text.data(), text.size(), "b", 1, 1, 10 },
+        { text.data(), text.size(), text.data(), text.size(), 0, 0 },
+        { text.data(), text.size(), "abd", 3, -1, -1 },
+        // The last occurrence must lie wholly inside the haystack.
+        { text.data(), 10, "ab", 2, 0, 6 },
+        { text.data(), 3, "abca", 4, -1, -1 },
+        { text.data(), 0, "a", 1, -1, -1 },
+        { text.data(), text.size(), "a", 0, -1, -1 },
+        { nullptr, 5, "a", 1, -1, -1 },
+        { text.data(), text.size(), nullptr, 1, -1, -1 },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string("needle \"") + (c.needle ? std::string(c.needle, c.needleLength) : "(null)") + "\" in "
+            + std::to_string(c.haystackLength) + " bytes");
+        EXPECT_EQ(offsetOf(y_memmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.first);
+        EXPECT_EQ(offsetOf(y_memrmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.last);
+    }
+}
+
+std::string randomText(std::mt19937& rng, size_t length, int alphabetSize)
+{
+    std::string text(length, '\0');
+    for (auto& c : text)
+        c = static_cast<char>('a' + rng() % static_cast<unsigned>(alphabetSize));
+    return text;
+}
+
+using Finder = const uint8_t* (*)(const uint8_t*, size_t, const uint8_t*, size_t);
+
+std::vector<std::pair<const char*, Finder>> vectorPaths()
+{
+    std::vector<std::pair<const char*, Finder>> paths = { { "SSE2", yk::detail::findFirstSSE2 } };
+    if (yk::detail::substringSearchCanUseAVX2())
+        paths.push_back({ "AVX2", yk::detail::findFirstAVX2 });
+    return paths;
+}
+
+// Small alphabets make many candidates, so the confirmation, the tails of the vector loops
+// and the switch to the linear fallback are all exercised.
+TEST(MemoryFunctions, EveryMemmemPathAgreesWithTheDescribedAlgorithmAndGlibc)
+{
+    std::mt19937 rng(99);
+    for (int round = 0; round < 30000; ++round) {
+        int alphabet = 1 + static_cast<int>(rng() % 4);
+        std::string haystack = randomText(rng, 1 + rng() % 300, alphabet);
+        std::string needle = randomText(rng, 1 + rng() % 12, alphabet);
+        if (rng() % 3 == 0 && needle.size() <= haystack.size()) // plant an occurrence
+            haystack.replace(rng() % (haystack.size() - needle.size() + 1), needle.size(), needle);
+        const void* expected = referenceMemmem(haystack.data(), haystack.size(), needle.data(), needle.size());
+        ASSERT_EQ(expected, memmem(haystack.data(), haystack.size(), needle.data(), needle.size()));
+        ASSERT_EQ(y_memmem(haystack.data(), haystack.size(), needle.data(), needle.size()), expected)
+            << "needle " << needle << " in " << haystack;
+        if (needle.size() <= haystack.size()) {
+            for (auto [name, find] : vectorPaths()) {
+                auto* h = reinterpret_cast<const uint8_t*>(haystack.data());
+                auto* n = reinterpret_cast<const uint8_t*>(needle.data());
+                ASSERT_EQ(static_cast<const void*>(find(h, haystack.size(), n, needle.size())), expected)
+                    << name << ": needle " << needle << " in " << haystack;
+            }
+        }
+        ASSERT_EQ(y_memrmem(haystack.data(), haystack.size(), needle.data(), needle.size()),
+            referenceMemrmem(haystack.data(), haystack.size(), needle.data(), needle.size()))
+            << "needle " << needle << " in " << haystack;
+    }
+}
+
+TEST(MemoryFunctions, MemmemStaysCorrectOnInputsThatDefeatCandidateFiltering)
+{
+    // In "abab...", every even position passes the two-byte filter of "(ab)^250 bb" (its first
+    // byte and its last) and fails only after 500 bytes: the linear fallback must take over and
+    // still report the one real occurrence near the end.
+    std::string haystack;
+    for (int i = 0; i < (1 << 19); ++i)
+        haystack += "ab";
+    std::string needle;
+    for (int i = 0; i < 250; ++i)
+        needle += "ab";
+    needle += "bb";
+    const size_t planted = haystack.size() - 2000;
+    haystack.replace(planted, needle.size(), needle);
+    for (auto [name, find] : vectorPaths()) {
+        auto* h = reinterpret_cast<const uint8_t*>(haystack.data());
+        auto* n = reinterpret_cast<const uint8_t*>(needle.data());
+        EXPECT_EQ(reinterpret_cast<const char*>(find(h, haystack.size(), n, needle.size())), haystack.data() + planted) << name;
+    }
+    EXPECT_EQ(y_memmem(haystack.data(), haystack.size(), needle.data(), needle.size()), haystack.data() + planted);
+}
+
+struct StrtollCase {
+    const char* text;
+    int base;
+    long long value;
+    long end; // offset of *endPointer
+    int error; // errno afterwards, 0 when untouched
+};
+
+TEST(MemoryFunctions, StrtollParsesLikeTheBSDLibrary)
+{
+    const StrtollCase cases[] = {
+        { "0x1A", 0, 26, 4, 0 },
+        { "012", 0, 10, 3, 0 },
+        { "xyz", 10, 0, 0, EINVAL },
+        { "", 10, 0, 0, EINVAL },
+        { "  \t\n\v\f\r-42abc", 10, -42, 10, 0 },
+        { "+7", 10, 7, 2, 0 },
+        { "- 7", 10, 0, 0, EINVAL },
+        { "0X1f", 16, 31, 4, 0 },
+        { "1f", 16, 31, 2, 0 },
+        { "0x", 16, 0, 1, 0 },
+        { "0xg", 0, 0, 1, 0 },
+        { "0x1A", 10, 0, 1, 0 },
+        { "08", 0, 0, 1, 0 },
+        { "z", 36, 35, 1, 0 },
+        { "Zz", 36, 35 * 36 + 35, 2, 0 },
+        { "102", 2, 2, 2, 0 },
+        { "9223372036854775807", 10, LLONG_MAX, 19, 0 },
+        { "9223372036854775808", 10, LLONG_MAX, 19, ERANGE },
+        { "-9223372036854775808", 10, LLONG_MIN, 20, 0 },
+        { "-9223372036854775809", 10, LLONG_MIN, 20, ERANGE },
+        { "99999999999999999999999x", 10, LLONG_MAX, 23, ERANGE },
+        { "0x8000000000000000", 16, LLONG_MAX, 18, ERANGE },
+        { "-0x8000000000000000", 0, LLONG_MIN, 19, 0 },
+        { "12", 1, 0, 0, EINVAL },
+        { "12", 37, 0, 0, EINVAL },
+        { "12", -2, 0, 0, EINVAL },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string("\"") + c.text + "\" base " + std::to_string(c.base));
+        char* end = nullptr;
+        errno = 0;
+        EXPECT_EQ(y_strtoll(c.text, &end, c.base), c.value);
+        EXPECT_EQ(end - c.text, c.end);
+        EXPECT_EQ(errno, c.error);
+        EXPECT_EQ(y_strtoll(c.text, nullptr, c.base), c.value);
+    }
+}
+
+// glibc's strtoll differs only where no digits are found (it leaves errno alone); elsewhere
+// value, end and ERANGE must match.
+TEST(MemoryFunctions, StrtollAgreesWithGlibcWhereTheContractsAgree)
+{
+    std::mt19937 rng(5);
+    const char pieces[] = " \t-+0x019aAfFzZ7X.";
+    for (int round = 0; round < 100000; ++round) {
+        std::string text;
+        size_t length = rng() % 24;
+        for (size_t i = 0; i < length; ++i)
+            text += pieces[rng() % (sizeof pieces - 1)];
+        int base = static_cast<int>(rng() % 38);
+        if (base == 1)
+            base = 0;
+        if (base == 37)
+            base = 10;
+        char* ourEnd = nullptr;
+        char* glibcEnd = nullptr;
+        errno = 0;
+        long long ours = y_strtoll(text.c_str(), &ourEnd, base);
+        int ourErrno = errno;
+        errno = 0;
+        long long theirs = strtoll(text.c_str(), &glibcEnd, base);
+        int glibcErrno = errno;
+        ASSERT_EQ(ours, theirs) << "\"" << text << "\" base " << base;
+        ASSERT_EQ(ourEnd, glibcEnd) << "\"" << text << "\" base " << base;
+        ASSERT_EQ(ourErrno == ERANGE, glibcErrno == ERANGE) << "\"" << text << "\" base " << base;
+        if (ourErrno == EINVAL) {
+            ASSERT_EQ(glibcEnd, text.c_str());
+        }
+    }
+}
+
+} // namespace

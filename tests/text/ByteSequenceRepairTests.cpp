@@ -1,0 +1,399 @@
+#include <Yarkit/ByteSequenceRepair.h>
+
+#include "Oracle.h"
+#include "TextTestSupport.h"
+#include "text/ByteSequenceRepairDetail.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+
+namespace {
+
+using namespace texttest;
+
+// A repair as a callable over whole byte strings, returning what the oracle returns.
+using RepairFunction = std::function<oracle::Repair(const Bytes&)>;
+
+oracle::Repair collect(bool repaired, unsigned char* out, uint32_t outLength)
+{
+    oracle::Repair result { repaired, {} };
+    if (repaired) {
+        result.output.assign(reinterpret_cast<const char*>(out), outLength);
+        std::free(out);
+    }
+    return result;
+}
+
+template<typename Fix>
+oracle::Repair run(const Bytes& bytes, Fix fix)
+{
+    unsigned char* out = nullptr;
+    uint32_t outLength = 0;
+    bool repaired = fix(bytesOf(bytes), static_cast<uint32_t>(bytes.size()), &out, &outLength);
+    return collect(repaired, out, outLength);
+}
+
+oracle::Repair fixUTF8(const Bytes& bytes)
+{
+    return run(bytes, YKFixUTF8Bytes);
+}
+
+oracle::Repair fixShiftJIS(const Bytes& bytes, int variant)
+{
+    return run(bytes, [variant](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
+        return YKFixShiftJISBytes(b, l, o, ol, variant);
+    });
+}
+
+oracle::Repair fixEUCJP(const Bytes& bytes)
+{
+    return run(bytes, YKFixEUCJPBytes);
+}
+
+oracle::Repair fixISO2022JP(const Bytes& bytes, bool trailingEscapeRule = false)
+{
+    return run(bytes, [trailingEscapeRule](const uint8_t* b, uint32_t l, unsigned char** o,
+                          uint32_t* ol) {
+        return yk::detail::fixISO2022JPBytes(b, l, o, ol, trailingEscapeRule);
+    });
+}
+
+struct RepairCase {
+    const char* scenario;
+    Bytes input;
+    bool repaired;
+    Bytes output; // when repaired
+};
+
+void expectRepairs(const char* function, const RepairCase* begin, const RepairCase* end,
+    const RepairFunction& fix)
+{
+    for (const RepairCase* c = begin; c != end; ++c) {
+        oracle::Repair expected { c->repaired, c->repaired ? c->output : Bytes() };
+        oracle::Repair actual = fix(c->input);
+        EXPECT_EQ(actual.repaired, expected.repaired)
+            << function << ", " << c->scenario << ": " << hex(c->input);
+        EXPECT_EQ(hex(actual.output), hex(expected.output))
+            << function << ", " << c->scenario << ": " << hex(c->input);
+    }
+}
+
+template<size_t N>
+void expectRepairs(const char* function, const RepairCase (&cases)[N], const RepairFunction& fix)
+{
+    expectRepairs(function, cases, cases + N, fix);
+}
+
+TEST(YKFixUTF8Bytes, ReplacesEachMalformedSequenceWithOneQuestionMark)
+{
+    const RepairCase cases[] = {
+        { "ASCII", "plain text\r\n", false, "" },
+        { "valid Japanese", "\xE6\x97\xA5\xE6\x9C\xAC", false, "" },
+        { "wide forms and surrogates are valid", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80"
+                                                 "\xF5\x80\x80\x80\xED\xA0\x80",
+            false, "" },
+        { "ASCII after a broken lead is kept", "\x41\xC3\x42", true, "\x41?\x42" },
+        { "truncated at the end", "\xE3\x81", true, "?" },
+        { "a following lead is swallowed", "\xC3\xC3\xA9", true, "??" },
+        { "swallowing stops at the expected length", "\xE3\x81\xE3\x81\x82", true, "???" },
+        { "lone continuation bytes", "\x80\xBF", true, "??" },
+        { "overlong four-byte form", "\xF0\x80\x80\x80z", true, "?z" },
+        { "above U+10FFFF", "\xF4\x90\x80\x80", true, "?" },
+        { "0xFE and 0xFF", "\xFE\xFF", true, "??" },
+        { "six-byte form cut short", "\xFC\x80\x80\x80\x80", true, "?" },
+        { "valid text around a repair", "\xC3\xA9\xC3\xC3\xA9", true, "\xC3\xA9??" },
+    };
+    expectRepairs("YKFixUTF8Bytes", cases, fixUTF8);
+}
+
+TEST(YKFixShiftJISBytes, ChecksPairsAgainstTheVariantsTable)
+{
+    struct VariantCase {
+        RepairCase repair;
+        int variant;
+    };
+    const VariantCase cases[] = {
+        { { "defined hiragana", "\x82\xA0", false, "" }, 0 },
+        { { "row 9 is not plain Shift_JIS", "\x85\x40", true, "?" }, 0 },
+        { { "row 9 cell 1 is DOS", "\x85\x40", false, "" }, 2 },
+        { { "row 9 cell 1 is Mac", "\x85\x40", false, "" }, 1 },
+        { { "defined symbol", "\x81\x41", false, "" }, 0 },
+        { { "the swallowed trail may be ASCII", "\x81\x20", true, "?" }, 0 },
+        { { "0x7F is judged as 0x80", "\x81\x7F", false, "" }, 0 },
+        { { "no cell above 0xFC", "\x81\xFDx", true, "?x" }, 0 },
+        { { "lead at the end", "ab\x82", true, "ab?" }, 2 },
+        { { "0xA0 becomes a space", "\xA0", true, " " }, 0 },
+        { { "0xA0 becomes a space", "\xA0", true, " " }, 1 },
+        { { "0xA0 becomes a space", "\xA0", true, " " }, 2 },
+        { { "0xA0 becomes a space", "\xA0", true, " " }, 7 },
+        { { "0xFD is not a character", "\xFD", true, "?" }, 0 },
+        { { "0xFD is not a character", "\x80\xFD\xFE\xFF", true, "????" }, 2 },
+        { { "0x80 and 0xFD-0xFF are Mac characters", "\x80\xFD\xFE\xFF", false, "" }, 1 },
+        { { "other variants look nothing up", "\x85\x40\xFD\x82", false, "" }, 3 },
+        { { "other variants look nothing up", "\x81\x20", false, "" }, -1 },
+        { { "the trail of a pair is never judged alone", "\x81\xA0", false, "" }, 0 },
+        { { "half-width katakana", "\xB1\xDF", false, "" }, 0 },
+        { { "user-defined area", "\xF0\x40\xFC\xFC", false, "" }, 0 },
+        { { "DOS stops at row 119 cell 12", "\xFC\x4B\xFC\x4C", true, "\xFC\x4B?" }, 2 },
+        { { "Mac-only category 2 is a character", "\xEB\x41", false, "" }, 1 },
+        { { "Mac-only category 2 is not Shift_JIS", "\xEB\x41", true, "?" }, 0 },
+        { { "NEC row 13", "\x87\x40", false, "" }, 2 },
+        { { "IBM rows 89-92", "\xED\x40\xEE\xEC\xEE\xED", true, "\xED\x40\xEE\xEC?" }, 2 },
+    };
+    for (const auto& c : cases) {
+        expectRepairs("YKFixShiftJISBytes", &c.repair, &c.repair + 1,
+            [&c](const Bytes& bytes) { return fixShiftJIS(bytes, c.variant); });
+    }
+}
+
+TEST(YKFixEUCJPBytes, ChecksPairsAgainstTheStandardMacCharacters)
+{
+    const RepairCase cases[] = {
+        { "hiragana", "\xA4\xA2", false, "" },
+        { "single shift 3 is kept, then an ordinary pair", "\x8F\xB0\xA1", false, "" },
+        { "single shift 3 is kept, then an undefined pair", "\x8F\xA2\xAF", true, "\x8F?" },
+        { "row 86", "\xF6\xA1", true, "?" },
+        { "half-width katakana", "\x8E\xB1\x8E\xDF", false, "" },
+        { "single shift 2 outside katakana", "\x8E\xE0", true, "?" },
+        { "single shift 2 swallows ASCII", "\x8E\x41x", true, "?x" },
+        { "single shift 2 at the end", "\x8E", true, "?" },
+        { "lead at the end", "x\xA4", true, "x?" },
+        { "a 7-bit trail is judged as if high", "\xA4\x22", false, "" },
+        { "trail without a cell", "\xA4\xFF", true, "?" },
+        { "NEC row 13 standard part", "\xAD\xA1", false, "" },
+        { "Mac-only category 2", "\xAD\xF1", true, "?" },
+        { "stray high bytes are kept", "\x80\x8D\x90\xA0\xFF", false, "" },
+    };
+    expectRepairs("YKFixEUCJPBytes", cases, fixEUCJP);
+}
+
+TEST(YKFixISO2022JPBytes, BracketsRepairsWithEscapes)
+{
+    const RepairCase cases[] = {
+        { "clean text", "a\x1B$B\x24\x22\x1B(B\r\n", false, "" },
+        { "line break in JIS X 0208 mode", "\x1B$B\x24\x22\r\n", true,
+            "\x1B$B\x24\x22\x1B(B\r\n" },
+        { "line break in katakana mode", "\x1B(I\x31\n", true, "\x1B(I\x31\x1B(B\n" },
+        { "line break in JIS Roman mode", "\x1B(J\\\r\n", false, "" },
+        { "unknown escape", "\x1B\x4B", true, "\x1B(B\x4B" },
+        { "escape at the end", "a\x1B", true, "a\x1B(B" },
+        { "four-byte escape is unknown here", "\x1B$(D", true, "\x1B(B$(D" },
+        { "bad pair in 1983 mode", "\x1B$B\x7F\x21", true, "\x1B$B\x1B(B?\x1B$B" },
+        { "bad pair in 1978 mode", "\x1B$@\x7F\x21", true, "\x1B$@\x1B(B?\x1B$@" },
+        { "Mac-only character", "\x1B$B\x2D\x51", true, "\x1B$B\x1B(B?\x1B$B" },
+        { "lone byte at the end", "\x1B$B\x24", true, "\x1B$B\x1B(B?\x1B$B" },
+        { "a bad pair swallows a line feed", "\x1B$B\x24\n", true, "\x1B$B\x1B(B?\x1B$B" },
+        { "bad katakana byte", "\x1B(I\x31\x60", true, "\x1B(I\x31\x1B(B?\x1B(I" },
+        { "ASCII mode keeps high bytes", "\x80\xFF", false, "" },
+    };
+    expectRepairs("YKFixISO2022JPBytes", cases, [](const Bytes& b) { return fixISO2022JP(b); });
+}
+
+TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
+{
+    const Bytes end = "\x1B(B";
+    const Bytes at507 = Bytes(504, 'a') + end;
+    const Bytes at506 = Bytes(503, 'a') + end;
+    const Bytes repairedTo509 = "\x1BK" + Bytes(502, 'a') + end;
+    const Bytes repairedTo506 = "\x1BK" + Bytes(499, 'a') + end;
+    const struct {
+        const char* scenario;
+        Bytes input;
+        bool rule;
+        bool repaired;
+        Bytes output;
+    } cases[] = {
+        { "clean, 507 bytes, rule off", at507, false, false, "" },
+        { "clean, 507 bytes, rule on", at507, true, true, Bytes(504, 'a') },
+        { "clean, 506 bytes, rule on", at506, true, false, "" },
+        { "escape not third from the end", at507 + "x", true, false, "" },
+        { "repaired to 509 bytes, rule on", repairedTo509, true, true,
+            "\x1B(BK" + Bytes(502, 'a') },
+        { "repaired to 509 bytes, rule off", repairedTo509, false, true,
+            "\x1B(BK" + Bytes(502, 'a') + end },
+        { "repaired to 506 bytes, rule on", repairedTo506, true, true,
+            "\x1B(BK" + Bytes(499, 'a') + end },
+    };
+    for (const auto& c : cases) {
+        auto actual = fixISO2022JP(c.input, c.rule);
+        EXPECT_EQ(actual.repaired, c.repaired) << c.scenario;
+        EXPECT_EQ(hex(actual.output), hex(c.repaired ? c.output : Bytes())) << c.scenario;
+    }
+}
+
+TEST(YKFixISO2022JPBytes, TrailingEscapeRuleIsSwitchedForTheProcess)
+{
+    const Bytes input = Bytes(504, 'a') + "\x1B(B";
+    bool before = yk::isISO2022JPTrailingEscapeRuleEnabled();
+    EXPECT_FALSE(before) << "the rule is off unless the build turns it on";
+    for (bool enabled : { true, false }) {
+        yk::setISO2022JPTrailingEscapeRuleEnabled(enabled);
+        uint32_t outLength = 0;
+        EXPECT_EQ(YKFixISO2022JPBytes(bytesOf(input), static_cast<uint32_t>(input.size()), nullptr,
+                      &outLength),
+            enabled);
+        if (enabled) {
+            EXPECT_EQ(outLength, 504u);
+        }
+    }
+    yk::setISO2022JPTrailingEscapeRuleEnabled(before);
+}
+
+using CFix = bool (*)(const unsigned char*, uint32_t, unsigned char**, uint32_t*);
+
+bool fixShiftJISVariant0(const unsigned char* b, uint32_t l, unsigned char** o, uint32_t* ol)
+{
+    return YKFixShiftJISBytes(b, l, o, ol, 0);
+}
+
+const struct {
+    const char* name;
+    CFix fix;
+    Bytes clean;
+    Bytes dirty;
+} exportedRepairs[] = {
+    { "YKFixUTF8Bytes", YKFixUTF8Bytes, "a\xE3\x81\x82", "a\xE3\x81" },
+    { "YKFixShiftJISBytes", fixShiftJISVariant0, "a\x82\xA0", "a\x85\x40" },
+    { "YKFixEUCJPBytes", YKFixEUCJPBytes, "a\xA4\xA2", "a\xF6\xA1" },
+    { "YKFixISO2022JPBytes", YKFixISO2022JPBytes, "\x1B$B\x24\x22\x1B(B", "a\x1B$B\x24\r" },
+};
+
+TEST(ByteSequenceRepair, CleanOrEmptyInputLeavesTheOutputsUntouched)
+{
+    for (const auto& repair : exportedRepairs) {
+        for (uint32_t length : { static_cast<uint32_t>(repair.clean.size()), 0u }) {
+            auto* sentinel = reinterpret_cast<unsigned char*>(0x1234);
+            unsigned char* out = sentinel;
+            uint32_t outLength = 77;
+            EXPECT_FALSE(repair.fix(bytesOf(repair.clean), length, &out, &outLength)) << repair.name;
+            EXPECT_EQ(out, sentinel) << repair.name;
+            EXPECT_EQ(outLength, 77u) << repair.name;
+        }
+        // A dirty byte outside the given length is not looked at.
+        EXPECT_FALSE(repair.fix(bytesOf(repair.dirty), 1, nullptr, nullptr)) << repair.name;
+    }
+}
+
+TEST(ByteSequenceRepair, EitherOutputMayBeNull)
+{
+    for (const auto& repair : exportedRepairs) {
+        const auto* input = bytesOf(repair.dirty);
+        auto length = static_cast<uint32_t>(repair.dirty.size());
+        EXPECT_TRUE(repair.fix(input, length, nullptr, nullptr)) << repair.name;
+        uint32_t outLength = 0;
+        EXPECT_TRUE(repair.fix(input, length, nullptr, &outLength)) << repair.name;
+        EXPECT_GT(outLength, 0u) << repair.name;
+        unsigned char* out = nullptr;
+        EXPECT_TRUE(repair.fix(input, length, &out, nullptr)) << repair.name;
+        EXPECT_NE(out, nullptr) << repair.name;
+        std::free(out);
+    }
+}
+
+// The library's repairs, with each scanner, answer exactly as the transcription does.
+TEST(ByteSequenceRepair, AgreesWithTheTranscriptionOnGeneratedInput)
+{
+    using namespace yk::detail;
+    for (const auto* scanner : scanners()) {
+        InputGenerator generator(31337);
+        for (int n = 0; n < 30000; ++n) {
+            Bytes bytes = generator.next();
+            auto where = [&](const char* what) {
+                return std::string(what) + " with " + scanner->name + " on " + hex(bytes);
+            };
+            ASSERT_EQ(run(bytes,
+                          [&](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
+                              return fixUTF8Bytes(b, l, o, ol, *scanner);
+                          }),
+                oracle::fixUTF8(bytes))
+                << where("UTF-8");
+            for (int variant : { -1, 0, 1, 2, 3 }) {
+                ASSERT_EQ(run(bytes,
+                              [&](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
+                                  return fixShiftJISBytes(b, l, o, ol, variant, *scanner);
+                              }),
+                    oracle::fixShiftJIS(bytes, variant))
+                    << where("Shift_JIS") << " variant " << variant;
+            }
+            ASSERT_EQ(run(bytes,
+                          [&](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
+                              return fixEUCJPBytes(b, l, o, ol, *scanner);
+                          }),
+                oracle::fixEUCJP(bytes))
+                << where("EUC-JP");
+            // Long enough, now and then, for the trailing-escape rule.
+            Bytes longer = n % 8 ? bytes : Bytes(500, 'a') + bytes;
+            for (bool rule : { false, true })
+                ASSERT_EQ(fixISO2022JP(longer, rule), oracle::fixISO2022JP(longer, rule))
+                    << where("ISO-2022-JP") << " rule " << rule;
+        }
+    }
+}
+
+// ICU's ISO-2022 decoder rejects an escape followed at once by another escape, which a repair
+// right after a mode switch produces; the first escape of such a pair changes nothing.
+Bytes withoutEmptySegments(Bytes bytes)
+{
+    for (size_t at = bytes.find("\x1B"); at != Bytes::npos; at = bytes.find("\x1B", at + 1)) {
+        while (at + 3 < bytes.size() && bytes[at + 3] == '\x1B')
+            bytes.erase(at, 3);
+    }
+    return bytes;
+}
+
+// What the repairs leave is accepted by ICU's strict converters, on inputs drawn from the part
+// of each code space where the tables and ICU agree (JIS X 0208 rows, modern UTF-8 forms).
+TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
+{
+    std::mt19937 random(5);
+    auto below = [&random](unsigned bound) {
+        return std::uniform_int_distribution<unsigned>(0, bound - 1)(random);
+    };
+    auto pick = [&](std::initializer_list<std::pair<unsigned, unsigned>> ranges) {
+        const auto& range = *(ranges.begin() + below(static_cast<unsigned>(ranges.size())));
+        return static_cast<char>(range.first + below(range.second - range.first + 1));
+    };
+    const std::pair<unsigned, unsigned> jisRows[] = { { 0x21, 0x28 }, { 0x30, 0x74 } };
+    for (int n = 0; n < 3000; ++n) {
+        Bytes utf8, sjis, euc, iso = "\x1B$B";
+        for (int k = 0, tokens = 1 + below(30); k < tokens; ++k) {
+            // UTF-8: anything but 0xED and the leads of the wider forms.
+            char byte = pick({ { 0x00, 0x7F }, { 0x80, 0xEC }, { 0xEE, 0xF4 }, { 0xFE, 0xFF } });
+            utf8 += byte;
+            // Shift_JIS: leads of rows 1-8 and 17-84, any trail but 0x7F.
+            if (below(4)) {
+                sjis += pick({ { 0x81, 0x84 }, { 0x89, 0x9F }, { 0xE0, 0xEA } });
+                sjis += below(6) ? pick({ { 0x40, 0x7E }, { 0x80, 0xFC } }) : pick({ { 0x00, 0x7E } });
+            } else {
+                sjis += pick({ { 0x20, 0x7E }, { 0xA1, 0xDF } });
+            }
+            // EUC-JP: ASCII, or rows 1-8 and 16-84, or single shift 2, each with a high trail
+            // (a 7-bit trail is judged as if high, which ICU does not accept).
+            if (below(4)) {
+                euc += below(5) ? pick({ { 0xA1, 0xA8 }, { 0xB0, 0xF4 } }) : '\x8E';
+                euc += pick({ { 0x80, 0xFF } });
+            } else {
+                euc += pick({ { 0x20, 0x7E } });
+            }
+            // ISO-2022-JP: JIS X 0208 pairs, line breaks, unknown escapes.
+            const auto& rows = jisRows[below(2)];
+            iso += static_cast<char>(rows.first + below(rows.second - rows.first + 1));
+            iso += static_cast<char>(0x21 + below(0x5E));
+            if (!below(8))
+                iso += below(2) ? "\r\n" : "\x1B";
+            if (!below(8))
+                iso += "\x1B$B";
+        }
+        auto decoded = [](const char* converter, const Bytes& input, const oracle::Repair& r) {
+            return icuDecode(converter, withoutEmptySegments(r.repaired ? r.output : input));
+        };
+        EXPECT_TRUE(decoded("UTF-8", utf8, fixUTF8(utf8))) << hex(utf8);
+        EXPECT_TRUE(decoded("Shift_JIS", sjis, fixShiftJIS(sjis, 0))) << hex(sjis);
+        EXPECT_TRUE(decoded("EUC-JP", euc, fixEUCJP(euc))) << hex(euc);
+        EXPECT_TRUE(decoded("ISO_2022,locale=ja,version=0", iso, fixISO2022JP(iso))) << hex(iso);
+    }
+}
+
+} // namespace

@@ -1,0 +1,375 @@
+#include <Yarkit/JapaneseEncodingDetection.h>
+
+#include "Oracle.h"
+#include "TextTestSupport.h"
+#include "text/JapaneseEncodingValidators.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace texttest;
+using namespace yk::detail;
+
+const bool littleEndian = [] {
+    uint16_t one = 1;
+    return *reinterpret_cast<const uint8_t*>(&one) == 1;
+}();
+
+CFStringEncoding detect(const Bytes& bytes, bool preferShiftJIS = false,
+    bool preferMacJapanese = false)
+{
+    return YKDetectJapaneseEncoding(bytesOf(bytes), static_cast<int32_t>(bytes.size()),
+        preferShiftJIS, preferMacJapanese);
+}
+
+oracle::Availability iso2022Availability()
+{
+    return { yk::isStringEncodingAvailable(kCFStringEncodingISO_2022_JP_1),
+        yk::isStringEncodingAvailable(kCFStringEncodingISO_2022_JP_2),
+        yk::isStringEncodingAvailable(kCFStringEncodingISO_2022_JP_3) };
+}
+
+std::string name(CFStringEncoding encoding)
+{
+    if (const char* known = yk::stringEncodingName(encoding))
+        return known;
+    return encoding == kCFStringEncodingInvalidId ? "InvalidId" : std::to_string(encoding);
+}
+
+struct DetectionCase {
+    const char* scenario;
+    Bytes bytes;
+    bool preferShiftJIS;
+    bool preferMacJapanese;
+    CFStringEncoding expected;
+};
+
+TEST(YKDetectJapaneseEncoding, DecidesByTheFirstValidatorThatAccepts)
+{
+    const CFStringEncoding hostBOMResult = kCFStringEncodingUnicode;
+    const Bytes hostBOM = littleEndian ? "\xFF\xFE" : "\xFE\xFF";
+    const Bytes otherBOM = littleEndian ? "\xFE\xFF" : "\xFF\xFE";
+    const DetectionCase cases[] = {
+        { "empty", "", false, false, kCFStringEncodingASCII },
+        { "7-bit text", "Hello, world\r\n", false, false, kCFStringEncodingASCII },
+        { "lone 0xFF is no mark; only Mac accepts it", "\xFF", false, false,
+            kCFStringEncodingMacJapanese },
+        { "host-order mark", hostBOM + "\x41\x00", false, false, hostBOMResult },
+        { "host-order mark before invalid bytes", hostBOM + "\x80\x80\x80", true, true,
+            hostBOMResult },
+        { "opposite-order mark falls through to Mac", otherBOM, false, false,
+            kCFStringEncodingMacJapanese },
+        { "UTF-8 hiragana", "\xE3\x81\x82", false, false, kCFStringEncodingUTF8 },
+        { "UTF-8 encoded surrogate passes", "\xED\xA0\x80", false, false, kCFStringEncodingUTF8 },
+        { "UTF-8 five-byte form", "\xF8\x88\x80\x80\x80", false, false, kCFStringEncodingUTF8 },
+        { "UTF-8 six-byte form", "\xFC\x84\x80\x80\x80\x80", false, false, kCFStringEncodingUTF8 },
+        { "UTF-8 lead 0xF5", "\xF5\x80\x80\x80", false, false, kCFStringEncodingUTF8 },
+        { "JIS X 0208 escape", "\x1B$B\x24\x22\x1B(B", false, false, kCFStringEncodingISO_2022_JP },
+        { "unknown escape reaches EUC-JP, which takes 7-bit text", "a\x1B[0m", false, false,
+            kCFStringEncodingASCII },
+        { "truncated escape is unknown", "a\x1B$", true, false, kCFStringEncodingASCII },
+        { "UTF-8 lead at the end: Shift_JIS family takes 0xE3 0x81 as a pair", "\xE3\x81",
+            false, false, kCFStringEncodingShiftJIS },
+        { "Shift_JIS lead at the end rejects everywhere", "\x82", false, false,
+            kCFStringEncodingInvalidId },
+        { "NEC circled one, DOS first", "\x87\x40", false, false, kCFStringEncodingDOSJapanese },
+        { "NEC circled one, Mac first", "\x87\x40", false, true, kCFStringEncodingMacJapanese },
+        { "NEC circled one, Shift_JIS first, DOS first", "\x87\x40", true, false,
+            kCFStringEncodingDOSJapanese },
+        { "0x88 0x40: DOS rejects, Mac accepts", "\x88\x40", true, false,
+            kCFStringEncodingMacJapanese },
+        { "0x88 0x70: DOS and Mac reject, X0213 accepts", "\x88\x70", true, false,
+            kCFStringEncodingShiftJIS_X0213 },
+        { "EUC-JP hiragana", "\xA4\xA2\xA4\xA4", false, false, kCFStringEncodingEUC_JP },
+        { "EUC-JP with single shift 3 is rejected, the DOS validator reads it",
+            "\xA4\xA2\x8F\xB0\xA1", false, false, kCFStringEncodingShiftJIS },
+        { "valid as EUC-JP and Shift_JIS, EUC-JP first", "\xB0\xA1\xC4\xDF", false, false,
+            kCFStringEncodingEUC_JP },
+        { "valid as EUC-JP and Shift_JIS, Shift_JIS first", "\xB0\xA1\xC4\xDF", true, false,
+            kCFStringEncodingShiftJIS },
+        { "half-width katakana alone is Shift_JIS", "\xB1\xB2\xB3", false, false,
+            kCFStringEncodingShiftJIS },
+        { "Shift_JIS hiragana", "\x82\xA0\x82\xA2", false, false, kCFStringEncodingShiftJIS },
+        { "X0213 is the last resort, also before EUC-JP", "\xEA\xA5", true, true,
+            kCFStringEncodingShiftJIS_X0213 },
+        { "EUC-JP is the last resort with Shift_JIS first", "\xEF\xA1", true, true,
+            kCFStringEncodingEUC_JP },
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(name(detect(c.bytes, c.preferShiftJIS, c.preferMacJapanese)), name(c.expected))
+            << c.scenario << ": " << hex(c.bytes);
+    }
+}
+
+// The deliberate quirks of single validators, pinned independently of the transcription.
+TEST(JapaneseEncodingValidators, KeepTheDeliberateQuirks)
+{
+    const struct {
+        const char* validator;
+        CFStringEncoding (*validate)(const uint8_t*, int32_t, const ByteScanner&);
+        Bytes bytes;
+        CFStringEncoding expected;
+    } cases[] = {
+        { "UTF-8", _detectUTF8, "\xF5\x80\x80\x80", kCFStringEncodingUTF8 },
+        { "UTF-8", _detectUTF8, "\xF7\xBF\xBF\xBF", kCFStringEncodingUTF8 },
+        { "UTF-8", _detectUTF8, "\xFB\xBF\xBF\xBF\xBF", kCFStringEncodingUTF8 },
+        { "UTF-8", _detectUTF8, "\xFD\xBF\xBF\xBF\xBF\xBF", kCFStringEncodingUTF8 },
+        { "UTF-8", _detectUTF8, "\xED\xBF\xBF", kCFStringEncodingUTF8 },
+        { "UTF-8", _detectUTF8, "\xF4\x8F\xBF\xBF", kCFStringEncodingUTF8 },
+        { "UTF-8", _detectUTF8, "\xF4\x90\x80\x80", kCFStringEncodingInvalidId },
+        { "UTF-8", _detectUTF8, "\xF0\x8F\xBF\xBF", kCFStringEncodingInvalidId },
+        { "UTF-8", _detectUTF8, "\xE0\x9F\xBF", kCFStringEncodingInvalidId },
+        { "UTF-8", _detectUTF8, "\xC1\xBF", kCFStringEncodingInvalidId },
+        { "UTF-8", _detectUTF8, "\xFE", kCFStringEncodingInvalidId },
+        { "UTF-8", _detectUTF8, "\xFC\x80\x80\x80\x80", kCFStringEncodingInvalidId },
+        { "UTF-8", _detectUTF8, "abc", kCFStringEncodingASCII },
+        { "EUC-JP", _detectEUC_JP, "\x8F\xB0\xA1", kCFStringEncodingInvalidId },
+        { "EUC-JP", _detectEUC_JP, "\x8E\xFE", kCFStringEncodingEUC_JP },
+        { "EUC-JP", _detectEUC_JP, "\xA1\xFF", kCFStringEncodingInvalidId },
+        { "X0213", _detectShiftJIS_X0213, "\x85\x40", kCFStringEncodingInvalidId },
+        { "X0213", _detectShiftJIS_X0213, "\x87\x9E", kCFStringEncodingInvalidId },
+        { "X0213", _detectShiftJIS_X0213, "\xEB\x40", kCFStringEncodingInvalidId },
+        { "X0213", _detectShiftJIS_X0213, "\xEF\xFC", kCFStringEncodingInvalidId },
+        { "X0213", _detectShiftJIS_X0213, "\x98\x73", kCFStringEncodingShiftJIS_X0213 },
+        { "X0213", _detectShiftJIS_X0213, "\x98\x9F\x88\x9F", kCFStringEncodingShiftJIS },
+        { "X0213", _detectShiftJIS_X0213, "\xF0\x40\x82\xA0", kCFStringEncodingShiftJIS_X0213 },
+        { "Mac", _detectMacJapanese, "\x80\xA0\xFD", kCFStringEncodingMacJapanese },
+        { "Mac", _detectMacJapanese, "\x88\x6E", kCFStringEncodingInvalidId },
+        { "Mac", _detectMacJapanese, "\x88\x9F", kCFStringEncodingShiftJIS },
+        { "Mac", _detectMacJapanese, "\xED\x97", kCFStringEncodingInvalidId },
+        { "Mac", _detectMacJapanese, "\x82\x7F", kCFStringEncodingInvalidId },
+        { "Mac", _detectMacJapanese, "\x84\xBF", kCFStringEncodingInvalidId },
+        { "DOS", _detectDOSJapanese, "\x87\x9C", kCFStringEncodingDOSJapanese },
+        { "DOS", _detectDOSJapanese, "\x87\x9D", kCFStringEncodingInvalidId },
+        { "DOS", _detectDOSJapanese, "\xFC\x4B", kCFStringEncodingDOSJapanese },
+        { "DOS", _detectDOSJapanese, "\xFC\x4C", kCFStringEncodingInvalidId },
+        { "DOS", _detectDOSJapanese, "\x98\x73", kCFStringEncodingInvalidId },
+        { "DOS", _detectDOSJapanese, "\xA0", kCFStringEncodingInvalidId },
+    };
+    for (const auto& c : cases) {
+        for (const auto* scanner : scanners()) {
+            EXPECT_EQ(name(c.validate(bytesOf(c.bytes), static_cast<int32_t>(c.bytes.size()), *scanner)),
+                name(c.expected))
+                << c.validator << " with " << scanner->name << ": " << hex(c.bytes);
+        }
+    }
+}
+
+TEST(YKDetectJapaneseEncoding, NonPositiveLengthScansNothing)
+{
+    const uint8_t bytes[] = { 0x82 };
+    EXPECT_EQ(YKDetectJapaneseEncoding(bytes, 0, false, false), kCFStringEncodingASCII);
+    EXPECT_EQ(YKDetectJapaneseEncoding(bytes, -5, true, true), kCFStringEncodingASCII);
+}
+
+TEST(YKDetectJapaneseEncoding, StepsDownToAnISO2022JPVariantThatCanBeConverted)
+{
+    auto available = iso2022Availability();
+    // ICU converts ISO-2022-JP-1 and -2 but has no ISO-2022-JP-3 converter.
+    EXPECT_TRUE(available.jp1);
+    EXPECT_TRUE(available.jp2);
+    EXPECT_FALSE(available.jp3);
+    const struct {
+        Bytes bytes;
+        CFStringEncoding validator;
+        CFStringEncoding detected;
+    } cases[] = {
+        { "\x1B$B\x30\x21\x1B(B", kCFStringEncodingISO_2022_JP, kCFStringEncodingISO_2022_JP },
+        { "\x1B$(D\x30\x21", kCFStringEncodingISO_2022_JP_1, kCFStringEncodingISO_2022_JP_1 },
+        { "\x1B$B\x1B$(Dx\x1B$B", kCFStringEncodingISO_2022_JP_1, kCFStringEncodingISO_2022_JP_1 },
+        { "\x1B$A\x30\x21", kCFStringEncodingISO_2022_JP_2, kCFStringEncodingISO_2022_JP_2 },
+        { "\x1B.A\x1B$(D", kCFStringEncodingISO_2022_JP_2, kCFStringEncodingISO_2022_JP_2 },
+        { "\x1B$(Dx\x1B$(C", kCFStringEncodingISO_2022_JP_2, kCFStringEncodingISO_2022_JP_2 },
+        { "\x1B$(O\x30\x21", kCFStringEncodingISO_2022_JP_3, kCFStringEncodingISO_2022_JP },
+        { "\x1B$(P\x1B$B\x1B(J", kCFStringEncodingISO_2022_JP_3, kCFStringEncodingISO_2022_JP },
+        { "\x1B$(D\x1B$(O", kCFStringEncodingInvalidId, kCFStringEncodingASCII },
+        { "\x1B$(O\x1B.F", kCFStringEncodingInvalidId, kCFStringEncodingASCII },
+        { "\x1B$(Q", kCFStringEncodingInvalidId, kCFStringEncodingASCII },
+        { "\x1B$(", kCFStringEncodingInvalidId, kCFStringEncodingASCII },
+        { "\x1B$B\xA4\xA2", kCFStringEncodingInvalidId, kCFStringEncodingEUC_JP },
+    };
+    for (const auto& c : cases) {
+        int32_t length = static_cast<int32_t>(c.bytes.size());
+        EXPECT_EQ(name(_detectISO_2022_JP(bytesOf(c.bytes), length)), name(c.validator))
+            << hex(c.bytes);
+        EXPECT_EQ(name(detect(c.bytes)), name(c.detected)) << hex(c.bytes);
+    }
+}
+
+struct NamedValidator {
+    const char* name;
+    CFStringEncoding (*library)(const uint8_t*, int32_t, const ByteScanner&);
+    CFStringEncoding (*oracle)(const Bytes&);
+};
+
+const NamedValidator validators[] = {
+    { "UTF-8", _detectUTF8, oracle::detectUTF8 },
+    { "ISO-2022-JP", _detectISO_2022_JP, oracle::detectISO2022JP },
+    { "EUC-JP", _detectEUC_JP, oracle::detectEUCJP },
+    { "DOS Japanese", _detectDOSJapanese, oracle::detectDOSJapanese },
+    { "Mac Japanese", _detectMacJapanese, oracle::detectMacJapanese },
+    { "Shift_JIS X0213", _detectShiftJIS_X0213, oracle::detectShiftJISX0213 },
+};
+
+void expectValidatorsAgree(const Bytes& bytes, const ByteScanner& scanner)
+{
+    int32_t length = static_cast<int32_t>(bytes.size());
+    for (const auto& validator : validators) {
+        ASSERT_EQ(name(validator.library(bytesOf(bytes), length, scanner)),
+            name(validator.oracle(bytes)))
+            << validator.name << " with " << scanner.name << " on " << hex(bytes);
+    }
+}
+
+TEST(JapaneseEncodingValidators, AgreeWithTheTranscriptionOnEveryOneAndTwoByteInput)
+{
+    for (const auto* scanner : scanners()) {
+        for (unsigned first = 0; first < 256; ++first) {
+            expectValidatorsAgree(Bytes(1, static_cast<char>(first)), *scanner);
+            for (unsigned second = 0; second < 256; ++second) {
+                Bytes pair { static_cast<char>(first), static_cast<char>(second) };
+                expectValidatorsAgree(pair, *scanner);
+                // The same pair after a stretch long enough for the vector paths.
+                expectValidatorsAgree(Bytes(37, 'x') + pair, *scanner);
+            }
+        }
+    }
+}
+
+TEST(JapaneseEncodingValidators, AgreeWithTheTranscriptionOnGeneratedInput)
+{
+    for (const auto* scanner : scanners()) {
+        InputGenerator generator(20240611);
+        for (int n = 0; n < 60000; ++n)
+            expectValidatorsAgree(generator.next(), *scanner);
+    }
+}
+
+TEST(YKDetectJapaneseEncoding, AgreesWithTheTranscribedChainOnGeneratedInput)
+{
+    auto available = iso2022Availability();
+    InputGenerator generator(7);
+    for (int n = 0; n < 40000; ++n) {
+        Bytes bytes = generator.next();
+        for (int flags = 0; flags < 4; ++flags) {
+            bool preferShiftJIS = flags & 1, preferMacJapanese = flags & 2;
+            ASSERT_EQ(name(detect(bytes, preferShiftJIS, preferMacJapanese)),
+                name(oracle::detectJapaneseEncoding(bytes, preferShiftJIS, preferMacJapanese,
+                    available)))
+                << hex(bytes) << " preferShiftJIS=" << preferShiftJIS
+                << " preferMacJapanese=" << preferMacJapanese;
+        }
+    }
+}
+
+// Each fast prefix scan stops where a unit begins, having skipped only what the exact loops
+// accept (and, for Shift_JIS, read as plain Shift_JIS); on well-formed text it gets within one
+// vector block of the end.
+TEST(ByteScanner, PrefixScansSkipOnlyWhatTheExactLoopsAccept)
+{
+    InputGenerator generator(4242);
+    for (int n = 0; n < 20000; ++n) {
+        Bytes bytes = generator.next();
+        for (const auto* scanner : scanners()) {
+            size_t utf8 = scanner->utf8Prefix(bytesOf(bytes), bytes.size());
+            size_t euc = scanner->eucJPPrefix(bytesOf(bytes), bytes.size());
+            size_t sjis = scanner->shiftJISPrefix(bytesOf(bytes), bytes.size());
+            ASSERT_NE(oracle::detectUTF8(bytes.substr(0, utf8)), kCFStringEncodingInvalidId)
+                << scanner->name << " " << utf8 << " " << hex(bytes);
+            ASSERT_NE(oracle::detectEUCJP(bytes.substr(0, euc)), kCFStringEncodingInvalidId)
+                << scanner->name << " " << euc << " " << hex(bytes);
+            for (auto detect : { oracle::detectDOSJapanese, oracle::detectMacJapanese,
+                     oracle::detectShiftJISX0213 }) {
+                CFStringEncoding read = detect(bytes.substr(0, sjis));
+                ASSERT_TRUE(read == kCFStringEncodingASCII || read == kCFStringEncodingShiftJIS)
+                    << scanner->name << " " << sjis << " " << hex(bytes);
+            }
+        }
+    }
+}
+
+TEST(ByteScanner, PrefixScansReachTheEndOfWellFormedText)
+{
+    const Bytes utf8 = "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x81\xAE mail \xF0\x9F\x93\xA7\xC3\xA9";
+    const Bytes euc = "\xC6\xFC\xCB\xDC\xB8\xEC\xA4\xCE mail \x8E\xB1";
+    const Bytes sjis = "\x93\xFA\x96\x7B\x8C\xEA\x82\xCC mail \xB1\x88\x9F\x98\x9F\xEA\xA4\x84\xBE";
+    const auto* fastest = scanners().back();
+    if (std::string(fastest->name) != "avx2")
+        GTEST_SKIP() << "only the AVX2 scanner validates double-byte text";
+    const struct {
+        const char* what;
+        Bytes unit;
+        size_t (*ByteScanner::*scan)(const uint8_t*, size_t);
+    } cases[] = {
+        { "UTF-8", utf8, &ByteScanner::utf8Prefix },
+        { "EUC-JP", euc, &ByteScanner::eucJPPrefix },
+        { "Shift_JIS", sjis, &ByteScanner::shiftJISPrefix },
+    };
+    for (const auto& c : cases) {
+        Bytes text;
+        while (text.size() < 4096)
+            text += c.unit;
+        size_t prefix = (fastest->*c.scan)(bytesOf(text), text.size());
+        EXPECT_GE(prefix + 64, text.size()) << c.what;
+    }
+}
+
+// ICU's UTF-8 decoder is the strict modern definition; the validator agrees with it on every
+// input that has none of the forms it accepts deliberately (surrogates, leads 0xF5-0xFD).
+TEST(JapaneseEncodingValidators, UTF8AgreesWithICUOutsideTheWiderForms)
+{
+    auto hasWiderForm = [](const Bytes& bytes) {
+        for (size_t i = 0; i < bytes.size(); ++i) {
+            uint8_t byte = static_cast<uint8_t>(bytes[i]);
+            if (byte >= 0xF5 && byte <= 0xFD)
+                return true;
+            if (byte == 0xED && i + 1 < bytes.size() && static_cast<uint8_t>(bytes[i + 1]) >= 0xA0)
+                return true;
+        }
+        return false;
+    };
+    InputGenerator generator(99);
+    int compared = 0;
+    for (int n = 0; n < 40000; ++n) {
+        Bytes bytes = generator.next();
+        if (hasWiderForm(bytes))
+            continue;
+        ++compared;
+        bool accepted = _detectUTF8(bytesOf(bytes), static_cast<int32_t>(bytes.size()))
+            != kCFStringEncodingInvalidId;
+        ASSERT_EQ(accepted, icuDecode("UTF-8", bytes)) << hex(bytes);
+    }
+    EXPECT_GT(compared, 10000);
+}
+
+// Real text converted by ICU is recognised as what it was converted to.
+TEST(YKDetectJapaneseEncoding, RecognisesTextThatICUEncoded)
+{
+    const std::u16string text = u"日本語のメールは、昔からいろいろな符号化で送られてきました。"
+                                u"カタカナ、ひらがな、漢字、そしてASCIIが混ざります。\r\n";
+    const struct {
+        const char* converter;
+        bool preferShiftJIS;
+        CFStringEncoding expected;
+    } cases[] = {
+        { "UTF-8", false, kCFStringEncodingUTF8 },
+        { "ISO_2022,locale=ja,version=0", false, kCFStringEncodingISO_2022_JP },
+        { "EUC-JP", false, kCFStringEncodingEUC_JP },
+        { "Shift_JIS", false, kCFStringEncodingShiftJIS },
+        { "Shift_JIS", true, kCFStringEncodingShiftJIS },
+        { littleEndian ? "UTF-16LE" : "UTF-16BE", false, kCFStringEncodingInvalidId },
+    };
+    for (const auto& c : cases) {
+        Bytes bytes;
+        ASSERT_TRUE(icuEncode(c.converter, text, bytes)) << c.converter;
+        CFStringEncoding expected = c.expected;
+        if (expected == kCFStringEncodingInvalidId) { // UTF-16 only counts with its mark
+            bytes.insert(0, littleEndian ? "\xFF\xFE" : "\xFE\xFF");
+            expected = kCFStringEncodingUnicode;
+        }
+        EXPECT_EQ(name(detect(bytes, c.preferShiftJIS)), name(expected)) << c.converter;
+    }
+}
+
+} // namespace

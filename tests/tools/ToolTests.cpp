@@ -1,0 +1,177 @@
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Result {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream contents;
+    contents << file.rdbuf();
+    return contents.str();
+}
+
+std::string sample(const std::string& name)
+{
+    return std::string(YK_SAMPLES_DIR) + "/" + name;
+}
+
+// Runs the tool with `arguments` (shell words) and `input` on standard input.
+Result run(const std::string& arguments, const std::string& input = "")
+{
+    char directory[] = "/tmp/yk-tool-XXXXXX";
+    EXPECT_NE(mkdtemp(directory), nullptr);
+    std::string base = directory;
+    std::ofstream(base + "/in", std::ios::binary) << input;
+    std::string command = "cd " + std::string(YK_SAMPLES_DIR) + " && '" + YK_TOOL_PATH + "' " + arguments + " <" + base + "/in >"
+        + base + "/out 2>" + base + "/err";
+    int status = std::system(command.c_str());
+    Result result { WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(base + "/out"), readFile(base + "/err") };
+    std::system(("rm -rf " + base).c_str());
+    return result;
+}
+
+struct Case {
+    std::string arguments;
+    std::string input;
+    int status;
+    std::string out; // exact standard output
+    std::string errContains;
+};
+
+void check(const std::vector<Case>& cases)
+{
+    for (const auto& c : cases) {
+        SCOPED_TRACE("yarkit " + c.arguments);
+        Result r = run(c.arguments, c.input);
+        EXPECT_EQ(r.status, c.status) << r.err;
+        EXPECT_EQ(r.out, c.out);
+        EXPECT_NE(r.err.find(c.errContains), std::string::npos) << r.err;
+    }
+}
+
+TEST(Tool, DetectNamesEachInput)
+{
+    check({
+        { "detect utf-8.txt", "", 0, "UTF-8\n", "" },
+        { "detect shift_jis.txt euc-jp.txt iso-2022-jp.txt",
+            "", 0, "shift_jis.txt: Shift_JIS\neuc-jp.txt: EUC-JP\niso-2022-jp.txt: ISO-2022-JP\n", "" },
+        { "detect --numeric utf-8.txt shift_jis.txt", "", 0, "utf-8.txt: 0x08000100\nshift_jis.txt: 0x0A01\n", "" },
+        { "detect", "plain ascii", 0, "US-ASCII\n", "" },
+        { "detect -", "\xff\xfe" "a\0", 0, "UTF-16\n", "" },
+        // Valid as EUC-JP and as Shift_JIS: the flag decides.
+        { "detect", "\xb1\xb2", 0, "EUC-JP\n", "" },
+        { "detect --prefer-sjis", "\xb1\xb2", 0, "Shift_JIS\n", "" },
+        // NEC circled digit one: CP932 unless Mac Japanese is tried first.
+        { "detect --prefer-sjis", "\x87\x40", 0, "CP932\n", "" },
+        { "detect --prefer-sjis --prefer-mac", "\x87\x40", 0, "MacJapanese\n", "" },
+        { "detect broken-utf-8.txt", "", 1, "unknown\n", "" },
+        { "detect --numeric broken-utf-8.txt", "", 1, "0xFFFFFFFF\n", "" },
+    });
+}
+
+TEST(Tool, RepairReportsWhetherItChangedAnything)
+{
+    check({
+        { "repair --encoding utf8", "A\xc3" "B", 1, "A?B", "" },
+        { "repair --encoding utf8", "caf\xc3\xa9", 0, "caf\xc3\xa9", "" },
+        { "repair --encoding=sjis", "\x81\x20x", 1, "?x", "" },
+        { "repair --encoding sjis", "\x85\x40", 1, "?", "" },
+        { "repair --encoding dos", "\x85\x40", 0, "\x85\x40", "" },
+        { "repair --encoding mac", "\xfd", 0, "\xfd", "" },
+        { "repair --encoding eucjp", "\xa4\xa2\xf6\xa1", 1, "\xa4\xa2?", "" },
+        { "repair --encoding jis", "\x1b$B0!\r\n", 1, "\x1b$B0!\x1b(B\r\n", "" },
+        { "repair --encoding utf8 utf-8.txt", "", 0, readFile(sample("utf-8.txt")), "" },
+        { "repair --encoding utf8 broken-utf-8.txt", "", 1, readFile(sample("broken-utf-8.txt")).replace(162, 4, "??").replace(341, 1, "?"), "" },
+    });
+}
+
+TEST(Tool, ToUTF8ConvertsEverySampleAndReportsReplacements)
+{
+    const std::string text = readFile(sample("utf-8.txt"));
+    // The Shift_JIS sample lost the trail byte of the ら before a line break (the "?" swallows
+    // the CR as that character's trail) and gained a stray 0xFD after the signature.
+    std::string damaged = text;
+    damaged.replace(damaged.find("から\r\n"), 8, "か?\n");
+    damaged.replace(damaged.find("鈴木"), 6, "鈴木 ?");
+    std::string fullWidth = text;
+    fullWidth.replace(fullWidth.find("\xef\xbd\xb6\xef\xbe\x80\xef\xbd\xb6\xef\xbe\x85"), 12, "カタカナ");
+    check({
+        { "to-utf8 utf-8.txt", "", 0, text, "reading UTF-8" },
+        { "to-utf8 shift_jis.txt", "", 0, text, "reading Shift_JIS" },
+        { "to-utf8 euc-jp.txt", "", 0, text, "reading EUC-JP" },
+        { "to-utf8 iso-2022-jp.txt", "", 0, fullWidth, "reading ISO-2022-JP" },
+        { "to-utf8 shift_jis.txt euc-jp.txt", "", 0, text + text, "" },
+        { "to-utf8 broken-utf-8.txt", "", 1, readFile(sample("broken-utf-8.txt")).replace(162, 4, "??").replace(341, 1, "?"),
+            "repaired 3 malformed UTF-8 sequences at byte offsets 162, 165, 343" },
+        // Unrecognised damaged text is read as the encoding that needs the fewest repairs.
+        { "to-utf8 broken-shift_jis.txt", "", 1, damaged, "reading it as CP932" },
+        // Encoded surrogates are valid to the UTF-8 repair but not to ICU: each bad byte
+        // becomes U+FFFD and is reported at its input offset.
+        { "to-utf8", "a\xed\xa0\x80" "b", 1, "a\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd" "b",
+            "replaced 3 unconvertible sequences with U+FFFD at byte offsets 1, 2, 3" },
+        // Mac Japanese goes through Shift_JIS; the Mac-only character is reported.
+        { "to-utf8", "\x88\x40" "ab", 1, "\xef\xbf\xbd" "ab", "converting it as Shift_JIS" },
+        // Code page 932 characters that plain Shift_JIS lacks pass through ICU's converter.
+        { "to-utf8", "\x87\x40", 0, "\xe2\x91\xa0", "reading CP932" },
+    });
+}
+
+TEST(Tool, Base64EncodesAndDecodes)
+{
+    check({
+        { "base64", "A", 0, "QQ==\r\n", "" },
+        { "base64 --no-pad", "A", 0, "QQ\r\n", "" },
+        { "base64", "", 0, "", "" },
+        { "base64 --line-length 4", "ABCABCA", 0, "QUJD\r\nQUJD\r\nQQ==\r\n", "" },
+        { "base64 --line-length=0", std::string(60, 'x'), 0, std::string(80, 'e').replace(0, 80, "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4") + "\r\n", "" },
+        { "base64 --decode", "QUJD\r\n QQ==\r\n", 0, "ABCA", "" },
+        { "base64 --decode --no-pad", "QQ", 0, "A", "" },
+        { "base64 --decode", " QUJD", 1, "", "not valid base64" },
+    });
+}
+
+TEST(Tool, UsageErrorsExitWithStatusTwo)
+{
+    check({
+        { "", "", 2, "", "Usage" },
+        { "frobnicate", "", 2, "", "unknown command 'frobnicate'" },
+        { "detect --bogus", "", 2, "", "unknown option '--bogus'" },
+        { "repair", "", 2, "", "missing --encoding" },
+        { "repair --encoding latin9", "", 2, "", "unknown encoding 'latin9'" },
+        { "repair --encoding", "", 2, "", "needs a value" },
+        { "base64 --line-length 6", "", 2, "", "multiple of 4" },
+        { "base64 --line-length -4", "", 2, "", "multiple of 4" },
+        { "detect no-such-file.txt", "", 2, "", "no-such-file.txt: No such file or directory" },
+        { "to-utf8 no-such-file.txt", "", 2, "", "no-such-file.txt" },
+        { "base64 --decode no-such-file.txt", "", 2, "", "no-such-file.txt" },
+        { "repair --encoding utf8 /", "", 2, "", "Is a directory" },
+    });
+}
+
+TEST(Tool, EveryCommandHasHelp)
+{
+    for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help" }) {
+        SCOPED_TRACE(command);
+        Result r = run(command);
+        EXPECT_EQ(r.status, 0);
+        EXPECT_EQ(r.out.rfind("Usage: yarkit ", 0), 0u);
+    }
+    EXPECT_NE(run("detect --help").out.find("Shift_JIS-X0213"), std::string::npos);
+}
+
+} // namespace

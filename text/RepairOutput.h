@@ -1,0 +1,48 @@
+#pragma once
+
+// The repaired copy a repair function builds: clean runs of the input are copied whole when a
+// repair point is reached, replacements are appended between them. The buffer comes from
+// malloc and is handed to the caller, or freed when the caller does not take it.
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace yk::detail {
+
+class RepairOutput {
+public:
+    explicit RepairOutput(const uint8_t* input, size_t inputLength);
+    ~RepairOutput();
+    RepairOutput(const RepairOutput&) = delete;
+    RepairOutput& operator=(const RepairOutput&) = delete;
+
+    // Ends the clean run at `at`, appends `replacement`, and starts the next clean run at
+    // `resume` (the input bytes between are dropped).
+    void replace(size_t at, size_t resume, std::string_view replacement);
+
+    bool hasRepairs() const { return _hasRepairs; }
+
+    // Copies the clean run up to `end`; copied() then holds the whole result so far.
+    void copyRun(size_t end);
+    std::span<const uint8_t> copied() const { return { _bytes, _length }; }
+    void dropLast(size_t count);
+
+    // Copies the final clean run and hands the copy over. Returns whether there was a repair;
+    // when not, nothing was allocated and no output is written.
+    [[nodiscard]] bool finish(unsigned char** outBytes, uint32_t* outLength);
+
+private:
+    void append(const uint8_t* bytes, size_t count);
+
+    const uint8_t* _input;
+    size_t _inputLength;
+    size_t _runStart { 0 };
+    uint8_t* _bytes { nullptr };
+    size_t _length { 0 };
+    size_t _capacity { 0 };
+    bool _hasRepairs { false };
+};
+
+} // namespace yk::detail

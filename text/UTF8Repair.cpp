@@ -1,0 +1,48 @@
+#include <Yarkit/ByteSequenceRepair.h>
+
+#include "text/ByteSequenceRepairDetail.h"
+#include "text/RepairOutput.h"
+#include "text/UTF8Sequences.h"
+
+#include <algorithm>
+
+namespace yk::detail {
+
+// How far the exact loop goes on by itself before the fast scan is tried again.
+constexpr size_t exactStretch = 64;
+
+// A malformed sequence becomes one "?", which swallows the bytes the lead announced as long as
+// they are not ASCII, valid leads included: C3 C3 A9 is two units, C3 C3 and A9.
+bool fixUTF8Bytes(const uint8_t* bytes, uint32_t length, unsigned char** outBytes,
+    uint32_t* outLength, const ByteScanner& scanner)
+{
+    RepairOutput output(bytes, length);
+    for (size_t i = 0; i < length;) {
+        i += scanner.utf8Prefix(bytes + i, length - i);
+        for (size_t stop = std::min<size_t>(length, i + exactStretch); i < stop;) {
+            if (bytes[i] < 0x80) {
+                i += 1;
+                continue;
+            }
+            if (size_t sequence = validUTF8SequenceLength(bytes, i, length)) {
+                i += sequence;
+                continue;
+            }
+            size_t expected = expectedUTF8SequenceLength(bytes[i]);
+            size_t swallowed = 1;
+            while (swallowed < expected && i + swallowed < length && bytes[i + swallowed] >= 0x80)
+                ++swallowed;
+            output.replace(i, i + swallowed, "?");
+            i += swallowed;
+        }
+    }
+    return output.finish(outBytes, outLength);
+}
+
+} // namespace yk::detail
+
+bool YKFixUTF8Bytes(const unsigned char* bytes, uint32_t length, unsigned char** outBytes,
+    uint32_t* outLength)
+{
+    return yk::detail::fixUTF8Bytes(bytes, length, outBytes, outLength);
+}

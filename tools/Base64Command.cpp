@@ -1,0 +1,110 @@
+#include "tools/Commands.h"
+
+#include <charconv>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <Yarkit/Base64.h>
+
+#include "tools/CommandLine.h"
+
+namespace yk::tool {
+
+namespace {
+
+constexpr const char* base64Help = R"(Usage: yarkit base64 [--decode] [--line-length N] [--no-pad] [FILE]
+
+Encodes FILE (standard input when none is given, or for "-") as base64 on standard output,
+in lines of N characters ending in CR LF; the output always ends with CR LF unless it is
+empty. With --decode, decodes base64 text instead: line breaks (CR, LF, with one following
+space or tab for folded lines) are skipped, "=" ends the data, and stray characters between
+complete groups are ignored.
+
+  --decode          decode instead of encode
+  --line-length N   characters per encoded line, a multiple of 4 (default 76); 0 writes one
+                    unbroken line
+  --no-pad          encode without "=" padding; when decoding, "=" is not special and a final
+                    partial group is decoded
+  --help            show this help
+
+Exit status: 0 on success, 1 when the text to decode is not valid base64, 2 on an error.
+)";
+
+std::optional<int32_t> parseLineLength(const std::string& text)
+{
+    int32_t value = 0;
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value < 0 || value % 4 != 0)
+        return std::nullopt;
+    return value;
+}
+
+// The codec counts characters in 32 bits; 1 GiB of input stays well within that.
+constexpr size_t MaximumEncodedInput = size_t { 1 } << 30;
+
+int encode(const Input& input, int32_t lineLength, bool pad)
+{
+    const auto& bytes = input.bytes;
+    if (bytes.size() > MaximumEncodedInput) {
+        std::fprintf(stderr, "yarkit base64: %s: too large to encode (more than 1 GiB)\n", input.name.c_str());
+        return ExitError;
+    }
+    size_t groups = (bytes.size() + 2) / 3;
+    size_t lines = lineLength ? 4 * (bytes.size() / 3) / static_cast<size_t>(lineLength) : 0;
+    std::vector<char> text(4 * groups + 2 * lines + 2);
+    auto length = static_cast<uint32_t>(bytes.size());
+    int32_t n = pad ? yk_encode_base64(text.data(), bytes.data(), length, lineLength)
+                    : yk_encode_base64_no_pad(text.data(), bytes.data(), length, lineLength);
+    auto size = static_cast<size_t>(n);
+    if (size && text[size - 1] != '\n') {
+        text[size++] = '\r';
+        text[size++] = '\n';
+    }
+    return writeOutput(text.data(), size) ? ExitSuccess : ExitError;
+}
+
+int decode(const Input& input, bool pad)
+{
+    std::vector<uint8_t> bytes(input.bytes.size() * 3 / 4);
+    const auto* text = reinterpret_cast<const char*>(input.bytes.data());
+    auto length = static_cast<uint32_t>(input.bytes.size());
+    int32_t n = pad ? yk_decode_base64(bytes.data(), text, length) : yk_decode_base64_no_pad(bytes.data(), text, length);
+    if (n < 0) {
+        std::fprintf(stderr, "yarkit base64: %s: not valid base64 text\n", input.name.c_str());
+        return ExitChanged;
+    }
+    return writeOutput(bytes.data(), static_cast<size_t>(n)) ? ExitSuccess : ExitError;
+}
+
+} // namespace
+
+int runBase64(int argc, char** argv, int first)
+{
+    std::string error;
+    auto arguments = parseArguments(argc, argv, first,
+        { { "--decode" }, { "--line-length", true }, { "--no-pad" }, { "--help" } }, error);
+    if (!arguments)
+        return usageError("base64", error);
+    if (arguments->has("--help")) {
+        std::fputs(base64Help, stdout);
+        return ExitSuccess;
+    }
+    int32_t lineLength = 76;
+    if (arguments->has("--line-length")) {
+        auto parsed = parseLineLength(arguments->options.at("--line-length"));
+        if (!parsed)
+            return usageError("base64", "line length must be 0 or a positive multiple of 4, not '" + arguments->options.at("--line-length") + "'");
+        lineLength = *parsed;
+    }
+    if (arguments->operands.size() > 1)
+        return usageError("base64", "takes at most one file");
+
+    auto input = readInput(arguments->operands.empty() ? "-" : arguments->operands.front());
+    if (!input)
+        return ExitError;
+    bool pad = !arguments->has("--no-pad");
+    return arguments->has("--decode") ? decode(*input, pad) : encode(*input, lineLength, pad);
+}
+
+} // namespace yk::tool

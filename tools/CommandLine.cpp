@@ -1,0 +1,113 @@
+#include "tools/CommandLine.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace yk::tool {
+
+namespace {
+
+bool readAll(int fd, std::vector<uint8_t>& bytes)
+{
+    uint8_t buffer[65536];
+    for (;;) {
+        ssize_t n = read(fd, buffer, sizeof buffer);
+        if (n == 0)
+            return true;
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        bytes.insert(bytes.end(), buffer, buffer + n);
+        if (bytes.size() > MaximumInputSize) {
+            errno = EFBIG;
+            return false;
+        }
+    }
+}
+
+} // namespace
+
+std::optional<Input> readInput(const std::string& name)
+{
+    Input input { name == "-" ? "(standard input)" : name, {} };
+    int fd = name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    bool ok = fd >= 0 && readAll(fd, input.bytes);
+    int error = errno;
+    if (fd > STDIN_FILENO)
+        close(fd);
+    if (!ok) {
+        std::fprintf(stderr, "yarkit: %s: %s\n", input.name.c_str(), std::strerror(error));
+        return std::nullopt;
+    }
+    return input;
+}
+
+int usageError(const std::string& command, const std::string& message)
+{
+    std::fprintf(stderr, "yarkit %s: %s\nTry 'yarkit %s --help'.\n", command.c_str(), message.c_str(), command.c_str());
+    return ExitError;
+}
+
+bool writeOutput(const void* bytes, size_t length)
+{
+    const auto* p = static_cast<const uint8_t*>(bytes);
+    while (length) {
+        ssize_t n = write(STDOUT_FILENO, p, length);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            std::fprintf(stderr, "yarkit: cannot write to standard output: %s\n", std::strerror(errno));
+            return false;
+        }
+        p += n;
+        length -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+std::optional<Arguments> parseArguments(int argc, char** argv, int first, const std::vector<OptionSpec>& accepted,
+    std::string& error)
+{
+    Arguments arguments;
+    bool optionsEnded = false;
+    for (int i = first; i < argc; ++i) {
+        std::string argument = argv[i];
+        if (optionsEnded || argument == "-" || !argument.starts_with("-")) {
+            arguments.operands.push_back(argument);
+            continue;
+        }
+        if (argument == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        std::string name = argument.substr(0, argument.find('='));
+        auto option = std::find_if(accepted.begin(), accepted.end(), [&](const OptionSpec& o) { return o.name == name; });
+        if (option == accepted.end()) {
+            error = "unknown option '" + argument + "'";
+            return std::nullopt;
+        }
+        if (!option->takesValue) {
+            if (name != argument) {
+                error = "option '" + name + "' takes no value";
+                return std::nullopt;
+            }
+            arguments.options[name] = "";
+        } else if (name != argument) {
+            arguments.options[name] = argument.substr(name.size() + 1);
+        } else if (i + 1 < argc) {
+            arguments.options[name] = argv[++i];
+        } else {
+            error = "option '" + name + "' needs a value";
+            return std::nullopt;
+        }
+    }
+    return arguments;
+}
+
+} // namespace yk::tool

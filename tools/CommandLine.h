@@ -1,0 +1,62 @@
+#pragma once
+
+// What every command of the yarkit tool shares: reading its inputs, reporting errors, and the
+// exit statuses.
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace yk::tool {
+
+enum ExitStatus : int {
+    ExitSuccess = 0,
+    // The command did its job but changed or could not place something (see each command).
+    ExitChanged = 1,
+    // Bad usage, an unknown encoding, or an input that cannot be read.
+    ExitError = 2,
+};
+
+// One input: a named file, or standard input when the name is "-".
+struct Input {
+    std::string name;
+    std::vector<uint8_t> bytes;
+};
+
+// Reads the file (or standard input for "-"). On failure prints "yarkit: NAME: reason" to
+// standard error and returns nothing.
+std::optional<Input> readInput(const std::string& name);
+
+// The largest input the byte functions take (their lengths are 32-bit).
+inline constexpr size_t MaximumInputSize = 0x7FFFFFFF;
+
+// Prints "yarkit COMMAND: message" and a pointer to --help on standard error; returns ExitError.
+int usageError(const std::string& command, const std::string& message);
+
+// Writes all bytes to standard output; false (after a message) when the write fails.
+bool writeOutput(const void* bytes, size_t length);
+
+// The options a command accepts, by full name ("--decode"); `takesValue` options read their
+// value from the next argument or after "=".
+struct OptionSpec {
+    std::string name;
+    bool takesValue { false };
+};
+
+// A command line split into options and operands. Everything after "--", and "-" itself, is
+// an operand.
+struct Arguments {
+    std::map<std::string, std::string> options; // flags map to ""
+    std::vector<std::string> operands;
+
+    bool has(const std::string& name) const { return options.contains(name); }
+};
+
+// Parses argv[first...] against the accepted options. On an unknown option or a missing value
+// returns nothing and sets `error` to a message for usageError.
+std::optional<Arguments> parseArguments(int argc, char** argv, int first, const std::vector<OptionSpec>& accepted,
+    std::string& error);
+
+} // namespace yk::tool

@@ -1,0 +1,13 @@
+#pragma once
+
+// The tool's commands. Each takes the whole argument vector and the index of its first own
+// argument, and returns the exit status.
+
+namespace yk::tool {
+
+int runDetect(int argc, char** argv, int first);
+int runRepair(int argc, char** argv, int first);
+int runToUTF8(int argc, char** argv, int first);
+int runBase64(int argc, char** argv, int first);
+
+} // namespace yk::tool
