@@ -20,10 +20,13 @@
 
 #include <gtest/gtest.h>
 
+#include "CoreTestSupport.h"
+
 #include <cmath>
 #include <string>
 
 using yk::Ref;
+using yk::test::str;
 
 namespace {
 
@@ -99,8 +102,6 @@ class NotCoding : public yk::Object {
     YK_OBJECT(NotCoding, yk::Object)
 };
 YK_DEFINE_CLASS(NotCoding);
-
-Ref<yk::String> str(const char* text) { return yk::String::withUTF8(text); }
 
 Ref<yk::Object> roundTrip(const yk::Object* object)
 {

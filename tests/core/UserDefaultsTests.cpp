@@ -14,6 +14,9 @@
 
 #include <gtest/gtest.h>
 
+#include "CoreTestSupport.h"
+#include "LogCapture.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -23,6 +26,7 @@
 
 namespace fs = std::filesystem;
 using yk::Ref;
+using yk::test::str;
 
 namespace {
 
@@ -40,8 +44,6 @@ public:
 private:
     fs::path _path;
 };
-
-Ref<yk::Object> str(const char* text) { return yk::String::withUTF8(text); }
 
 std::string readFile(const fs::path& path)
 {
@@ -198,13 +200,10 @@ TEST(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
     TemporaryFolder folder;
     auto file = folder.path() / "defaults.json";
     writeFile(file, "{ not json");
-    std::vector<std::string> messages;
-    auto previous = yk::setLogSink([&](const yk::String& message) { messages.push_back(message.utf8()); });
+    LogCapture log;
     yk::UserDefaults defaults(file, {});
-    yk::setLogSink(previous);
     EXPECT_EQ(defaults.persistentDomain()->count(), 0u);
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_NE(messages[0].find("malformed"), std::string::npos);
+    EXPECT_EQ(log.text(), "UserDefaults: ignoring the malformed defaults file " + file.string() + "\n");
 
     defaults.setInteger(7, "Answer");
     ASSERT_TRUE(defaults.synchronize());
@@ -216,12 +215,11 @@ TEST(UserDefaults, ValuesOfAFileThatStandForNothingAreSkipped)
     TemporaryFolder folder;
     auto file = folder.path() / "defaults.json";
     writeFile(file, R"({"good": 1, "null": null, "badData": {"$data": "!!"}, "nested": [1, null]})");
-    auto previous = yk::setLogSink([](const yk::String&) { });
+    LogCapture log;
     yk::UserDefaults defaults(file, {});
-    yk::setLogSink(previous);
-    auto domain = defaults.persistentDomain();
-    EXPECT_EQ(domain->count(), 1u);
+    EXPECT_EQ(defaults.persistentDomain()->count(), 1u);
     EXPECT_EQ(defaults.integerForKey("good"), 1);
+    EXPECT_NE(log.text().find("ignoring the value of \"badData\""), std::string::npos) << log.text();
 }
 
 TEST(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
@@ -243,14 +241,12 @@ TEST(UserDefaults, UnwritableFileKeepsTheChangesUnsaved)
     TemporaryFolder folder;
     // A regular file where the folder should be.
     writeFile(folder.path() / "blocker", "");
-    auto previous = yk::setLogSink([](const yk::String&) { });
-    {
-        yk::UserDefaults defaults(folder.path() / "blocker" / "defaults.json", {});
-        defaults.setBool(true, "Flag");
-        EXPECT_FALSE(defaults.synchronize());
-        EXPECT_TRUE(defaults.boolForKey("Flag"));
-    }
-    yk::setLogSink(previous);
+    LogCapture log;
+    yk::UserDefaults defaults(folder.path() / "blocker" / "defaults.json", {});
+    defaults.setBool(true, "Flag");
+    EXPECT_FALSE(defaults.synchronize());
+    EXPECT_TRUE(defaults.boolForKey("Flag"));
+    EXPECT_NE(log.text().find("UserDefaults: cannot write"), std::string::npos);
 }
 
 TEST(UserDefaults, TypedGettersConvertNumbersAndStrings)
@@ -306,24 +302,15 @@ TEST(UserDefaults, RefusesNilKeysAndValuesOutsidePropertyLists)
 {
     TemporaryFolder folder;
     yk::UserDefaults defaults(folder.path() / "defaults.json", {});
-    auto reasonOf = [](auto&& call) -> std::string {
-        try {
-            call();
-        } catch (const yk::Exception& e) {
-            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidArgumentException);
-            return e.reason()->utf8();
-        }
-        return "no exception";
-    };
-    EXPECT_EQ(reasonOf([&] { defaults.setObject(str("x").get(), static_cast<const yk::String*>(nullptr)); }),
-        "*** -[UserDefaults setObject:forKey:]: nil string (or other) argument");
+    yk::test::expectRaise([&] { defaults.setObject(str("x").get(), static_cast<const yk::String*>(nullptr)); },
+        yk::NSInvalidArgumentException, "*** -[UserDefaults setObject:forKey:]: nil string (or other) argument");
     auto value = yk::Value::valueWithRange({ 1, 2 });
-    EXPECT_EQ(reasonOf([&] { defaults.setObject(value.get(), "range"); }),
-        "Attempt to insert non-property list object NSRange: {1, 2} for key range");
+    yk::test::expectRaise([&] { defaults.setObject(value.get(), "range"); },
+        yk::NSInvalidArgumentException, "Attempt to insert non-property list object NSRange: {1, 2} for key range");
     auto nested = yk::Array::arrayWithObjects({ str("ok"), value });
-    EXPECT_NE(reasonOf([&] { defaults.setObject(nested.get(), "nested"); }), "no exception");
+    EXPECT_THROW(defaults.setObject(nested.get(), "nested"), yk::Exception);
     auto numberKeys = yk::Dictionary::dictionaryWithEntries({ { yk::Number::numberWithInt(1), str("x") } });
-    EXPECT_NE(reasonOf([&] { defaults.setObject(numberKeys.get(), "numberKeys"); }), "no exception");
+    EXPECT_THROW(defaults.setObject(numberKeys.get(), "numberKeys"), yk::Exception);
     EXPECT_FALSE(defaults.objectForKey("range"));
 
     // A null value removes the key.

@@ -13,28 +13,21 @@
 
 #include <gtest/gtest.h>
 
+#include "core/CoreTestSupport.h"
+#include "core/LogCapture.h"
+
 #include <cmath>
 #include <string>
 #include <vector>
 
 using yk::Ref;
+using yk::test::str;
 
 namespace {
-
-Ref<yk::String> str(const char* text) { return yk::String::withUTF8(text); }
 
 std::string describe(const yk::Object* object)
 {
     return object ? object->description()->utf8() : "(null)";
-}
-
-std::vector<std::string> captureLog(const std::function<void()>& body)
-{
-    std::vector<std::string> messages;
-    auto previous = yk::setLogSink([&](const yk::String& message) { messages.push_back(message.utf8()); });
-    body();
-    yk::setLogSink(previous);
-    return messages;
 }
 
 } // namespace
@@ -133,16 +126,14 @@ TEST(DictionaryAdditions, ObjectForStringComparesKeysUnderTheOptions)
 TEST(DictionaryAdditions, ObjectForStringWithNilLogsAndGivesNil)
 {
     auto dictionary = yk::Dictionary::dictionaryWithEntries({ { str("a"), str("b") } });
-    Ref<yk::Object> value = str("sentinel");
-    auto messages = captureLog([&] { value = yk::objectForString(dictionary.get(), nullptr, 0); });
-    EXPECT_FALSE(value);
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0], "-[Dictionary objectForString:options:] with nil");
-
-    auto mutableDictionary = dictionary->mutableCopy();
-    messages = captureLog([&] { (void)yk::objectForString(mutableDictionary.get(), nullptr, 0); });
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0], "-[MutableDictionary objectForString:options:] with nil");
+    {
+        LogCapture log;
+        EXPECT_FALSE(yk::objectForString(dictionary.get(), nullptr, 0));
+        EXPECT_EQ(log.text(), "-[Dictionary objectForString:options:] with nil\n");
+    }
+    LogCapture log;
+    EXPECT_FALSE(yk::objectForString(dictionary->mutableCopy().get(), nullptr, 0));
+    EXPECT_EQ(log.text(), "-[MutableDictionary objectForString:options:] with nil\n");
 }
 
 TEST(DictionaryAdditions, EqualityExceptForKeys)
@@ -262,13 +253,8 @@ TEST(MutableDictionaryAdditions, SettersWithANilKeyRaiseTheDictionarysOwnError)
         [&] { yk::YK_replaceObject(dictionary.get(), nullptr, str("k").get()); },
     };
     for (size_t i = 0; i < std::size(setters); ++i) {
-        try {
-            setters[i]();
-            ADD_FAILURE() << "setter " << i << " did not raise";
-        } catch (const yk::Exception& e) {
-            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidArgumentException) << i;
-            EXPECT_EQ(e.reason()->utf8(), expected) << i;
-        }
+        SCOPED_TRACE(i);
+        yk::test::expectRaise(setters[i], yk::NSInvalidArgumentException, expected);
     }
     EXPECT_EQ(dictionary->count(), 0u);
 }

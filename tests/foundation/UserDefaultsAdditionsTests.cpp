@@ -11,12 +11,15 @@
 
 #include <gtest/gtest.h>
 
+#include "core/CoreTestSupport.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
 
 namespace fs = std::filesystem;
 using yk::Ref;
+using yk::test::str;
 
 namespace {
 
@@ -33,8 +36,6 @@ public:
 private:
     fs::path _path;
 };
-
-Ref<yk::String> str(const char* text) { return yk::String::withUTF8(text); }
 
 constexpr int32_t unrecognized = std::numeric_limits<int32_t>::min();
 
@@ -73,13 +74,8 @@ TEST(UserDefaultsAdditions, ReadsWithADefaultForAbsentKeys)
         const std::string className = defaults.objectForKey("Key")->classObject()->name();
         for (auto [selector, read] : { std::pair<const char*, std::function<void()>> { "intValue", [&] { (void)yk::integerForKey(&defaults, "Key", 76); } },
                  { "floatValue", [&] { (void)yk::floatForKey(&defaults, "Key", 0.5f); } } }) {
-            try {
-                read();
-                ADD_FAILURE() << selector << " did not raise";
-            } catch (const yk::Exception& e) {
-                EXPECT_EQ(e.name()->utf8(), yk::NSInvalidArgumentException);
-                EXPECT_EQ(e.reason()->utf8(), "-[" + className + " " + selector + "]: unrecognized selector sent to instance");
-            }
+            yk::test::expectRaise(read, yk::NSInvalidArgumentException,
+                "-[" + className + " " + selector + "]: unrecognized selector sent to instance");
         }
     }
 }
