@@ -3,7 +3,7 @@
 // encoding their senders used, and the text functions name the encoding, repair damaged bytes
 // and decode them.
 //
-//     demo [EXAMPLES-FOLDER]
+//     demo [EXAMPLES-FOLDER] [-DefaultBase64LineLength N]
 
 #include <Yarkit/Yarkit.h>
 
@@ -114,6 +114,25 @@ void showMessage(const std::filesystem::path& path)
     std::printf("  %-22s %-12s%-11s %s\n", path.filename().c_str(), yk::stringEncodingName(encoding), note, firstLine.c_str());
 }
 
+// The line length comes from the user defaults: the command line (-DefaultBase64LineLength 40),
+// the user's defaults file, or 76.
+void showBase64(const std::filesystem::path& path)
+{
+    const int32_t lineLength = yk::integerForKey(yk::UserDefaults::standardUserDefaults(), "DefaultBase64LineLength", 76);
+    const auto bytes = readFile(path);
+    // Room for every group and a CR LF after each line, however short the lines are.
+    std::string encoded(8 * ((bytes.size() + 2) / 3) + 2, '\0');
+    const int32_t length = yk_encode_base64(encoded.data(), bytes.data(), static_cast<uint32_t>(bytes.size()), lineLength);
+    encoded.resize(static_cast<size_t>(length));
+    std::printf("  DefaultBase64LineLength = %d; %s as a mail body part:\n", lineLength, path.filename().c_str());
+    size_t lineStart = 0;
+    for (int line = 0; line < 3 && lineStart < encoded.size(); ++line) {
+        const size_t lineEnd = encoded.find("\r\n", lineStart);
+        std::printf("    %s\n", encoded.substr(lineStart, lineEnd - lineStart).c_str());
+        lineStart = lineEnd == std::string::npos ? encoded.size() : lineEnd + 2;
+    }
+}
+
 void showAbstractMethodError()
 {
     auto fetcher = yk::make<MailboxFetcher>();
@@ -143,6 +162,9 @@ int main(int argc, char** argv)
     std::printf("\nEach message, its encoding as detected, and its first line decoded:\n");
     for (const auto& message : fetcher->messages())
         showMessage(message);
+
+    std::printf("\nSettings come from the user defaults:\n");
+    showBase64(examples / "samples" / "iso-2022-jp.txt");
 
     std::printf("\nErrors carry the framework's exact messages:\n");
     showAbstractMethodError();
