@@ -12,8 +12,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <mutex>
+#include <sstream>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -136,6 +139,78 @@ TEST(Lock, MisuseIsReportedInsteadOfUndefined)
     EXPECT_NE(log.find("*** -[Lock unlock]: lock (<Lock: 0x"), std::string::npos) << log;
     EXPECT_NE(log.find("unlocked when not locked"), std::string::npos) << log;
     EXPECT_NE(log.find("unlocked from a thread which did not lock it"), std::string::npos) << log;
+}
+
+TEST(OwnedLock, DeadlockNamesTheClassAndTheMethodAskedFor)
+{
+    struct Row {
+        const char* message;
+        std::function<void()> askAgain;
+    };
+    auto lock = yk::make<yk::Lock>();
+    auto conditionLock = yk::make<yk::ConditionLock>(3);
+    lock->lock();
+    conditionLock->lock();
+    const Row rows[] = {
+        { "*** -[Lock lockBeforeDate:]: deadlock (<Lock: 0x", [&] { (void)lock->try_lock_for(1s); } },
+        { "*** -[Lock lockBeforeDate:]: deadlock (<Lock: 0x", [&] { (void)lock->try_lock_until(std::chrono::system_clock::now() + 1s); } },
+        { "*** -[ConditionLock lock]: deadlock (<ConditionLock: 0x", [&] { conditionLock->lock(); } },
+        { "*** -[ConditionLock lockBeforeDate:]: deadlock (", [&] { (void)conditionLock->lockBeforeDate(Clock::now() + 1s); } },
+        { "*** -[ConditionLock lockWhenCondition:]: deadlock (", [&] { conditionLock->lockWhenCondition(3); } },
+        { "*** -[ConditionLock lockWhenCondition:beforeDate:]: deadlock (", [&] { (void)conditionLock->lockWhenCondition(3, Clock::now() + 1s); } },
+    };
+    for (const Row& row : rows) {
+        try {
+            row.askAgain();
+            ADD_FAILURE() << row.message << ": no exception";
+        } catch (const std::exception& e) {
+            EXPECT_EQ(std::string(e.what()).find(row.message), 0u) << e.what();
+        }
+    }
+    EXPECT_FALSE(freeForOthers(*lock));
+    EXPECT_FALSE(freeForOthers(*conditionLock));
+    lock->unlock();
+    conditionLock->unlock();
+}
+
+TEST(OwnedLock, MisplacedUnlocksAreLoggedAndChangeNothing)
+{
+    auto recursiveLock = yk::make<yk::RecursiveLock>(yk::String::withUTF8("loader"));
+    auto conditionLock = yk::make<yk::ConditionLock>(3);
+    LogCapture capture;
+    recursiveLock->unlock();
+    conditionLock->unlockWithCondition(5);
+    recursiveLock->lock();
+    recursiveLock->lock();
+    conditionLock->lock();
+    std::thread([&] {
+        recursiveLock->unlock();
+        conditionLock->unlockWithCondition(6);
+    }).join();
+    EXPECT_EQ(conditionLock->condition(), 3);
+    conditionLock->unlock();
+    recursiveLock->unlock();
+    EXPECT_FALSE(freeForOthers(*recursiveLock));
+    recursiveLock->unlock();
+    EXPECT_TRUE(freeForOthers(*recursiveLock));
+
+    struct Row {
+        const char* start;
+        const char* end;
+    };
+    const Row rows[] = {
+        { "*** -[RecursiveLock unlock]: lock (<RecursiveLock: 0x", "> 'loader') unlocked when not locked" },
+        { "*** -[ConditionLock unlockWithCondition:]: lock (<ConditionLock: 0x", ">) unlocked when not locked" },
+        { "*** -[RecursiveLock unlock]: lock (<RecursiveLock: 0x", "> 'loader') unlocked from a thread which did not lock it" },
+        { "*** -[ConditionLock unlockWithCondition:]: lock (<ConditionLock: 0x", ">) unlocked from a thread which did not lock it" },
+    };
+    std::istringstream lines(capture.text());
+    std::string line;
+    for (const Row& row : rows) {
+        ASSERT_TRUE(std::getline(lines, line)) << "missing: " << row.start << "..." << row.end;
+        EXPECT_TRUE(line.starts_with(row.start) && line.ends_with(row.end)) << line;
+    }
+    EXPECT_FALSE(std::getline(lines, line)) << line;
 }
 
 TEST(RecursiveLock, IsFreeOnlyAfterEveryLockIsMatched)

@@ -1,0 +1,133 @@
+#include <Yarkit/core/OwnedLock.h>
+
+#include <Yarkit/core/Locker.h>
+#include <Yarkit/core/Object.h>
+
+#include "core/LockErrors.h"
+
+namespace yk::detail {
+
+OwnedLockState::OwnedLockState(Kind kind, Ref<String> name, int condition)
+    : _kind(kind)
+    , _condition(condition)
+    , _name(std::move(name))
+{
+}
+
+bool OwnedLockState::take(
+    const Object* lock, const char* selector, const Clock::time_point* limit, const int* wanted)
+{
+    {
+        Locker guard(_mutex);
+        if (_owner != std::this_thread::get_id()) {
+            if (!waitUntilAvailable(wanted, limit))
+                return false;
+            hold();
+            return true;
+        }
+        if (_kind == Kind::Recursive) {
+            ++_depth;
+            return true;
+        }
+    }
+    raiseLockDeadlock(lock, selector);
+}
+
+bool OwnedLockState::tryTake(const int* wanted)
+{
+    Locker guard(_mutex);
+    if (_kind == Kind::Recursive && _owner == std::this_thread::get_id()) {
+        ++_depth;
+        return true;
+    }
+    if (!isAvailable(wanted))
+        return false;
+    hold();
+    return true;
+}
+
+void OwnedLockState::release(const Object* lock, const char* selector, const int* condition)
+{
+    const char* problem = nullptr;
+    {
+        Locker guard(_mutex);
+        if (_owner == std::this_thread::get_id()) {
+            drop(condition);
+            return;
+        }
+        problem = _owner == std::thread::id() ? "unlocked when not locked"
+                                              : "unlocked from a thread which did not lock it";
+    }
+    logLockMisuse(lock, selector, problem);
+}
+
+bool OwnedLockState::isAvailable(const int* wanted) const
+{
+    return _owner == std::thread::id() && (!wanted || _condition == *wanted);
+}
+
+bool OwnedLockState::waitUntilAvailable(const int* wanted, const Clock::time_point* limit)
+{
+    ++_waiters;
+    while (!isAvailable(wanted)) {
+        if (!limit) {
+            _mutex.wait(_released);
+        } else if (!_mutex.waitUntil(_released, *limit) && !isAvailable(wanted)) {
+            --_waiters;
+            return false;
+        }
+    }
+    --_waiters;
+    return true;
+}
+
+void OwnedLockState::hold()
+{
+    _owner = std::this_thread::get_id();
+    _depth = 1;
+}
+
+void OwnedLockState::drop(const int* condition)
+{
+    if (condition)
+        _condition = *condition;
+    if (--_depth > 0)
+        return;
+    _owner = std::thread::id();
+    // Notified under _mutex: a waiter that takes the lock may release the last reference to it
+    // as soon as it can run. Waiters for a condition may wait for different ones, so all look.
+    if (!_waiters)
+        return;
+    if (_kind == Kind::Conditional)
+        _released.notify_all();
+    else
+        _released.notify_one();
+}
+
+int OwnedLockState::condition() const
+{
+    Locker guard(_mutex);
+    return _condition;
+}
+
+Ref<String> OwnedLockState::name() const
+{
+    Locker guard(_mutex);
+    return _name;
+}
+
+void OwnedLockState::setName(Ref<String> name)
+{
+    Locker guard(_mutex);
+    _name = std::move(name);
+}
+
+Ref<String> OwnedLockState::describe(Ref<String> description) const
+{
+    Ref<String> lockName = name();
+    if (!lockName)
+        return description;
+    return String::withUTF8(description->utf8() + " '" + lockName->utf8() + "'");
+}
+
+} // namespace yk::detail

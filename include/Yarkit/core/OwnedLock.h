@@ -1,0 +1,132 @@
+#pragma once
+
+#include <Yarkit/core/Mutex.h>
+#include <Yarkit/core/Ref.h>
+#include <Yarkit/core/String.h>
+#include <Yarkit/core/ThreadSafety.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <thread>
+
+namespace yk {
+
+class Object;
+
+namespace detail {
+
+// The state of a lock object that knows its owner, and the operations on it. It lives in this
+// header only because the lock objects hold it by value; use the lock objects. The inner mutex
+// is held only to look at the state, never while the lock's holder runs its section, and
+// misuse is reported after it is released (the report reads the lock's name).
+class OwnedLockState {
+public:
+    using Clock = std::chrono::steady_clock;
+    // Plain: taking it again on the thread that holds it raises "deadlock". Recursive: its holder
+    // takes it again, and it is free when every take has been matched by a release.
+    // Conditional: plain, with a condition that waiters can ask for, so a release wakes them all.
+    enum class Kind { Plain, Recursive, Conditional };
+
+    OwnedLockState(Kind kind, Ref<String> name, int condition = 0);
+
+    // Waits until the lock is free (and has the wanted condition, if given), then holds it;
+    // false when the limit (null: none) passed first. Raises the deadlock exception, naming
+    // lock and selector, when the calling thread holds a lock that is not recursive.
+    bool take(const Object* lock, const char* selector, const Clock::time_point* limit,
+        const int* wanted = nullptr);
+    // The same, but only if that needs no waiting; false instead of the deadlock exception.
+    bool tryTake(const int* wanted = nullptr);
+    // Gives up one take of the calling thread, setting the condition if given. Logs the misuse,
+    // naming lock and selector, when the calling thread does not hold the lock.
+    void release(const Object* lock, const char* selector, const int* condition = nullptr);
+
+    int condition() const;
+    Ref<String> name() const;
+    void setName(Ref<String> name);
+    // The lock's own description, followed by " 'name'" when it has a name.
+    Ref<String> describe(Ref<String> description) const;
+
+private:
+    bool isAvailable(const int* wanted) const YK_REQUIRES(_mutex);
+    bool waitUntilAvailable(const int* wanted, const Clock::time_point* limit) YK_REQUIRES(_mutex);
+    // The calling thread holds the lock, which was free.
+    void hold() YK_REQUIRES(_mutex);
+    // Gives up one take of the calling thread, which holds the lock; wakes waiters once it is free.
+    void drop(const int* condition) YK_REQUIRES(_mutex);
+
+    const Kind _kind;
+    mutable Mutex _mutex;
+    std::condition_variable _released;
+    std::thread::id _owner YK_GUARDED_BY(_mutex); // no thread when the lock is free
+    uint32_t _depth YK_GUARDED_BY(_mutex) { 0 }; // takes not yet matched by a release
+    uint32_t _waiters YK_GUARDED_BY(_mutex) { 0 };
+    int _condition YK_GUARDED_BY(_mutex);
+    Ref<String> _name YK_GUARDED_BY(_mutex);
+};
+
+} // namespace detail
+
+// The operations that yk::Lock, yk::RecursiveLock and yk::ConditionLock share: taking and
+// releasing the lock, with a time limit or without waiting, the standard names for them (so
+// std::lock_guard and std::unique_lock work), and the name. Each lock derives from Object and
+// from OwnedLock of itself, and its kind decides what its holder taking it again does. Misuse
+// is reported with the lock's class, as in "*** -[Lock lock]: deadlock (<Lock: 0x...>)".
+template <typename Derived>
+class YK_CAPABILITY("mutex") OwnedLock {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // These implement the capability, so clang's analysis cannot follow their bodies; the
+    // state they call is analysed.
+    // Blocks until the lock is free, then holds it.
+    YK_NO_THREAD_SAFETY_ANALYSIS void lock() YK_ACQUIRE()
+    {
+        _state.take(object(), "lock", nullptr);
+    }
+    // A ConditionLock keeps its condition.
+    YK_NO_THREAD_SAFETY_ANALYSIS void unlock() YK_RELEASE() { _state.release(object(), "unlock"); }
+    // Takes the lock only if it is free now.
+    [[nodiscard]] YK_NO_THREAD_SAFETY_ANALYSIS bool tryLock() YK_TRY_ACQUIRE(true)
+    {
+        return _state.tryTake();
+    }
+    // lockBeforeDate: waits at most until the limit; false when it passed first.
+    [[nodiscard]] YK_NO_THREAD_SAFETY_ANALYSIS bool lockBeforeDate(Clock::time_point limit)
+        YK_TRY_ACQUIRE(true)
+    {
+        return _state.take(object(), "lockBeforeDate:", &limit);
+    }
+
+    [[nodiscard]] bool try_lock() YK_TRY_ACQUIRE(true) { return tryLock(); }
+    template <typename Rep, typename Period>
+    [[nodiscard]] bool try_lock_for(std::chrono::duration<Rep, Period> timeout) YK_TRY_ACQUIRE(true)
+    {
+        return lockBeforeDate(Clock::now() + std::chrono::ceil<Clock::duration>(timeout));
+    }
+    template <typename C, typename D>
+    [[nodiscard]] bool try_lock_until(std::chrono::time_point<C, D> limit) YK_TRY_ACQUIRE(true)
+    {
+        return try_lock_for(limit - C::now());
+    }
+
+    // Any thread; the name appears in the description.
+    Ref<String> name() const { return _state.name(); }
+    void setName(Ref<String> name) { _state.setName(std::move(name)); }
+
+protected:
+    explicit OwnedLock(
+        detail::OwnedLockState::Kind kind, Ref<String> name = nullptr, int condition = 0)
+        : _state(kind, std::move(name), condition)
+    {
+    }
+    OwnedLock(const OwnedLock&) = delete;
+    OwnedLock& operator=(const OwnedLock&) = delete;
+    ~OwnedLock() = default;
+
+    const Derived* object() const { return static_cast<const Derived*>(this); }
+
+    detail::OwnedLockState _state;
+};
+
+} // namespace yk
