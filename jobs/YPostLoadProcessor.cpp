@@ -18,8 +18,9 @@ namespace {
 
 struct ProcessorState {
     Ref<RecursiveLock> lock { make<RecursiveLock>() };
-    // Implementations already called, by identity.
-    std::unordered_set<const detail::ImpBody*> called YK_GUARDED_BY(*lock);
+    // Implementations already called, by identity; guarded by lock, which process() holds
+    // around every pass.
+    std::unordered_set<const detail::ImpBody*> called;
 };
 
 ProcessorState& state()
