@@ -49,6 +49,7 @@
 #include <Yarkit/core/Null.h>
 #include <Yarkit/core/Number.h>
 #include <Yarkit/core/Object.h>
+#include <Yarkit/core/OwnedLock.h>
 #include <Yarkit/core/Range.h>
 #include <Yarkit/core/RecursiveLock.h>
 #include <Yarkit/core/Ref.h>
