@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     [[maybe_unused]] const auto lossy = string->dataUsingEncoding(encoding, true);
     if (encoding == kCFStringEncodingUTF8) {
         const auto bytes = string->dataUsingEncoding(kCFStringEncodingUTF8);
-        if (!bytes || bytes->length() != size - 1 || std::memcmp(bytes->bytes(), data + 1, size - 1) != 0)
+        if (!bytes || bytes->length() != size - 1 || (size > 1 && std::memcmp(bytes->bytes(), data + 1, size - 1) != 0))
             std::abort();
     }
     return 0;
