@@ -107,7 +107,7 @@ void Invocation::invokeWithTarget(Object* target)
         detail::raiseInvalidArgument(detail::methodName(target, _selector.name()) + ": unrecognized selector sent to "
             + (target->isClass() ? "class" : "instance"));
     }
-    if (!imp.signature()->isEqual(_signature.get()))
+    if (imp.signature() != _signature.get() && !imp.signature()->isEqual(_signature.get()))
         detail::raiseInvalidArgument(detail::methodName(target, _selector.name()) + ": the invocation's signature does not match the method's");
     // The target may release its last outside reference during the call.
     Ref<Object> protectedTarget(target);
