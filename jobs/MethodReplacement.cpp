@@ -16,16 +16,16 @@ yk::Method* findMethodOrLog(yk::Class* cls, yk::Selector selector, bool classSid
     return method;
 }
 
-yk::Imp replaceMethod(yk::Class* cls, yk::Selector selector, yk::Selector otherSelector, bool classSide)
+IMP replaceMethod(yk::Class* cls, yk::Selector selector, yk::Selector otherSelector, bool classSide)
 {
     yk::Method* method = findMethodOrLog(cls, selector, classSide);
     if (!method)
-        return {};
+        return nullptr;
     yk::Method* other = findMethodOrLog(cls, otherSelector, classSide);
     if (!other)
-        return {};
+        return nullptr;
     // Lookups are not cached, so storing the implementation is all a swap needs.
-    return method->setImplementation(other->implementation());
+    return method->setImplementation(other->implementation()).body();
 }
 
 yk::Class* classImplementingMethod(yk::Class* cls, yk::Selector selector, bool classSide)
@@ -43,12 +43,12 @@ yk::Class* classImplementingMethod(yk::Class* cls, yk::Selector selector, bool c
 
 } // namespace
 
-yk::Imp YKReplaceInstanceMethod(yk::Class* cls, yk::Selector selector, yk::Selector otherSelector)
+IMP YKReplaceInstanceMethod(yk::Class* cls, yk::Selector selector, yk::Selector otherSelector)
 {
     return replaceMethod(cls, selector, otherSelector, false);
 }
 
-yk::Imp YKReplaceClassMethod(yk::Class* cls, yk::Selector selector, yk::Selector otherSelector)
+IMP YKReplaceClassMethod(yk::Class* cls, yk::Selector selector, yk::Selector otherSelector)
 {
     return replaceMethod(cls, selector, otherSelector, true);
 }

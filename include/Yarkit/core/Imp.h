@@ -246,12 +246,19 @@ const ImpBody* internImpBody(ImpBody body);
 template <typename Signature>
 class TypedImp;
 
+} // namespace yk
+
+// An implementation as a plain pointer, for functions with C linkage; yk::Imp wraps it.
+typedef const yk::detail::ImpBody* IMP;
+
+namespace yk {
+
 // The implementation of a method: what methodForSelector returns. Calls go through an
 // invocation (invoke) or, on hot paths, through a typed function checked once (function<>).
 class Imp {
 public:
     Imp() = default;
-    explicit Imp(const detail::ImpBody* body)
+    Imp(IMP body)
         : _body(body)
     {
     }
