@@ -7,9 +7,12 @@
 #include <algorithm>
 
 namespace yk::detail {
+namespace {
 
 // How far the exact loop goes on by itself before the fast scan is tried again.
 constexpr size_t exactStretch = 64;
+
+} // namespace
 
 // A malformed sequence becomes one "?", which swallows the bytes the lead announced as long as
 // they are not ASCII, valid leads included: C3 C3 A9 is two units, C3 C3 and A9.
