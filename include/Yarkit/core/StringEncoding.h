@@ -11,7 +11,15 @@ extern "C" {
 
 typedef uint32_t CFStringEncoding;
 
-enum : CFStringEncoding {
+// A typed enumeration in C++; in C the constants that fit an int are plain enumerators and the
+// invalid id a macro, as C enumerators cannot hold it.
+#ifdef __cplusplus
+#define YK_STRING_ENCODING_ENUM enum : CFStringEncoding
+#else
+#define YK_STRING_ENCODING_ENUM enum
+#endif
+
+YK_STRING_ENCODING_ENUM {
     kCFStringEncodingMacRoman = 0x0000,
     kCFStringEncodingMacJapanese = 0x0001,
     kCFStringEncodingWindowsLatin1 = 0x0500,
@@ -35,8 +43,14 @@ enum : CFStringEncoding {
     kCFStringEncodingISO_2022_JP_3 = 0x0823,
     kCFStringEncodingEUC_JP = 0x0920,
     kCFStringEncodingShiftJIS = 0x0A01,
+#ifdef __cplusplus
     kCFStringEncodingInvalidId = 0xFFFFFFFFu,
+#endif
 };
+
+#ifndef __cplusplus
+#define kCFStringEncodingInvalidId ((CFStringEncoding)0xFFFFFFFFu)
+#endif
 
 #ifdef __cplusplus
 }
