@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "CoreTestSupport.h"
+#include "TemporaryFolder.h"
 #include "LogCapture.h"
 
 #include <algorithm>
@@ -30,20 +31,7 @@ using yk::test::str;
 
 namespace {
 
-// A fresh folder under the system's temporary folder, removed with everything in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "yk-defaults-XXXXXX").string();
-        _path = mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() { fs::remove_all(_path); }
-    const fs::path& path() const { return _path; }
-
-private:
-    fs::path _path;
-};
+using yk::test::TemporaryFolder;
 
 std::string readFile(const fs::path& path)
 {

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "core/CoreTestSupport.h"
+#include "core/TemporaryFolder.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -23,18 +24,10 @@ using yk::test::str;
 
 namespace {
 
-class TemporaryFolder {
+// A defaults file in a fresh temporary folder.
+class DefaultsFile : public yk::test::TemporaryFolder {
 public:
-    TemporaryFolder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "yk-defaults-XXXXXX").string();
-        _path = mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() { fs::remove_all(_path); }
-    fs::path file() const { return _path / "defaults.json"; }
-
-private:
-    fs::path _path;
+    fs::path file() const { return path() / "defaults.json"; }
 };
 
 constexpr int32_t unrecognized = std::numeric_limits<int32_t>::min();
@@ -43,7 +36,7 @@ constexpr int32_t unrecognized = std::numeric_limits<int32_t>::min();
 
 TEST(UserDefaultsAdditions, ReadsWithADefaultForAbsentKeys)
 {
-    TemporaryFolder folder;
+    DefaultsFile folder;
     yk::UserDefaults defaults(folder.file(), {});
     struct Row {
         Ref<yk::Object> value; // null: absent
@@ -82,7 +75,7 @@ TEST(UserDefaultsAdditions, ReadsWithADefaultForAbsentKeys)
 
 TEST(UserDefaultsAdditions, DefaultsFromTheCommandLineAndRegistration)
 {
-    TemporaryFolder folder;
+    DefaultsFile folder;
     yk::UserDefaults defaults(folder.file(), { "-DefaultBase64LineLength", "64", "-atos-path", "/usr/bin/eu-addr2line" });
     defaults.registerDefaults(yk::Dictionary::dictionaryWithEntries({ { str("YKRegexPatternSyntax"), yk::Number::numberWithInt(3) } }).get());
     EXPECT_EQ(yk::integerForKey(&defaults, "DefaultBase64LineLength", 76), 64);
@@ -95,7 +88,7 @@ TEST(UserDefaultsAdditions, DefaultsFromTheCommandLineAndRegistration)
 
 TEST(UserDefaultsAdditions, CodingObjectsSurviveAReload)
 {
-    TemporaryFolder folder;
+    DefaultsFile folder;
     auto value = yk::Dictionary::dictionaryWithEntries({ { yk::Number::numberWithInt(1), str("number keys are fine in an archive") } });
     {
         yk::UserDefaults defaults(folder.file(), {});
