@@ -81,15 +81,11 @@ int decode(const Input& input, bool pad)
 
 int runBase64(int argc, char** argv, int first)
 {
-    std::string error;
-    auto arguments = parseArguments(argc, argv, first,
-        { { "--decode" }, { "--line-length", true }, { "--no-pad" }, { "--help" } }, error);
+    int status = ExitSuccess;
+    auto arguments = parseCommandLine({ "base64", base64Help, { { "--decode" }, { "--line-length", true }, { "--no-pad" } } },
+        argc, argv, first, status);
     if (!arguments)
-        return usageError("base64", error);
-    if (arguments->has("--help")) {
-        std::fputs(base64Help, stdout);
-        return ExitSuccess;
-    }
+        return status;
     int32_t lineLength = 76;
     if (arguments->has("--line-length")) {
         auto parsed = parseLineLength(arguments->options.at("--line-length"));
@@ -100,7 +96,7 @@ int runBase64(int argc, char** argv, int first)
     if (arguments->operands.size() > 1)
         return usageError("base64", "takes at most one file");
 
-    auto input = readInput(arguments->operands.empty() ? "-" : arguments->operands.front());
+    auto input = readInput(arguments->inputNames().front());
     if (!input)
         return ExitError;
     bool pad = !arguments->has("--no-pad");

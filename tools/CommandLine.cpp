@@ -110,4 +110,22 @@ std::optional<Arguments> parseArguments(int argc, char** argv, int first, const 
     return arguments;
 }
 
+std::optional<Arguments> parseCommandLine(const CommandSpec& command, int argc, char** argv, int first, int& status)
+{
+    std::vector<OptionSpec> accepted = command.options;
+    accepted.push_back({ "--help" });
+    std::string error;
+    auto arguments = parseArguments(argc, argv, first, accepted, error);
+    if (!arguments) {
+        status = usageError(command.name, error);
+        return std::nullopt;
+    }
+    if (arguments->has("--help")) {
+        std::fputs(command.help, stdout);
+        status = ExitSuccess;
+        return std::nullopt;
+    }
+    return arguments;
+}
+
 } // namespace yk::tool

@@ -52,11 +52,24 @@ struct Arguments {
     std::vector<std::string> operands;
 
     bool has(const std::string& name) const { return options.contains(name); }
+    // The inputs named, or "-" (standard input) when none is.
+    std::vector<std::string> inputNames() const { return operands.empty() ? std::vector<std::string> { "-" } : operands; }
 };
 
 // Parses argv[first...] against the accepted options. On an unknown option or a missing value
 // returns nothing and sets `error` to a message for usageError.
 std::optional<Arguments> parseArguments(int argc, char** argv, int first, const std::vector<OptionSpec>& accepted,
     std::string& error);
+
+// A command's name, its help text and the options it accepts besides --help.
+struct CommandSpec {
+    const char* name;
+    const char* help;
+    std::vector<OptionSpec> options;
+};
+
+// Parses a command's arguments. For --help it prints the help, for a bad option a usage error;
+// then it returns nothing and sets `status` to the exit status the command returns at once.
+std::optional<Arguments> parseCommandLine(const CommandSpec& command, int argc, char** argv, int first, int& status);
 
 } // namespace yk::tool

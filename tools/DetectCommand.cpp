@@ -44,20 +44,12 @@ Exit status: 0 when every input was recognised, 1 when some was not, 2 on an err
 
 int runDetect(int argc, char** argv, int first)
 {
-    std::string error;
-    auto arguments = parseArguments(argc, argv, first,
-        { { "--prefer-sjis" }, { "--prefer-mac" }, { "--numeric" }, { "--help" } }, error);
-    if (!arguments)
-        return usageError("detect", error);
-    if (arguments->has("--help")) {
-        std::fputs(detectHelp, stdout);
-        return ExitSuccess;
-    }
-    std::vector<std::string> names = arguments->operands;
-    if (names.empty())
-        names.push_back("-");
-
     int status = ExitSuccess;
+    auto arguments = parseCommandLine({ "detect", detectHelp, { { "--prefer-sjis" }, { "--prefer-mac" }, { "--numeric" } } },
+        argc, argv, first, status);
+    if (!arguments)
+        return status;
+    const auto names = arguments->inputNames();
     for (const auto& name : names) {
         auto input = readInput(name);
         if (!input) {

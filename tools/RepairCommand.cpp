@@ -33,14 +33,10 @@ Exit status: 0 when nothing needed repair, 1 when something was repaired, 2 on a
 
 int runRepair(int argc, char** argv, int first)
 {
-    std::string error;
-    auto arguments = parseArguments(argc, argv, first, { { "--encoding", true }, { "--help" } }, error);
+    int status = ExitSuccess;
+    auto arguments = parseCommandLine({ "repair", repairHelp, { { "--encoding", true } } }, argc, argv, first, status);
     if (!arguments)
-        return usageError("repair", error);
-    if (arguments->has("--help")) {
-        std::fputs(repairHelp, stdout);
-        return ExitSuccess;
-    }
+        return status;
     if (!arguments->has("--encoding"))
         return usageError("repair", "missing --encoding");
     auto kind = repairKindNamed(arguments->options.at("--encoding"));
@@ -49,7 +45,7 @@ int runRepair(int argc, char** argv, int first)
     if (arguments->operands.size() > 1)
         return usageError("repair", "takes at most one file");
 
-    auto input = readInput(arguments->operands.empty() ? "-" : arguments->operands.front());
+    auto input = readInput(arguments->inputNames().front());
     if (!input)
         return ExitError;
     auto repaired = repairBytes(*kind, input->bytes);

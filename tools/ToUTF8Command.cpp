@@ -249,19 +249,11 @@ int convertInput(const Input& input)
 
 int runToUTF8(int argc, char** argv, int first)
 {
-    std::string error;
-    auto arguments = parseArguments(argc, argv, first, { { "--help" } }, error);
-    if (!arguments)
-        return usageError("to-utf8", error);
-    if (arguments->has("--help")) {
-        std::fputs(toUTF8Help, stdout);
-        return ExitSuccess;
-    }
-    std::vector<std::string> names = arguments->operands;
-    if (names.empty())
-        names.push_back("-");
     int status = ExitSuccess;
-    for (const auto& name : names) {
+    auto arguments = parseCommandLine({ "to-utf8", toUTF8Help, {} }, argc, argv, first, status);
+    if (!arguments)
+        return status;
+    for (const auto& name : arguments->inputNames()) {
         auto input = readInput(name);
         int result = input ? convertInput(*input) : ExitError;
         status = std::max(status, result);
