@@ -155,12 +155,19 @@ std::vector<Method*> Class::methodsWithSelector(Selector selector) const
 
 void Class::ensureInitialized()
 {
-    if (_isMetaClass || _initialized.exchange(true))
+    if (_isMetaClass || _initialized.load(std::memory_order_acquire))
         return;
+    // One lock for every class, recursive so that an initialize method can use other classes.
+    static std::recursive_mutex initializationLock;
+    std::lock_guard guard(initializationLock);
+    if (_initialized.load(std::memory_order_relaxed) || _initializing)
+        return;
+    _initializing = true;
     if (_superclass)
         _superclass->ensureInitialized();
     if (const Method* initialize = lookupClassMethod("initialize"))
         initialize->implementation().function<void()>()(this);
+    _initialized.store(true, std::memory_order_release);
 }
 
 Ref<Object> Class::createInstance() const

@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -196,4 +200,39 @@ TEST(Runtime, SelectorsAreInterned)
     EXPECT_EQ(yk::Selector(dynamic).name(), yk::Selector("jobDidEnd:").name());
     EXPECT_EQ(yk::Selector("jobCenter:shouldExecuteJob:withRunningJobs:").argumentCount(), 3u);
     EXPECT_STREQ(yk::Selector().name(), "(null)");
+}
+
+namespace {
+
+std::atomic<int> slowInitializations { 0 };
+
+// Its initialize takes a while, so a second thread arrives while it runs.
+class SlowToInitialize : public yk::Object {
+    YK_OBJECT(SlowToInitialize, yk::Object)
+public:
+    static void initialize(yk::Class* self)
+    {
+        self->ensureInitialized(); // re-entry from the initialising thread goes on at once
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ++slowInitializations;
+    }
+};
+YK_DEFINE_CLASS(SlowToInitialize, [](yk::MethodListBuilder& c) { c.classMethod("initialize", &SlowToInitialize::initialize); });
+
+} // namespace
+
+TEST(Runtime, InitializeRunsOnceAndOtherThreadsWaitForIt)
+{
+    std::vector<std::thread> threads;
+    std::atomic<int> seenAfterReturn { 0 };
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            SlowToInitialize::staticClass()->ensureInitialized();
+            seenAfterReturn += slowInitializations.load();
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(slowInitializations.load(), 1);
+    EXPECT_EQ(seenAfterReturn.load(), 3);
 }

@@ -119,7 +119,9 @@ public:
     // order: the class's own list first, then its categories in the order they were added.
     std::vector<Method*> methodsWithSelector(Selector selector) const;
 
-    // Runs the class-side "initialize" method once, superclasses first.
+    // Runs the class-side "initialize" method once, superclasses first. Another thread that asks
+    // meanwhile waits until it has run; the initialising thread itself may ask again (from inside
+    // initialize) and goes on at once.
     void ensureInitialized();
 
     // Creates an instance with the registered factory; null for classes without one.
@@ -143,6 +145,7 @@ private:
     const Factory _factory;
     const bool _isMetaClass;
     std::atomic<bool> _initialized { false };
+    bool _initializing { false }; // guarded by the runtime's initialisation lock
     // Guarded by the runtime's table lock.
     std::vector<std::unique_ptr<MethodList>> _methodLists;
 };
