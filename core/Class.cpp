@@ -17,6 +17,9 @@ struct Runtime {
     std::shared_mutex lock;
     std::vector<Ref<Class>> classes; // guarded by lock, registration order
     std::unordered_map<std::string, Class*> classesByName; // guarded by lock
+    // Bumped, under lock, by every change to a method list; lookup tables of older
+    // generations are rebuilt on their next use.
+    std::atomic<uint64_t> methodTablesGeneration { 1 };
 };
 
 Runtime& runtime()
@@ -103,21 +106,48 @@ bool Class::isSubclassOfClass(const Class* other) const
     return false;
 }
 
+struct Class::LookupTable {
+    uint64_t generation;
+    std::unordered_map<const char*, Method*> methods; // by interned selector name
+};
+
 Method* Class::lookupMethod(Selector selector) const
 {
     if (!selector)
         return nullptr;
-    std::shared_lock lock(runtime().lock);
+    const auto& methods = currentLookupTable()->methods;
+    auto found = methods.find(selector.name());
+    return found == methods.end() ? nullptr : found->second;
+}
+
+const Class::LookupTable* Class::currentLookupTable() const
+{
+    const LookupTable* table = _lookupTable.load(std::memory_order_acquire);
+    if (table && table->generation == runtime().methodTablesGeneration.load(std::memory_order_acquire))
+        return table;
+    return rebuildLookupTable();
+}
+
+const Class::LookupTable* Class::rebuildLookupTable() const
+{
+    auto& rt = runtime();
+    std::unique_lock lock(rt.lock);
+    auto table = std::make_unique<LookupTable>();
+    table->generation = rt.methodTablesGeneration.load(std::memory_order_relaxed);
     for (const Class* c = this; c; c = c->_superclass) {
-        // Categories come after the class's own list; the newest category wins.
+        // Categories come after the class's own list; the newest category wins, and a class
+        // wins over its superclasses: the first method found for a selector stays.
         for (auto list = c->_methodLists.rbegin(); list != c->_methodLists.rend(); ++list) {
-            for (const auto& method : (*list)->methods) {
-                if (method->selector() == selector)
-                    return method.get();
-            }
+            for (const auto& method : (*list)->methods)
+                table->methods.emplace(method->selector().name(), method.get());
         }
     }
-    return nullptr;
+    // Every table ever built stays, guarded by the runtime's lock: a reader may still hold an
+    // old one. Tables are rebuilt only after methods were added, which is rare after loading.
+    static auto* tables = std::make_unique<std::vector<std::unique_ptr<const LookupTable>>>().release();
+    const LookupTable* built = tables->emplace_back(std::move(table)).get();
+    _lookupTable.store(built, std::memory_order_release);
+    return built;
 }
 
 Imp Class::instanceMethodForSelector(Selector selector) const
@@ -193,6 +223,7 @@ MethodList& Class::methodListNamed(std::string_view categoryName)
         return **found;
     auto list = std::make_unique<MethodList>();
     list->categoryName = std::string(categoryName);
+    runtime().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
     // The class's own list always comes first, so categories override it.
     if (categoryName.empty())
         return **_methodLists.insert(_methodLists.begin(), std::move(list));
@@ -215,6 +246,7 @@ void Class::addMethod(std::string_view categoryName, Selector selector, Imp imp)
         }
     }
     list.methods.push_back(std::make_unique<Method>(selector, imp));
+    runtime().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
 }
 
 void MethodListBuilder::add(bool classSide, std::string_view selector, Imp imp)

@@ -139,6 +139,12 @@ private:
     void addMethod(std::string_view categoryName, Selector selector, Imp imp);
     friend class MethodListBuilder;
 
+    // Every method this class uses, by selector, flattened from its lists and its superclasses';
+    // rebuilt after any method list of any class changed.
+    struct LookupTable;
+    const LookupTable* currentLookupTable() const;
+    const LookupTable* rebuildLookupTable() const;
+
     const std::string _name;
     Class* _superclass;
     Class* _metaClass;
@@ -148,6 +154,8 @@ private:
     bool _initializing { false }; // guarded by the runtime's initialisation lock
     // Guarded by the runtime's table lock.
     std::vector<std::unique_ptr<MethodList>> _methodLists;
+    // Read without the lock; tables are immutable and live as long as the process.
+    mutable std::atomic<const LookupTable*> _lookupTable { nullptr };
 };
 
 template <typename T>
