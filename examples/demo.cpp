@@ -98,20 +98,41 @@ bool repairInPlace(std::vector<unsigned char>& bytes, CFStringEncoding encoding)
     return fixed;
 }
 
+// For bytes no encoding accepts as they are: the encoding whose repair replaces the fewest
+// sequences with "?", with the bytes repaired in it.
+CFStringEncoding repairInLikeliestEncoding(std::vector<unsigned char>& bytes)
+{
+    CFStringEncoding best = kCFStringEncodingInvalidId;
+    std::vector<unsigned char> bestBytes;
+    long fewestMarks = 0;
+    for (CFStringEncoding candidate : { kCFStringEncodingUTF8, kCFStringEncodingShiftJIS, kCFStringEncodingEUC_JP }) {
+        auto repaired = bytes;
+        repairInPlace(repaired, candidate);
+        const long marks = std::count(repaired.begin(), repaired.end(), '?');
+        if (best == kCFStringEncodingInvalidId || marks < fewestMarks) {
+            best = candidate;
+            bestBytes = std::move(repaired);
+            fewestMarks = marks;
+        }
+    }
+    bytes = std::move(bestBytes);
+    return best;
+}
+
 void showMessage(const std::filesystem::path& path)
 {
     auto bytes = readFile(path);
-    // Damaged messages are read as the Shift_JIS family first, as Japanese mail mostly is.
     CFStringEncoding encoding = YKDetectJapaneseEncoding(bytes.data(), static_cast<int32_t>(bytes.size()), false, false);
     const char* note = "";
     if (encoding == kCFStringEncodingInvalidId) {
-        encoding = path.filename().string().find("utf-8") != std::string::npos ? kCFStringEncodingUTF8 : kCFStringEncodingShiftJIS;
-        note = repairInPlace(bytes, encoding) ? " (repaired)" : "";
+        encoding = repairInLikeliestEncoding(bytes);
+        note = " (repaired)";
     }
     auto text = yk::String::stringWithBytes(bytes.data(), bytes.size(), encoding);
     std::string firstLine = text ? text->utf8() : "(does not decode)";
     firstLine = firstLine.substr(0, firstLine.find('\n'));
-    std::printf("  %-22s %-12s%-11s %s\n", path.filename().c_str(), yk::stringEncodingName(encoding), note, firstLine.c_str());
+    const char* name = yk::stringEncodingName(encoding);
+    std::printf("  %-22s %-12s%-11s %s\n", path.filename().c_str(), name ? name : "unknown", note, firstLine.c_str());
 }
 
 // The line length comes from the user defaults: the command line (-DefaultBase64LineLength 40),
