@@ -61,4 +61,16 @@ std::u16string elementDescription(const Object* element)
     return indented;
 }
 
+std::u16string listDescription(const std::vector<Ref<Object>>& elements, std::u16string_view open, std::u16string_view close)
+{
+    std::u16string text(open);
+    text += u"\n";
+    for (size_t i = 0; i < elements.size(); ++i) {
+        text += u"    " + elementDescription(elements[i].get());
+        text += i + 1 < elements.size() ? u",\n" : u"\n";
+    }
+    text += close;
+    return text;
+}
+
 } // namespace yk::detail

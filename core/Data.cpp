@@ -82,19 +82,22 @@ Ref<Data> Data::copy() const
         return Ref<Data>(const_cast<Data*>(this));
     // Share the buffer: the mutable original copies it before its next change.
     auto copy = make<Data>();
-    copy->_storage = _storage;
-    copy->_offset = _offset;
-    copy->_length = _length;
+    copy->shareBytesOf(*this);
     return copy;
 }
 
 Ref<MutableData> Data::mutableCopy() const
 {
     auto copy = make<MutableData>();
-    copy->_storage = _storage;
-    copy->_offset = _offset;
-    copy->_length = _length;
+    copy->shareBytesOf(*this);
     return copy;
+}
+
+void Data::shareBytesOf(const Data& other)
+{
+    _storage = other._storage;
+    _offset = other._offset;
+    _length = other._length;
 }
 
 bool Data::isEqual(const Object* other) const

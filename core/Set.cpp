@@ -141,13 +141,7 @@ size_t Set::hash() const
 
 Ref<String> Set::description() const
 {
-    std::u16string text = u"{(\n";
-    for (size_t i = 0; i < _objects.size(); ++i) {
-        text += u"    " + detail::elementDescription(_objects[i].get());
-        text += i + 1 < _objects.size() ? u",\n" : u"\n";
-    }
-    text += u")}";
-    return make<String>(std::move(text));
+    return make<String>(detail::listDescription(_objects, u"{(", u")}"));
 }
 
 } // namespace yk

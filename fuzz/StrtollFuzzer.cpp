@@ -1,6 +1,6 @@
 // y_strtoll against glibc's strtoll where their contracts agree: the value, the end pointer
 // and overflow must match; where glibc finds no digits we must report EINVAL.
-#include <Yarkit/MemoryFunctions.h>
+#include "tests/files/StrtollComparison.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -17,20 +17,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         base = 0;
     std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
 
-    char* ourEnd = nullptr;
-    char* glibcEnd = nullptr;
-    errno = 0;
-    long long ours = y_strtoll(text.c_str(), &ourEnd, base);
-    int ourErrno = errno;
-    errno = 0;
-    long long theirs = strtoll(text.c_str(), &glibcEnd, base);
-    int glibcErrno = errno;
-
-    if (ours != theirs || ourEnd != glibcEnd || (ourErrno == ERANGE) != (glibcErrno == ERANGE))
+    const StrtollOutcome ours = runOurs(text, base);
+    const StrtollOutcome glibc = runGlibc(text, base);
+    if (ours.value != glibc.value || ours.end != glibc.end || (ours.error == ERANGE) != (glibc.error == ERANGE))
         std::abort();
-    if ((ourErrno == EINVAL) != (glibcEnd == text.c_str()))
+    if ((ours.error == EINVAL) != (glibc.end == text.c_str()))
         std::abort();
-    if (ourErrno != 0 && ourErrno != EINVAL && ourErrno != ERANGE)
+    if (ours.error != 0 && ours.error != EINVAL && ours.error != ERANGE)
         std::abort();
     return 0;
 }

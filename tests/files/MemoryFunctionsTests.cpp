@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "files/StrtollComparison.h"
 #include "files/SubstringSearch.h"
 
 namespace {
@@ -242,19 +243,13 @@ TEST(MemoryFunctions, StrtollAgreesWithGlibcWhereTheContractsAgree)
             base = 0;
         if (base == 37)
             base = 10;
-        char* ourEnd = nullptr;
-        char* glibcEnd = nullptr;
-        errno = 0;
-        long long ours = y_strtoll(text.c_str(), &ourEnd, base);
-        int ourErrno = errno;
-        errno = 0;
-        long long theirs = strtoll(text.c_str(), &glibcEnd, base);
-        int glibcErrno = errno;
-        ASSERT_EQ(ours, theirs) << "\"" << text << "\" base " << base;
-        ASSERT_EQ(ourEnd, glibcEnd) << "\"" << text << "\" base " << base;
-        ASSERT_EQ(ourErrno == ERANGE, glibcErrno == ERANGE) << "\"" << text << "\" base " << base;
-        if (ourErrno == EINVAL) {
-            ASSERT_EQ(glibcEnd, text.c_str());
+        const StrtollOutcome ours = runOurs(text, base);
+        const StrtollOutcome glibc = runGlibc(text, base);
+        ASSERT_EQ(ours.value, glibc.value) << "\"" << text << "\" base " << base;
+        ASSERT_EQ(ours.end, glibc.end) << "\"" << text << "\" base " << base;
+        ASSERT_EQ(ours.error == ERANGE, glibc.error == ERANGE) << "\"" << text << "\" base " << base;
+        if (ours.error == EINVAL) {
+            ASSERT_EQ(glibc.end, text.c_str());
         }
     }
 }

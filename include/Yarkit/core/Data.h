@@ -53,6 +53,9 @@ public:
     Ref<String> description() const override;
 
 protected:
+    // Makes this data a view of the other's bytes, sharing its buffer.
+    void shareBytesOf(const Data& other);
+
     friend class MutableData;
 
     std::shared_ptr<std::vector<uint8_t>> _storage;

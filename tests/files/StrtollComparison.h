@@ -1,0 +1,34 @@
+#pragma once
+
+// Runs y_strtoll and glibc's strtoll on the same text, each with errno cleared first, so the
+// test and the fuzz target compare the same things.
+
+#include <Yarkit/MemoryFunctions.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+
+struct StrtollOutcome {
+    long long value;
+    const char* end;
+    int error;
+};
+
+inline StrtollOutcome runStrtoll(long long (*parse)(const char*, char**, int), const std::string& text, int base)
+{
+    char* end = nullptr;
+    errno = 0;
+    const long long value = parse(text.c_str(), &end, base);
+    return { value, end, errno };
+}
+
+inline StrtollOutcome runOurs(const std::string& text, int base)
+{
+    return runStrtoll(y_strtoll, text, base);
+}
+
+inline StrtollOutcome runGlibc(const std::string& text, int base)
+{
+    return runStrtoll(std::strtoll, text, base);
+}
