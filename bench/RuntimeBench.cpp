@@ -1,8 +1,8 @@
 // Reference counting and dynamic calls, each beside the C++ construct it replaces.
 
 #include <Yarkit/YIRefObject.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Invocation.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Invocation.h>
 
 #include <benchmark/benchmark.h>
 

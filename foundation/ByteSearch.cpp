@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include <Yarkit/core/Range.h>
+#include <Yarkit/core/runtime/Range.h>
 
 namespace {
 

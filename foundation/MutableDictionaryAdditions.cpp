@@ -1,8 +1,8 @@
 #include <Yarkit/MutableDictionaryAdditions.h>
 
-#include <Yarkit/core/Archiver.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Number.h>
+#include <Yarkit/core/system/Archiver.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Number.h>
 
 namespace yk {
 

@@ -1,12 +1,12 @@
 #include <Yarkit/UserDefaultsAdditions.h>
 
-#include <Yarkit/core/Archiver.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/Unarchiver.h>
+#include <Yarkit/core/system/Archiver.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/system/Unarchiver.h>
 
 namespace yk {
 

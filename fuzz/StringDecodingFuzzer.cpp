@@ -1,8 +1,8 @@
 // Decoding untrusted bytes in every encoding the core converts: never crashes, and a string that
 // decoded from UTF-8 encodes back to the same bytes.
 
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/String.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,13 +1,13 @@
 // Feeds arbitrary bytes to the unarchiver. Whatever it accepts must archive again, and reading
 // that archive back and writing it once more must give the same bytes.
 
-#include <Yarkit/core/Archiver.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Coding.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Error.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/Unarchiver.h>
+#include <Yarkit/core/system/Archiver.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/system/Coding.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Error.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/system/Unarchiver.h>
 
 #include <cstdint>
 #include <cstdlib>

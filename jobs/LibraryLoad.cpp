@@ -3,7 +3,7 @@
 // registered by the initialisers of the files before it.
 
 #include <Yarkit/YObject.h>
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <Yarkit/MethodReplacement.h>
 
-#include <Yarkit/core/Log.h>
+#include <Yarkit/core/values/Log.h>
 
 namespace {
 

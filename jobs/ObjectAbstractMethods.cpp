@@ -1,7 +1,7 @@
 #include <Yarkit/ObjectAbstractMethods.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Exception.h>
 
 namespace yk {
 namespace {

@@ -1,6 +1,6 @@
 #include <Yarkit/ObjectAdditions.h>
 
-#include <Yarkit/core/Invocation.h>
+#include <Yarkit/core/runtime/Invocation.h>
 
 namespace yk {
 

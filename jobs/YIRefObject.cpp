@@ -1,6 +1,6 @@
 #include <Yarkit/YIRefObject.h>
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 #include <atomic>
 #include <sched.h>

@@ -1,7 +1,7 @@
 #include <Yarkit/YObject.h>
 
 #include <Yarkit/YPostLoadProcessor.h>
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace yk {
 

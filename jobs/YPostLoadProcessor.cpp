@@ -1,14 +1,14 @@
 #include <Yarkit/YPostLoadProcessor.h>
 
-#include <Yarkit/core/Bundle.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Locker.h>
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/Notification.h>
-#include <Yarkit/core/NotificationCenter.h>
-#include <Yarkit/core/RecursiveLock.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/system/Bundle.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/system/Notification.h>
+#include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/threads/RecursiveLock.h>
+#include <Yarkit/core/values/String.h>
 
 #include <memory>
 #include <unordered_set>

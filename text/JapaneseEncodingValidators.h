@@ -9,7 +9,7 @@
 
 #include "text/ByteScan.h"
 
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include <cstdint>
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include <Yarkit/JapaneseEncodingDetection.h>
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include "tools/CommandLine.h"
 

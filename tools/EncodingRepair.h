@@ -2,7 +2,7 @@
 
 // The repair functions by the names the tool gives them, and by detected encoding.
 
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include <cstdint>
 #include <optional>

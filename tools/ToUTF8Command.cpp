@@ -9,7 +9,7 @@
 #include <unicode/ustring.h>
 
 #include <Yarkit/JapaneseEncodingDetection.h>
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include "tools/CommandLine.h"
 #include "tools/EncodingRepair.h"

@@ -1,8 +1,8 @@
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/String.h> // reaches up: a class describes itself by its name
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <algorithm>
 #include <mutex>

@@ -1,8 +1,8 @@
-#include <Yarkit/core/Invocation.h>
+#include <Yarkit/core/runtime/Invocation.h>
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <cstring>
 

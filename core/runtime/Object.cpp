@@ -1,10 +1,10 @@
-#include <Yarkit/core/Object.h>
+#include <Yarkit/core/runtime/Object.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Invocation.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Invocation.h>
+#include <Yarkit/core/values/String.h> // reaches up: the root object's description is a string
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Exception.h> // reaches up: the runtime raises exception objects
 
 namespace yk::detail {
 

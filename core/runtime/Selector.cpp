@@ -1,4 +1,4 @@
-#include <Yarkit/core/Selector.h>
+#include <Yarkit/core/runtime/Selector.h>
 
 #include <algorithm>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "core/ArchiveFormat.h"
+#include "core/system/ArchiveFormat.h"
 
 namespace yk::detail::archive {
 

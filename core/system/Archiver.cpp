@@ -1,25 +1,25 @@
-#include <Yarkit/core/Archiver.h>
+#include <Yarkit/core/system/Archiver.h>
 
 #include <bit>
 #include <cstring>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Coding.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Date.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/MutableArray.h>
-#include <Yarkit/core/MutableData.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/MutableString.h>
-#include <Yarkit/core/Null.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/Unarchiver.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/system/Coding.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/MutableArray.h>
+#include <Yarkit/core/values/MutableData.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/values/MutableString.h>
+#include <Yarkit/core/values/Null.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/system/Unarchiver.h>
 
-#include "core/ArchiveFormat.h"
+#include "core/system/ArchiveFormat.h"
 
 namespace yk {
 

@@ -1,4 +1,4 @@
-#include <Yarkit/core/Bundle.h>
+#include <Yarkit/core/system/Bundle.h>
 
 namespace yk {
 

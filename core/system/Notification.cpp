@@ -1,9 +1,9 @@
-#include <Yarkit/core/Notification.h>
+#include <Yarkit/core/system/Notification.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Dictionary.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Dictionary.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 namespace yk {
 

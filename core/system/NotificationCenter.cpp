@@ -1,10 +1,10 @@
-#include <Yarkit/core/NotificationCenter.h>
+#include <Yarkit/core/system/NotificationCenter.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Locker.h>
-#include <Yarkit/core/Notification.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/system/Notification.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <algorithm>
 #include <thread>

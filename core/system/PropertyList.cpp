@@ -1,15 +1,15 @@
-#include "core/PropertyList.h"
+#include "core/system/PropertyList.h"
 
 #include <cmath>
 #include <limits>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Date.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/String.h>
 
 namespace yk::detail {
 

@@ -3,7 +3,7 @@
 // Property-list values for the user defaults: validation with immutable copies, and the JSON
 // form of the application domain's file (docs/user-defaults.md).
 
-#include <Yarkit/core/Ref.h>
+#include <Yarkit/core/runtime/Ref.h>
 
 #include <nlohmann/json.hpp>
 

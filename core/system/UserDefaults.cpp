@@ -1,4 +1,4 @@
-#include <Yarkit/core/UserDefaults.h>
+#include <Yarkit/core/system/UserDefaults.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -13,17 +13,17 @@
 
 #include <nlohmann/json.hpp>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/String.h>
 
-#include "core/PropertyList.h"
+#include "core/system/PropertyList.h"
 
 namespace yk {
 

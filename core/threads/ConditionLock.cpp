@@ -1,6 +1,6 @@
-#include <Yarkit/core/ConditionLock.h>
+#include <Yarkit/core/threads/ConditionLock.h>
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace yk {
 

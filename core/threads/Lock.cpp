@@ -1,6 +1,6 @@
-#include <Yarkit/core/Lock.h>
+#include <Yarkit/core/threads/Lock.h>
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace yk {
 

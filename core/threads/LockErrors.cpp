@@ -1,10 +1,10 @@
-#include "core/LockErrors.h"
+#include "core/threads/LockErrors.h"
 
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/values/String.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 namespace yk::detail {
 

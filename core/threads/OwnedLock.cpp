@@ -1,9 +1,9 @@
-#include <Yarkit/core/OwnedLock.h>
+#include <Yarkit/core/threads/OwnedLock.h>
 
-#include <Yarkit/core/Locker.h>
-#include <Yarkit/core/Object.h>
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Object.h>
 
-#include "core/LockErrors.h"
+#include "core/threads/LockErrors.h"
 
 namespace yk::detail {
 

@@ -1,6 +1,6 @@
-#include <Yarkit/core/RecursiveLock.h>
+#include <Yarkit/core/threads/RecursiveLock.h>
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace yk {
 

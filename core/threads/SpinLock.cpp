@@ -1,6 +1,6 @@
-#include <Yarkit/core/SpinLock.h>
+#include <Yarkit/core/threads/SpinLock.h>
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace yk {
 

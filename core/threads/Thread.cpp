@@ -1,13 +1,13 @@
-#include <Yarkit/core/Thread.h>
+#include <Yarkit/core/threads/Thread.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Locker.h>
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/NotificationCenter.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/system/NotificationCenter.h> // reaches up: the first detached thread is announced
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,9 +1,9 @@
-#include "core/CollectionSupport.h"
+#include "core/values/CollectionSupport.h"
 
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/MutableData.h>
-#include <Yarkit/core/MutableString.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/MutableData.h>
+#include <Yarkit/core/values/MutableString.h>
+#include <Yarkit/core/values/String.h>
 
 namespace yk::detail {
 

@@ -2,7 +2,7 @@
 
 // Helpers shared by the collection classes.
 
-#include <Yarkit/core/Object.h>
+#include <Yarkit/core/runtime/Object.h>
 
 #include <string>
 #include <string_view>

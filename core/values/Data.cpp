@@ -1,10 +1,10 @@
-#include <Yarkit/core/Data.h>
+#include <Yarkit/core/values/Data.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/MutableData.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/MutableData.h>
+#include <Yarkit/core/values/String.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <cstring>
 #include <string_view>

@@ -1,8 +1,8 @@
-#include <Yarkit/core/Date.h>
+#include <Yarkit/core/values/Date.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Format.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/String.h>
 
 #include <chrono>
 #include <cmath>

@@ -1,9 +1,9 @@
-#include <Yarkit/core/Error.h>
+#include <Yarkit/core/values/Error.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/Format.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/String.h>
 
 #include <cstring>
 #include <functional>

@@ -1,11 +1,11 @@
-#include <Yarkit/core/Exception.h>
+#include <Yarkit/core/values/Exception.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/Format.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/String.h>
 
 #include <cstdarg>
 

@@ -1,6 +1,6 @@
-#include <Yarkit/core/Format.h>
+#include <Yarkit/core/values/Format.h>
 
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/String.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include <Yarkit/core/Log.h>
+#include <Yarkit/core/values/Log.h>
 
-#include <Yarkit/core/Format.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/String.h>
 
 #include <cerrno>
 #include <chrono>

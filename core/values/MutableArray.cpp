@@ -1,8 +1,8 @@
-#include <Yarkit/core/MutableArray.h>
+#include <Yarkit/core/values/MutableArray.h>
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <algorithm>
 

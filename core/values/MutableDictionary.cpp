@@ -1,10 +1,10 @@
-#include <Yarkit/core/MutableDictionary.h>
+#include <Yarkit/core/values/MutableDictionary.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/String.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 namespace yk {
 

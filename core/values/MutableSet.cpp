@@ -1,9 +1,9 @@
-#include <Yarkit/core/MutableSet.h>
+#include <Yarkit/core/values/MutableSet.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 namespace yk {
 

@@ -1,9 +1,9 @@
-#include <Yarkit/core/MutableString.h>
+#include <Yarkit/core/values/MutableString.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Format.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Format.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <cstdarg>
 

@@ -1,7 +1,7 @@
-#include <Yarkit/core/Null.h>
+#include <Yarkit/core/values/Null.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/String.h>
 
 namespace yk {
 

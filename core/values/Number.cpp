@@ -1,7 +1,7 @@
-#include <Yarkit/core/Number.h>
+#include <Yarkit/core/values/Number.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/String.h>
 
 #include <charconv>
 #include <cmath>

@@ -1,12 +1,12 @@
-#include <Yarkit/core/Set.h>
+#include <Yarkit/core/values/Set.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/MutableSet.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/MutableSet.h>
+#include <Yarkit/core/values/String.h>
 
-#include "core/CollectionSupport.h"
-#include "core/RuntimeErrors.h"
+#include "core/values/CollectionSupport.h"
+#include "core/runtime/RuntimeErrors.h"
 
 namespace yk {
 

@@ -1,12 +1,12 @@
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/String.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Format.h>
-#include <Yarkit/core/MutableString.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/MutableString.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <cstdarg>
 #include <cstring>

@@ -6,9 +6,9 @@
 // is by code point; no collation is involved. With LiteralSearch code units compare as they
 // are (after full case folding when case-insensitive).
 
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/String.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include <unicode/ucnv.h>
 

@@ -1,11 +1,11 @@
 // Path operations of String. Paths are separated by "/" only; repeated slashes count as one
 // and a trailing slash is ignored, except that "/" alone is the root.
 
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/String.h>
 
-#include <Yarkit/core/Array.h>
+#include <Yarkit/core/values/Array.h>
 
-#include "core/RuntimeErrors.h"
+#include "core/runtime/RuntimeErrors.h"
 
 namespace yk {
 namespace {

@@ -1,8 +1,8 @@
-#include <Yarkit/core/Value.h>
+#include <Yarkit/core/values/Value.h>
 
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Format.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/String.h>
 
 #include <functional>
 

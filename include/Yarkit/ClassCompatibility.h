@@ -3,7 +3,7 @@
 // The class addition of the YarkitCompatibilityWith10_1 group, registered on yk::Object's class
 // side as that category.
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace yk {
 

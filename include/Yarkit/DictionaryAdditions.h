@@ -7,8 +7,8 @@
 // Free functions that take the dictionary first. A null dictionary behaves as an empty one.
 // Keys and values are not retained beyond the call; results are owned by the caller.
 
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/String.h>
 
 #include <cstdint>
 #include <span>

@@ -2,7 +2,7 @@
 
 // Guessing the encoding of Japanese byte text.
 
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include <stdbool.h>
 #include <stdint.h>

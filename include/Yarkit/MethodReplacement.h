@@ -2,7 +2,7 @@
 
 // Swapping and locating method implementations at run time.
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 extern "C" {
 

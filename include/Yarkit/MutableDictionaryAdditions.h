@@ -5,7 +5,7 @@
 //
 // Free functions that take the dictionary first; it must not be null.
 
-#include <Yarkit/core/MutableDictionary.h>
+#include <Yarkit/core/values/MutableDictionary.h>
 
 #include <cstdint>
 

@@ -5,7 +5,7 @@
 // the receiver is described as "class" when it is a class object and "instance" otherwise.
 // Registered on yk::Object's class as the category "YSCategories".
 
-#include <Yarkit/core/Object.h>
+#include <Yarkit/core/runtime/Object.h>
 
 namespace yk {
 

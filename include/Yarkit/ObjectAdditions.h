@@ -3,7 +3,7 @@
 // The object additions of the Yarkit group: calling a method only when it is implemented, and a
 // guarded cast. Registered on yk::Object's class as the category "Yarkit".
 
-#include <Yarkit/core/Class.h>
+#include <Yarkit/core/runtime/Class.h>
 
 namespace yk {
 

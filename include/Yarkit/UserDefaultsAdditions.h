@@ -5,7 +5,7 @@
 // Free functions that take the defaults first; they must not be null. Keys are strings, given
 // as a String or as UTF-8.
 
-#include <Yarkit/core/UserDefaults.h>
+#include <Yarkit/core/system/UserDefaults.h>
 
 #include <cstdint>
 #include <string_view>

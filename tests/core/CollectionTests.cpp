@@ -1,14 +1,14 @@
 #include "CoreTestSupport.h"
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Date.h>
-#include <Yarkit/core/MutableArray.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/MutableSet.h>
-#include <Yarkit/core/MutableString.h>
-#include <Yarkit/core/Null.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/Value.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/MutableArray.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/values/MutableSet.h>
+#include <Yarkit/core/values/MutableString.h>
+#include <Yarkit/core/values/Null.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/Value.h>
 
 #include <gtest/gtest.h>
 

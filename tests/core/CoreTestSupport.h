@@ -2,8 +2,8 @@
 
 // Helpers shared by the core's tests.
 
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/String.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "CoreTestSupport.h"
 
-#include <Yarkit/core/MutableData.h>
+#include <Yarkit/core/values/MutableData.h>
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 #include "CoreTestSupport.h"
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Error.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/Number.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Error.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/values/Number.h>
 
 #include <gtest/gtest.h>
 

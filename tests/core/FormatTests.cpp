@@ -1,9 +1,9 @@
 #include "CoreTestSupport.h"
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Format.h>
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/Number.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/values/Number.h>
 
 #include <gtest/gtest.h>
 

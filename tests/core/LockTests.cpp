@@ -1,10 +1,10 @@
-#include <Yarkit/core/ConditionLock.h>
-#include <Yarkit/core/ConditionLocker.h>
-#include <Yarkit/core/Lock.h>
-#include <Yarkit/core/Locker.h>
-#include <Yarkit/core/Mutex.h>
-#include <Yarkit/core/RecursiveLock.h>
-#include <Yarkit/core/SpinLock.h>
+#include <Yarkit/core/threads/ConditionLock.h>
+#include <Yarkit/core/threads/ConditionLocker.h>
+#include <Yarkit/core/threads/Lock.h>
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Mutex.h>
+#include <Yarkit/core/threads/RecursiveLock.h>
+#include <Yarkit/core/threads/SpinLock.h>
 
 #include "LogCapture.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/values/String.h>
 
 #include <mutex>
 #include <string>

@@ -1,9 +1,9 @@
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/MutableString.h>
-#include <Yarkit/core/Notification.h>
-#include <Yarkit/core/NotificationCenter.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/MutableString.h>
+#include <Yarkit/core/system/Notification.h>
+#include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/values/String.h>
 
 #include <gtest/gtest.h>
 

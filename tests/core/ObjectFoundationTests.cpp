@@ -5,11 +5,11 @@
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YObject.h>
 #include <Yarkit/YPostLoadProcessor.h>
-#include <Yarkit/core/Bundle.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/NotificationCenter.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/system/Bundle.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/values/String.h>
 
 #include "CoreTestSupport.h"
 #include "LogCapture.h"

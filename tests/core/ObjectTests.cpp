@@ -1,5 +1,5 @@
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/String.h>
 
 #include <gtest/gtest.h>
 

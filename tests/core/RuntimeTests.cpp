@@ -1,6 +1,6 @@
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Invocation.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Invocation.h>
+#include <Yarkit/core/values/String.h>
 
 #include <gtest/gtest.h>
 

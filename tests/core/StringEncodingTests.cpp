@@ -1,6 +1,6 @@
 #include "CoreTestSupport.h"
 
-#include <Yarkit/core/Data.h>
+#include <Yarkit/core/values/Data.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "CoreTestSupport.h"
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/MutableString.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/MutableString.h>
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/ConditionLock.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/Notification.h>
-#include <Yarkit/core/NotificationCenter.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/Thread.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/threads/ConditionLock.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/system/Notification.h>
+#include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/threads/Thread.h>
 
 #include "LogCapture.h"
 

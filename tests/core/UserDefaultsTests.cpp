@@ -1,16 +1,16 @@
-#include <Yarkit/core/UserDefaults.h>
+#include <Yarkit/core/system/UserDefaults.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Date.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/MutableString.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/Value.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/values/MutableString.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/values/Value.h>
 
 #include <gtest/gtest.h>
 

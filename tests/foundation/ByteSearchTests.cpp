@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <Yarkit/ByteClasses.h>
-#include <Yarkit/core/Range.h>
+#include <Yarkit/core/runtime/Range.h>
 
 namespace {
 

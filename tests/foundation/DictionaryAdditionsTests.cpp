@@ -1,15 +1,15 @@
 #include <Yarkit/DictionaryAdditions.h>
 #include <Yarkit/MutableDictionaryAdditions.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Date.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Log.h>
-#include <Yarkit/core/MutableDictionary.h>
-#include <Yarkit/core/MutableString.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/Unarchiver.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/values/MutableDictionary.h>
+#include <Yarkit/core/values/MutableString.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/system/Unarchiver.h>
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
 #include <Yarkit/UserDefaultsAdditions.h>
 
-#include <Yarkit/core/Array.h>
-#include <Yarkit/core/Class.h>
-#include <Yarkit/core/Data.h>
-#include <Yarkit/core/Date.h>
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/Exception.h>
-#include <Yarkit/core/Number.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Number.h>
+#include <Yarkit/core/values/String.h>
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 // deliberately plain: the library's table-driven and vectorised code must answer exactly as
 // this does on every input.
 
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/Imp.h>
-#include <Yarkit/core/Object.h>
+#include <Yarkit/core/runtime/Imp.h>
+#include <Yarkit/core/runtime/Object.h>
 
 #include <memory>
 #include <string>

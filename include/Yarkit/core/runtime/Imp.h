@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/MethodSignature.h>
-#include <Yarkit/core/Range.h>
+#include <Yarkit/core/runtime/MethodSignature.h>
+#include <Yarkit/core/runtime/Range.h>
 
 #include <cstring>
 #include <tuple>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/Imp.h>
+#include <Yarkit/core/runtime/Imp.h>
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/ThreadSafety.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
 
 #include <chrono>
 #include <condition_variable>

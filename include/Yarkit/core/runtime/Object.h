@@ -1,18 +1,14 @@
 #pragma once
 
-#include <Yarkit/core/Ref.h>
-#include <Yarkit/core/Selector.h>
+#include <Yarkit/core/Forward.h>
+#include <Yarkit/core/runtime/Ref.h>
+#include <Yarkit/core/runtime/Selector.h>
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 
 namespace yk {
-
-class Class;
-class Imp;
-class MethodSignature;
-class String;
 
 // Declares the runtime class of a type derived from yk::Object; put it first in the class body
 // and YK_DEFINE_CLASS in the source file. The C++ hierarchy and the runtime's must agree.

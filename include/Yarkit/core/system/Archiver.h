@@ -1,7 +1,8 @@
 #pragma once
 
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/Ref.h>
+#include <Yarkit/core/Forward.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Ref.h>
 
 #include <cstdint>
 #include <span>
@@ -10,9 +11,6 @@
 #include <vector>
 
 namespace yk {
-
-class Class;
-class Data;
 
 // Raised when an object graph cannot be archived; its text is its name.
 extern const char NSInvalidArchiveOperationException[];

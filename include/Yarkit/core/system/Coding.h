@@ -1,11 +1,10 @@
 #pragma once
 
+#include <Yarkit/core/Forward.h>
+
 #include <cstdint>
 
 namespace yk {
-
-class Archiver;
-class Unarchiver;
 
 // Objects that the archiver can write and the unarchiver can make again. A class adopts it by
 // deriving from yk::Object (or a subclass) and from Coding, being default-constructible and

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/Forward.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/values/String.h>
 
 namespace yk {
-
-class Dictionary;
 
 // A named announcement posted through a NotificationCenter: a name, the object it is about
 // (often the sender) and optional user information. Immutable, so it can be read from any

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <Yarkit/core/Mutex.h>
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/Selector.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/ThreadSafety.h>
+#include <Yarkit/core/runtime/Mutex.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Selector.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
 
 #include <condition_variable>
 #include <cstdint>

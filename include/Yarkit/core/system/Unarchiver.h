@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/Ref.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Ref.h>
 
 #include <cstdint>
 #include <span>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/ConditionLock.h>
-#include <Yarkit/core/ThreadSafety.h>
+#include <Yarkit/core/threads/ConditionLock.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
 
 #include <mutex>
 

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <Yarkit/core/Mutex.h>
-#include <Yarkit/core/Ref.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/ThreadSafety.h>
+#include <Yarkit/core/Forward.h>
+#include <Yarkit/core/runtime/Mutex.h>
+#include <Yarkit/core/runtime/Ref.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -11,8 +12,6 @@
 #include <thread>
 
 namespace yk {
-
-class Object;
 
 namespace detail {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/OwnedLock.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/ThreadSafety.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/threads/OwnedLock.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
 
 namespace yk {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/ThreadSafety.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
 
 #include <atomic>
 #include <sched.h>

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <Yarkit/core/Mutex.h>
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/Selector.h>
-#include <Yarkit/core/String.h>
-#include <Yarkit/core/ThreadSafety.h>
+#include <Yarkit/core/Forward.h>
+#include <Yarkit/core/runtime/Mutex.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Selector.h>
+#include <Yarkit/core/values/String.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
 
 namespace yk {
-
-class MutableDictionary;
 
 // Posted to the default notification center, with no object, on the thread that detaches the
 // first thread through Thread, before that thread starts. Posted once per process.

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/Range.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Range.h>
 
 #include <cstdint>
 #include <initializer_list>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Yarkit/core/ComparisonResult.h>
-#include <Yarkit/core/Object.h>
+#include <Yarkit/core/values/ComparisonResult.h>
+#include <Yarkit/core/runtime/Object.h>
 
 namespace yk {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Yarkit/core/Dictionary.h>
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/values/String.h>
 
 #include <cstdint>
 

@@ -10,7 +10,7 @@
 // a format either numbers all of its arguments or none. %n writes nothing. A malformed
 // conversion is copied to the result as it stands.
 
-#include <Yarkit/core/Ref.h>
+#include <Yarkit/core/runtime/Ref.h>
 
 #include <cstdarg>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/Array.h>
+#include <Yarkit/core/values/Array.h>
 
 namespace yk {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/Data.h>
+#include <Yarkit/core/values/Data.h>
 
 namespace yk {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/Dictionary.h>
+#include <Yarkit/core/values/Dictionary.h>
 
 namespace yk {
 

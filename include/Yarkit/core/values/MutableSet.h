@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/Set.h>
+#include <Yarkit/core/values/Set.h>
 
 namespace yk {
 

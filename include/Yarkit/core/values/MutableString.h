@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/String.h>
+#include <Yarkit/core/values/String.h>
 
 namespace yk {
 

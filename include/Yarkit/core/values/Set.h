@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/core/Object.h>
+#include <Yarkit/core/runtime/Object.h>
 
 #include <cstdint>
 #include <initializer_list>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <Yarkit/core/ComparisonResult.h>
-#include <Yarkit/core/Object.h>
-#include <Yarkit/core/Range.h>
-#include <Yarkit/core/StringEncoding.h>
+#include <Yarkit/core/values/ComparisonResult.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Range.h>
+#include <Yarkit/core/values/StringEncoding.h>
 
 #include <cstdint>
 #include <string>
