@@ -1,34 +1,42 @@
 #include <Yarkit/core/runtime/Class.h>
 
+#include <algorithm>
+#include <unordered_map>
+
+#include <Yarkit/core/runtime/Locker.h>
 #include <Yarkit/core/values/String.h> // reaches up: a class describes itself by its name
 
 #include "core/runtime/RuntimeErrors.h"
 
-#include <algorithm>
-#include <mutex>
-#include <shared_mutex>
-#include <unordered_map>
-
 namespace yk {
-namespace {
 
-// The class registry and every method list. Classes live for the whole process.
-struct Runtime {
-    std::shared_mutex lock;
-    std::vector<Ref<Class>> classes; // guarded by lock, registration order
-    std::unordered_map<std::string, Class*> classesByName; // guarded by lock
-    // Bumped, under lock, by every change to a method list; lookup tables of older
-    // generations are rebuilt on their next use.
+// The class registry. Classes live for the whole process.
+struct Class::Registry {
+    std::vector<Ref<Class>> classes YK_GUARDED_BY(runtimeLock()); // registration order
+    std::unordered_map<std::string, Class*> classesByName YK_GUARDED_BY(runtimeLock());
+    // Bumped, under the runtime's lock, by every change to a method list; lookup tables of
+    // older generations are rebuilt on their next use.
     std::atomic<uint64_t> methodTablesGeneration { 1 };
 };
 
-Runtime& runtime()
+Class::Registry& Class::registry()
 {
-    static auto* instance = std::make_unique<Runtime>().release(); // lives for the whole process
+    static auto* instance = std::make_unique<Registry>().release(); // lives for the whole process
     return *instance;
 }
 
-} // namespace
+SharedMutex& Class::runtimeLock()
+{
+    static auto* lock = std::make_unique<SharedMutex>().release(); // lives for the whole process
+    return *lock;
+}
+
+RecursiveMutex& Class::initializationLock()
+{
+    // Recursive, so that an initialize method can use other classes.
+    static auto* lock = std::make_unique<RecursiveMutex>().release(); // lives for the whole process
+    return *lock;
+}
 
 Class::Class(std::string name, Class* superclass, Class* metaClass, Factory factory, bool isMetaClass)
     : _name(std::move(name))
@@ -45,8 +53,8 @@ Class* Class::registerClass(std::string_view name, Class* superclass, Factory fa
 {
     Class* cls = nullptr;
     {
-        auto& rt = runtime();
-        std::unique_lock lock(rt.lock);
+        auto& rt = registry();
+        Locker guard(runtimeLock());
         if (rt.classesByName.contains(std::string(name)))
             detail::raiseInternalInconsistency("class " + std::string(name) + " is registered twice");
         // The metaclass's superclass is the superclass's metaclass; the root's is the root class.
@@ -69,7 +77,7 @@ Class* Class::registerClass(std::string_view name, Class* superclass, Factory fa
 void Class::addCategory(std::string_view categoryName, Setup setup)
 {
     {
-        std::unique_lock lock(runtime().lock);
+        Locker guard(runtimeLock());
         methodListNamed(categoryName);
         _metaClass->methodListNamed(categoryName);
     }
@@ -79,16 +87,16 @@ void Class::addCategory(std::string_view categoryName, Setup setup)
 
 Class* Class::named(std::string_view name)
 {
-    auto& rt = runtime();
-    std::shared_lock lock(rt.lock);
+    auto& rt = registry();
+    SharedLocker guard(runtimeLock());
     auto found = rt.classesByName.find(std::string(name));
     return found == rt.classesByName.end() ? nullptr : found->second;
 }
 
 std::vector<Class*> Class::allClasses()
 {
-    auto& rt = runtime();
-    std::shared_lock lock(rt.lock);
+    auto& rt = registry();
+    SharedLocker guard(runtimeLock());
     std::vector<Class*> result;
     for (const auto& cls : rt.classes) {
         if (!cls->_isMetaClass)
@@ -123,15 +131,15 @@ Method* Class::lookupMethod(Selector selector) const
 const Class::LookupTable* Class::currentLookupTable() const
 {
     const LookupTable* table = _lookupTable.load(std::memory_order_acquire);
-    if (table && table->generation == runtime().methodTablesGeneration.load(std::memory_order_acquire))
+    if (table && table->generation == registry().methodTablesGeneration.load(std::memory_order_acquire))
         return table;
     return rebuildLookupTable();
 }
 
 const Class::LookupTable* Class::rebuildLookupTable() const
 {
-    auto& rt = runtime();
-    std::unique_lock lock(rt.lock);
+    auto& rt = registry();
+    Locker guard(runtimeLock());
     auto table = std::make_unique<LookupTable>();
     table->generation = rt.methodTablesGeneration.load(std::memory_order_relaxed);
     for (const Class* c = this; c; c = c->_superclass) {
@@ -163,7 +171,7 @@ Ref<MethodSignature> Class::instanceMethodSignatureForSelector(Selector selector
 
 std::vector<const MethodList*> Class::methodLists() const
 {
-    std::shared_lock lock(runtime().lock);
+    SharedLocker guard(runtimeLock());
     std::vector<const MethodList*> lists;
     for (const auto& list : _methodLists)
         lists.push_back(list.get());
@@ -172,7 +180,7 @@ std::vector<const MethodList*> Class::methodLists() const
 
 std::vector<Method*> Class::methodsWithSelector(Selector selector) const
 {
-    std::shared_lock lock(runtime().lock);
+    SharedLocker guard(runtimeLock());
     std::vector<Method*> found;
     for (const auto& list : _methodLists) {
         for (const auto& method : list->methods) {
@@ -187,9 +195,7 @@ void Class::ensureInitialized()
 {
     if (_isMetaClass || _initialized.load(std::memory_order_acquire))
         return;
-    // One lock for every class, recursive so that an initialize method can use other classes.
-    static std::recursive_mutex initializationLock;
-    std::lock_guard guard(initializationLock);
+    Locker guard(initializationLock());
     if (_initialized.load(std::memory_order_relaxed) || _initializing)
         return;
     _initializing = true;
@@ -223,7 +229,7 @@ MethodList& Class::methodListNamed(std::string_view categoryName)
         return **found;
     auto list = std::make_unique<MethodList>();
     list->categoryName = std::string(categoryName);
-    runtime().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
+    registry().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
     // The class's own list always comes first, so categories override it.
     if (categoryName.empty())
         return **_methodLists.insert(_methodLists.begin(), std::move(list));
@@ -237,7 +243,7 @@ void Class::addMethod(std::string_view categoryName, Selector selector, Imp imp)
         detail::raiseInvalidArgument("method " + std::string(selector.name()) + " of " + _name + " takes "
             + std::to_string(declared) + " arguments");
     }
-    std::unique_lock lock(runtime().lock);
+    Locker guard(runtimeLock());
     auto& list = methodListNamed(categoryName);
     for (auto& method : list.methods) {
         if (method->selector() == selector) {
@@ -246,7 +252,7 @@ void Class::addMethod(std::string_view categoryName, Selector selector, Imp imp)
         }
     }
     list.methods.push_back(std::make_unique<Method>(selector, imp));
-    runtime().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
+    registry().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
 }
 
 void MethodListBuilder::add(bool classSide, std::string_view selector, Imp imp)

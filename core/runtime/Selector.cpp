@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <memory>
-#include <mutex>
-#include <shared_mutex>
 #include <string>
 #include <unordered_set>
+
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/SharedMutex.h>
 
 namespace yk {
 namespace {
@@ -16,11 +17,11 @@ public:
     const char* intern(std::string_view name)
     {
         {
-            std::shared_lock lock(_lock);
+            SharedLocker guard(_lock);
             if (auto found = _names.find(name); found != _names.end())
                 return found->data();
         }
-        std::unique_lock lock(_lock);
+        Locker guard(_lock);
         auto [entry, inserted] = _names.emplace(name);
         return entry->data();
     }
@@ -30,8 +31,8 @@ private:
         using is_transparent = void;
         size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
     };
-    std::shared_mutex _lock;
-    std::unordered_set<std::string, Hash, std::equal_to<>> _names; // guarded by _lock
+    SharedMutex _lock;
+    std::unordered_set<std::string, Hash, std::equal_to<>> _names YK_GUARDED_BY(_lock);
 };
 
 SelectorTable& selectorTable()

@@ -15,6 +15,7 @@
 
 #include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Locker.h>
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Dictionary.h>
 #include <Yarkit/core/values/Exception.h>
@@ -35,12 +36,12 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 struct SharedState {
-    std::mutex lock;
-    std::string applicationName;        // Guarded by lock; empty means the program's name.
-    Ref<UserDefaults> standard;         // Guarded by lock.
+    Mutex lock;
+    std::string applicationName YK_GUARDED_BY(lock); // empty means the program's name
+    Ref<UserDefaults> standard YK_GUARDED_BY(lock);
     // Shared defaults dropped by a reset stay alive: callers may still hold the raw pointer.
-    std::vector<Ref<UserDefaults>> retired; // Guarded by lock.
-    bool exitHandlerInstalled { false }; // Guarded by lock.
+    std::vector<Ref<UserDefaults>> retired YK_GUARDED_BY(lock);
+    bool exitHandlerInstalled YK_GUARDED_BY(lock) { false };
 };
 
 SharedState& shared()
@@ -152,7 +153,7 @@ std::vector<std::string> processArguments()
 UserDefaults* UserDefaults::standardUserDefaults()
 {
     auto& state = shared();
-    std::lock_guard guard(state.lock);
+    Locker guard(state.lock);
     if (!state.standard) {
         std::string name = state.applicationName.empty() ? programName() : state.applicationName;
         state.standard = make<UserDefaults>(defaultsPathForApplication(name), detail::processArguments());
@@ -162,7 +163,7 @@ UserDefaults* UserDefaults::standardUserDefaults()
                 auto& state = shared();
                 Ref<UserDefaults> standard;
                 {
-                    std::lock_guard guard(state.lock);
+                    Locker guard(state.lock);
                     standard = state.standard;
                 }
                 if (standard)
@@ -178,7 +179,7 @@ void UserDefaults::resetStandardUserDefaults()
     auto& state = shared();
     Ref<UserDefaults> old;
     {
-        std::lock_guard guard(state.lock);
+        Locker guard(state.lock);
         old = std::move(state.standard);
         state.standard = nullptr;
         if (old)
@@ -191,14 +192,14 @@ void UserDefaults::resetStandardUserDefaults()
 std::string UserDefaults::applicationName()
 {
     auto& state = shared();
-    std::lock_guard guard(state.lock);
+    Locker guard(state.lock);
     return state.applicationName.empty() ? programName() : state.applicationName;
 }
 
 void UserDefaults::setApplicationName(std::string name)
 {
     auto& state = shared();
-    std::lock_guard guard(state.lock);
+    Locker guard(state.lock);
     state.applicationName = std::move(name);
 }
 
@@ -213,14 +214,14 @@ UserDefaults::UserDefaults(fs::path file, std::vector<std::string> arguments)
     , _persistentDomain(make<MutableDictionary>())
     , _registrationDomain(make<MutableDictionary>())
 {
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     readFileLocked();
 }
 
 UserDefaults::~UserDefaults()
 {
     // Quietly: the shared defaults die during static destruction, when the log may be gone.
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     if (_dirty)
         writeFileLocked(false);
 }
@@ -281,7 +282,7 @@ bool UserDefaults::writeFileLocked(bool reportFailure)
 
 bool UserDefaults::synchronize()
 {
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     if (_dirty)
         return writeFileLocked();
     if (modificationTime(_path) != _fileTime)
@@ -291,7 +292,7 @@ bool UserDefaults::synchronize()
 
 Ref<Object> UserDefaults::lookUp(const Object* key) const
 {
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     for (const auto* domain : { _argumentDomain.get(), _persistentDomain.get(), _registrationDomain.get() }) {
         if (auto value = domain->objectForKey(key))
             return value;
@@ -318,7 +319,7 @@ void UserDefaults::setObject(const Object* value, const String* key)
         return;
     }
     auto copy = checkedCopy(value, key);
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     _persistentDomain->setObject(std::move(copy), key->copy());
     _dirty = true;
 }
@@ -332,7 +333,7 @@ void UserDefaults::removeObject(const String* key)
 {
     if (!key)
         raiseNilKey(this, "removeObjectForKey:");
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     if (!_persistentDomain->containsKey(key))
         return;
     _persistentDomain->removeObjectForKey(key);
@@ -448,13 +449,13 @@ void UserDefaults::registerDefaults(const Dictionary* registrationDictionary)
             raise(NSInvalidArgumentException, "Attempt to insert non-property list object %@ for key %@", value.get(), key.get());
         copy->setObject(checkedCopy(value.get(), key.get()), key);
     }
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     _registrationDomain->addEntriesFromDictionary(copy.get());
 }
 
 Ref<Dictionary> UserDefaults::dictionaryRepresentation() const
 {
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     auto result = _registrationDomain->mutableCopy();
     result->addEntriesFromDictionary(_persistentDomain.get());
     result->addEntriesFromDictionary(_argumentDomain.get());
@@ -463,19 +464,19 @@ Ref<Dictionary> UserDefaults::dictionaryRepresentation() const
 
 Ref<Dictionary> UserDefaults::argumentDomain() const
 {
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     return _argumentDomain->copy();
 }
 
 Ref<Dictionary> UserDefaults::persistentDomain() const
 {
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     return _persistentDomain->copy();
 }
 
 Ref<Dictionary> UserDefaults::registrationDomain() const
 {
-    std::lock_guard guard(_lock);
+    Locker guard(_lock);
     return _registrationDomain->copy();
 }
 

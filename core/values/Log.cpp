@@ -1,5 +1,7 @@
 #include <Yarkit/core/values/Log.h>
 
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Mutex.h>
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/String.h>
 
@@ -7,7 +9,6 @@
 #include <chrono>
 #include <cstdarg>
 #include <ctime>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -16,8 +17,8 @@
 namespace yk {
 namespace {
 
-std::mutex sinkLock;
-LogSink currentSink; // guarded by sinkLock; empty means the default sink
+Mutex sinkLock;
+LogSink currentSink YK_GUARDED_BY(sinkLock); // empty means the default sink
 
 // "2026-11-21 05:56:54.123 name[pid:tid] message\n", written with one write() so lines from
 // several threads do not mix.
@@ -59,7 +60,7 @@ void log(const char* format, ...)
 
     LogSink sink;
     {
-        std::lock_guard guard(sinkLock);
+        Locker guard(sinkLock);
         sink = currentSink;
     }
     // Outside the lock, so that a sink may log or replace the sink itself.
@@ -71,7 +72,7 @@ void log(const char* format, ...)
 
 LogSink setLogSink(LogSink sink)
 {
-    std::lock_guard guard(sinkLock);
+    Locker guard(sinkLock);
     return std::exchange(currentSink, std::move(sink));
 }
 

@@ -2,6 +2,8 @@
 
 #include <Yarkit/core/runtime/Imp.h>
 #include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/RecursiveMutex.h>
+#include <Yarkit/core/runtime/SharedMutex.h>
 
 #include <memory>
 #include <string>
@@ -135,7 +137,7 @@ public:
 private:
     Class(std::string name, Class* superclass, Class* metaClass, Factory factory, bool isMetaClass);
 
-    MethodList& methodListNamed(std::string_view categoryName);
+    MethodList& methodListNamed(std::string_view categoryName) YK_REQUIRES(runtimeLock());
     void addMethod(std::string_view categoryName, Selector selector, Imp imp);
     friend class MethodListBuilder;
 
@@ -145,15 +147,20 @@ private:
     const LookupTable* currentLookupTable() const;
     const LookupTable* rebuildLookupTable() const;
 
+    // The registry's and every method list's lock; initialisation's lock, one for every class.
+    struct Registry;
+    static Registry& registry();
+    static SharedMutex& runtimeLock();
+    static RecursiveMutex& initializationLock();
+
     const std::string _name;
     Class* _superclass;
     Class* _metaClass;
     const Factory _factory;
     const bool _isMetaClass;
     std::atomic<bool> _initialized { false };
-    bool _initializing { false }; // guarded by the runtime's initialisation lock
-    // Guarded by the runtime's table lock.
-    std::vector<std::unique_ptr<MethodList>> _methodLists;
+    bool _initializing YK_GUARDED_BY(initializationLock()) { false };
+    std::vector<std::unique_ptr<MethodList>> _methodLists YK_GUARDED_BY(runtimeLock());
     // Read without the lock; tables are immutable and live as long as the process.
     mutable std::atomic<const LookupTable*> _lookupTable { nullptr };
 };

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <Yarkit/core/runtime/Mutex.h>
 #include <Yarkit/core/runtime/Object.h>
 
 #include <cstdint>
 #include <filesystem>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -119,16 +119,16 @@ public:
 
 private:
     Ref<Object> lookUp(const Object* key) const;
-    void readFileLocked();
-    bool writeFileLocked(bool reportFailure = true);
+    void readFileLocked() YK_REQUIRES(_lock);
+    bool writeFileLocked(bool reportFailure = true) YK_REQUIRES(_lock);
 
     const std::filesystem::path _path;
-    mutable std::mutex _lock;
-    Ref<MutableDictionary> _argumentDomain;      // Guarded by _lock.
-    Ref<MutableDictionary> _persistentDomain;    // Guarded by _lock.
-    Ref<MutableDictionary> _registrationDomain;  // Guarded by _lock.
-    bool _dirty { false };                       // Guarded by _lock.
-    std::optional<std::filesystem::file_time_type> _fileTime; // Guarded by _lock.
+    mutable Mutex _lock;
+    Ref<MutableDictionary> _argumentDomain YK_GUARDED_BY(_lock);
+    Ref<MutableDictionary> _persistentDomain YK_GUARDED_BY(_lock);
+    Ref<MutableDictionary> _registrationDomain YK_GUARDED_BY(_lock);
+    bool _dirty YK_GUARDED_BY(_lock) { false };
+    std::optional<std::filesystem::file_time_type> _fileTime YK_GUARDED_BY(_lock);
 };
 
 namespace detail {
