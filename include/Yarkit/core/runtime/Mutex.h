@@ -10,7 +10,7 @@ namespace yk {
 
 // A plain mutual-exclusion lock for the private state of a class: not an object, not
 // recursive, cheap. Use it through yk::Locker. The object locks (yk::Lock and its kin) are
-// built on it; use those where the text calls for a lock object that can be retained, named or
+// built on it; use those where the lock must be an object that can be retained, named or
 // locked with a time limit.
 class YK_CAPABILITY("mutex") Mutex {
 public:
