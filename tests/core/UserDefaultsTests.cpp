@@ -27,6 +27,7 @@
 
 namespace fs = std::filesystem;
 using yk::Ref;
+using yk::test::describe;
 using yk::test::str;
 
 namespace {
@@ -43,11 +44,6 @@ void writeFile(const fs::path& path, const std::string& text)
 {
     fs::create_directories(path.parent_path());
     std::ofstream(path) << text;
-}
-
-std::string describe(const yk::Object* object)
-{
-    return object ? object->description()->utf8() : "(null)";
 }
 
 } // namespace
@@ -111,21 +107,12 @@ TEST(UserDefaults, ArgumentsBeatTheFileWhichBeatsRegistrations)
         const char* key;
         const char* expected;
     } rows[] = {
-        { "InArguments", "argument" },
-        { "InFile", "file" },
-        { "InRegistration", "registration" },
-        { "InFileAndArguments", "argument" },
-        { "InFileAndRegistration", "file" },
-        { "InAll", "argument" },
-        { "Nowhere", nullptr },
+        { "InArguments", "argument" }, { "InFile", "file" }, { "InRegistration", "registration" },
+        { "InFileAndArguments", "argument" }, { "InFileAndRegistration", "file" }, { "InAll", "argument" },
+        { "Nowhere", "(null)" },
     };
-    for (const auto& row : rows) {
-        auto value = defaults.stringForKey(row.key);
-        if (!row.expected)
-            EXPECT_FALSE(value) << row.key;
-        else
-            EXPECT_EQ(value ? value->utf8() : "(null)", row.expected) << row.key;
-    }
+    for (const auto& row : rows)
+        EXPECT_EQ(describe(defaults.stringForKey(row.key).get()), row.expected) << row.key;
     EXPECT_EQ(defaults.dictionaryRepresentation()->count(), 6u);
 
     // Removing from the application domain uncovers the registration.
@@ -246,7 +233,7 @@ TEST(UserDefaults, TypedGettersConvertNumbersAndStrings)
         int64_t integer;
         double floating;
         bool boolean;
-        const char* string; // null: stringForKey gives null
+        const char* string;
     } rows[] = {
         { yk::Number::numberWithInt(42), 42, 42.0, true, "42" },
         { yk::Number::numberWithDouble(2.5), 2, 2.5, true, "2.5" },
@@ -255,8 +242,8 @@ TEST(UserDefaults, TypedGettersConvertNumbersAndStrings)
         { str("YES"), 0, 0.0, true, "YES" },
         { str("no"), 0, 0.0, false, "no" },
         { str("-3.75"), -3, -3.75, true, "-3.75" },
-        { yk::Data::dataWithBytes("1", 1), 0, 0.0, false, nullptr },
-        { yk::Array::arrayWithObjects({ str("1") }), 0, 0.0, false, nullptr },
+        { yk::Data::dataWithBytes("1", 1), 0, 0.0, false, "(null)" },
+        { yk::Array::arrayWithObjects({ str("1") }), 0, 0.0, false, "(null)" },
     };
     for (const auto& row : rows) {
         defaults.setObject(row.value.get(), "key");
@@ -265,31 +252,22 @@ TEST(UserDefaults, TypedGettersConvertNumbersAndStrings)
         EXPECT_DOUBLE_EQ(defaults.doubleForKey("key"), row.floating);
         EXPECT_FLOAT_EQ(defaults.floatForKey("key"), static_cast<float>(row.floating));
         EXPECT_EQ(defaults.boolForKey("key"), row.boolean);
-        auto string = defaults.stringForKey("key");
-        EXPECT_EQ(string ? string->utf8() : "(null)", row.string ? row.string : "(null)");
+        EXPECT_EQ(describe(defaults.stringForKey("key").get()), row.string);
     }
-    defaults.setObject(yk::Data::dataWithBytes("1", 1).get(), "data");
-    EXPECT_TRUE(defaults.dataForKey("data"));
-    EXPECT_FALSE(defaults.arrayForKey("data"));
-    EXPECT_FALSE(defaults.dictionaryForKey("data"));
+    EXPECT_FALSE(defaults.dictionaryForKey("key"));
+    EXPECT_FALSE(defaults.dataForKey("key"));
 }
 
-TEST(UserDefaults, StoredValuesAreImmutableCopies)
+TEST(UserDefaults, StoresImmutableCopiesOfPropertyListsOnly)
 {
     TemporaryFolder folder;
     yk::UserDefaults defaults(folder.path() / "defaults.json", {});
-    auto text = yk::MutableString::stringWithString(yk::String::withUTF8("before").get());
+    auto text = yk::MutableString::stringWithString(str("before").get());
     defaults.setObject(text.get(), "text");
-    text->setString(yk::String::withUTF8("after").get());
-    auto stored = defaults.objectForKey("text");
-    EXPECT_EQ(stored->classObject(), yk::String::staticClass());
-    EXPECT_EQ(static_cast<yk::String*>(stored.get())->utf8(), "before");
-}
+    text->setString(str("after").get());
+    EXPECT_EQ(defaults.objectForKey("text")->classObject(), yk::String::staticClass());
+    EXPECT_EQ(defaults.stringForKey("text")->utf8(), "before");
 
-TEST(UserDefaults, RefusesNilKeysAndValuesOutsidePropertyLists)
-{
-    TemporaryFolder folder;
-    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
     yk::test::expectRaise([&] { defaults.setObject(str("x").get(), static_cast<const yk::String*>(nullptr)); },
         yk::NSInvalidArgumentException, "*** -[UserDefaults setObject:forKey:]: nil string (or other) argument");
     auto value = yk::Value::valueWithRange({ 1, 2 });
@@ -302,9 +280,8 @@ TEST(UserDefaults, RefusesNilKeysAndValuesOutsidePropertyLists)
     EXPECT_FALSE(defaults.objectForKey("range"));
 
     // A null value removes the key.
-    defaults.setObject(str("x").get(), "gone");
-    defaults.setObject(nullptr, "gone");
-    EXPECT_FALSE(defaults.objectForKey("gone"));
+    defaults.setObject(nullptr, "text");
+    EXPECT_FALSE(defaults.objectForKey("text"));
 }
 
 TEST(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
@@ -323,6 +300,7 @@ TEST(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
     yk::UserDefaults::resetStandardUserDefaults(); // saves
     EXPECT_EQ(yk::UserDefaults::standardUserDefaults()->integerForKey("Runs"), 3);
 
+    // A relative configuration folder is ignored for the one under the home folder.
     setenv("XDG_CONFIG_HOME", "relative/path", 1);
     setenv("HOME", folder.path().c_str(), 1);
     EXPECT_EQ(yk::UserDefaults::defaultsPathForApplication("app"), folder.path() / ".config" / "app" / "defaults.json");
