@@ -1,21 +1,16 @@
 #include <Yarkit/core/system/Archiver.h>
 #include <Yarkit/core/system/Unarchiver.h>
 
-#include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/system/Coding.h>
-#include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Date.h>
-#include <Yarkit/core/values/Dictionary.h>
 #include <Yarkit/core/values/Error.h>
-#include <Yarkit/core/values/Exception.h>
 #include <Yarkit/core/values/MutableArray.h>
 #include <Yarkit/core/values/MutableData.h>
 #include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/values/MutableString.h>
 #include <Yarkit/core/values/Null.h>
 #include <Yarkit/core/values/Number.h>
-#include <Yarkit/core/values/String.h>
 #include <Yarkit/core/values/Value.h>
 
 #include <gtest/gtest.h>
@@ -92,11 +87,7 @@ class Greedy : public yk::Object, public yk::Coding {
     YK_OBJECT(Greedy, yk::Object)
 public:
     void encodeWithCoder(yk::Archiver& coder) const override { coder.encodeInt(1); }
-    void initWithCoder(yk::Unarchiver& coder) override
-    {
-        coder.decodeInt();
-        coder.decodeInt();
-    }
+    void initWithCoder(yk::Unarchiver& coder) override { coder.decodeInt(), coder.decodeInt(); }
 };
 YK_DEFINE_CLASS(Greedy);
 
@@ -178,10 +169,12 @@ TEST(Archiver, EveryValueKindSurvivesARoundTrip)
         ASSERT_TRUE(copy);
         EXPECT_TRUE(copy->isEqual(value.get())) << "came back as " << describe(copy.get());
         EXPECT_EQ(copy->classObject(), value->classObject());
-        if (auto* number = dynamic_cast<yk::Number*>(value.get()))
+        if (auto* number = dynamic_cast<yk::Number*>(value.get())) {
             EXPECT_EQ(static_cast<yk::Number*>(copy.get())->kind(), number->kind());
-        if (auto* string = dynamic_cast<yk::String*>(value.get()))
+        }
+        if (auto* string = dynamic_cast<yk::String*>(value.get())) {
             EXPECT_EQ(static_cast<yk::String*>(copy.get())->units(), string->units());
+        }
     }
     EXPECT_FALSE(roundTrip(nullptr));
     EXPECT_FALSE(yk::Unarchiver::unarchiveObjectWithData(nullptr));

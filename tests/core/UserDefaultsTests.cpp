@@ -4,12 +4,8 @@
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Date.h>
 #include <Yarkit/core/values/Dictionary.h>
-#include <Yarkit/core/values/Exception.h>
-#include <Yarkit/core/values/Log.h>
-#include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/values/MutableString.h>
 #include <Yarkit/core/values/Number.h>
-#include <Yarkit/core/values/String.h>
 #include <Yarkit/core/values/Value.h>
 
 #include <gtest/gtest.h>
@@ -34,6 +30,13 @@ namespace {
 
 using yk::test::TemporaryFolder;
 
+// Each test gets a defaults file of its own in a fresh folder.
+class UserDefaults : public testing::Test {
+protected:
+    TemporaryFolder folder;
+    fs::path file = folder.path() / "defaults.json";
+};
+
 std::string readFile(const fs::path& path)
 {
     std::ifstream in(path);
@@ -48,9 +51,8 @@ void writeFile(const fs::path& path, const std::string& text)
 
 } // namespace
 
-TEST(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
+TEST_F(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
 {
-    auto data = yk::Data::dataWithBytes("\x00\x01", 2);
     struct Row {
         std::vector<std::string> arguments;
         const char* key;
@@ -67,7 +69,7 @@ TEST(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
         { { "-Nothing", "null" }, "Nothing", str("null") },
         { { "-List", "[1, \"a\"]" }, "List", yk::Array::arrayWithObjects({ yk::Number::numberWithInt(1), str("a") }) },
         { { "-Map", "{\"a\": 1}" }, "Map", yk::Dictionary::dictionaryWithEntries({ { str("a"), yk::Number::numberWithInt(1) } }) },
-        { { "-Bytes", "{\"$data\": \"AAE=\"}" }, "Bytes", data },
+        { { "-Bytes", "{\"$data\": \"AAE=\"}" }, "Bytes", yk::Data::dataWithBytes("\x00\x01", 2) },
         { { "-BadBytes", "{\"$data\": \"A\"}" }, "BadBytes", str("{\"$data\": \"A\"}") },
         { { "file.txt", "-Key", "v" }, "Key", str("v") },
         { { "-Key", "1", "-Key", "2" }, "Key", yk::Number::numberWithInt(2) },
@@ -78,23 +80,15 @@ TEST(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
         { { "-Trailing" }, "Trailing", nullptr },
     };
     for (const auto& row : rows) {
-        auto domain = yk::detail::argumentDomainFromArguments(row.arguments);
-        auto value = domain->objectForKey(std::string_view(row.key));
         SCOPED_TRACE(testing::Message() << row.arguments[0] << " ... key " << row.key);
-        if (!row.expected) {
-            EXPECT_FALSE(value) << describe(value.get());
-            continue;
-        }
-        ASSERT_TRUE(value);
-        EXPECT_TRUE(value->isEqual(row.expected.get())) << describe(value.get());
-        EXPECT_EQ(value->classObject(), row.expected->classObject());
+        auto value = yk::detail::argumentDomainFromArguments(row.arguments)->objectForKey(std::string_view(row.key));
+        EXPECT_EQ(describe(value.get()), describe(row.expected.get()));
+        EXPECT_EQ(value ? value->classObject() : nullptr, row.expected ? row.expected->classObject() : nullptr);
     }
 }
 
-TEST(UserDefaults, ArgumentsBeatTheFileWhichBeatsRegistrations)
+TEST_F(UserDefaults, ArgumentsBeatTheFileWhichBeatsRegistrations)
 {
-    TemporaryFolder folder;
-    auto file = folder.path() / "defaults.json";
     writeFile(file, R"({"InFile": "file", "InFileAndArguments": "file", "InAll": "file", "InFileAndRegistration": "file"})");
     yk::UserDefaults defaults(file, { "-InArguments", "argument", "-InFileAndArguments", "argument", "-InAll", "argument" });
     defaults.registerDefaults(yk::Dictionary::dictionaryWithEntries({
@@ -124,10 +118,9 @@ TEST(UserDefaults, ArgumentsBeatTheFileWhichBeatsRegistrations)
     EXPECT_TRUE(defaults.persistentDomain()->objectForKey(std::string_view("InArguments"))->isEqual(str("set").get()));
 }
 
-TEST(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
+TEST_F(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
 {
-    TemporaryFolder folder;
-    auto file = folder.path() / "nested" / "app" / "defaults.json";
+    file = folder.path() / "nested" / "app" / "defaults.json";
     auto date = yk::Date::dateWithTimeIntervalSinceReferenceDate(123456.75);
     std::vector<std::pair<const char*, Ref<yk::Object>>> values = {
         { "string", str("日本語 \"quoted\" \\ text") },
@@ -170,10 +163,8 @@ TEST(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
     EXPECT_NE(text.find("\"wholeDouble\": 3.0"), std::string::npos) << text;
 }
 
-TEST(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
+TEST_F(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
 {
-    TemporaryFolder folder;
-    auto file = folder.path() / "defaults.json";
     writeFile(file, "{ not json");
     LogCapture log;
     yk::UserDefaults defaults(file, {});
@@ -185,10 +176,8 @@ TEST(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
     EXPECT_EQ(yk::UserDefaults(file, {}).integerForKey("Answer"), 7);
 }
 
-TEST(UserDefaults, ValuesOfAFileThatStandForNothingAreSkipped)
+TEST_F(UserDefaults, ValuesOfAFileThatStandForNothingAreSkipped)
 {
-    TemporaryFolder folder;
-    auto file = folder.path() / "defaults.json";
     writeFile(file, R"({"good": 1, "null": null, "badData": {"$data": "!!"}, "nested": [1, null]})");
     LogCapture log;
     yk::UserDefaults defaults(file, {});
@@ -197,10 +186,8 @@ TEST(UserDefaults, ValuesOfAFileThatStandForNothingAreSkipped)
     EXPECT_NE(log.text().find("ignoring the value of \"badData\""), std::string::npos) << log.text();
 }
 
-TEST(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
+TEST_F(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
 {
-    TemporaryFolder folder;
-    auto file = folder.path() / "defaults.json";
     writeFile(file, R"({"Mode": "old"})");
     yk::UserDefaults defaults(file, {});
     EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "old");
@@ -211,9 +198,8 @@ TEST(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
     EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "new");
 }
 
-TEST(UserDefaults, UnwritableFileKeepsTheChangesUnsaved)
+TEST_F(UserDefaults, UnwritableFileKeepsTheChangesUnsaved)
 {
-    TemporaryFolder folder;
     // A regular file where the folder should be.
     writeFile(folder.path() / "blocker", "");
     LogCapture log;
@@ -224,10 +210,9 @@ TEST(UserDefaults, UnwritableFileKeepsTheChangesUnsaved)
     EXPECT_NE(log.text().find("UserDefaults: cannot write"), std::string::npos);
 }
 
-TEST(UserDefaults, TypedGettersConvertNumbersAndStrings)
+TEST_F(UserDefaults, TypedGettersConvertNumbersAndStrings)
 {
-    TemporaryFolder folder;
-    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
+    yk::UserDefaults defaults(file, {});
     struct Row {
         Ref<yk::Object> value;
         int64_t integer;
@@ -258,10 +243,9 @@ TEST(UserDefaults, TypedGettersConvertNumbersAndStrings)
     EXPECT_FALSE(defaults.dataForKey("key"));
 }
 
-TEST(UserDefaults, StoresImmutableCopiesOfPropertyListsOnly)
+TEST_F(UserDefaults, StoresImmutableCopiesOfPropertyListsOnly)
 {
-    TemporaryFolder folder;
-    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
+    yk::UserDefaults defaults(file, {});
     auto text = yk::MutableString::stringWithString(str("before").get());
     defaults.setObject(text.get(), "text");
     text->setString(str("after").get());
@@ -284,9 +268,8 @@ TEST(UserDefaults, StoresImmutableCopiesOfPropertyListsOnly)
     EXPECT_FALSE(defaults.objectForKey("text"));
 }
 
-TEST(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
+TEST_F(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
 {
-    TemporaryFolder folder;
     const char* saved = std::getenv("XDG_CONFIG_HOME");
     std::string savedValue = saved ? saved : "";
     setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
@@ -312,7 +295,7 @@ TEST(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
     yk::UserDefaults::resetStandardUserDefaults();
 }
 
-TEST(UserDefaults, ProcessArgumentsComeFromTheCommandLine)
+TEST_F(UserDefaults, ProcessArgumentsComeFromTheCommandLine)
 {
     // The test runner's own command line: at least the program name was dropped.
     std::ifstream in("/proc/self/cmdline");
@@ -321,10 +304,9 @@ TEST(UserDefaults, ProcessArgumentsComeFromTheCommandLine)
     EXPECT_EQ(yk::detail::processArguments().size(), separators - 1);
 }
 
-TEST(UserDefaults, ConcurrentReadersAndWritersSeeWholeValues)
+TEST_F(UserDefaults, ConcurrentReadersAndWritersSeeWholeValues)
 {
-    TemporaryFolder folder;
-    yk::UserDefaults defaults(folder.path() / "defaults.json", {});
+    yk::UserDefaults defaults(file, {});
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
