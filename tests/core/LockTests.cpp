@@ -6,6 +6,7 @@
 #include <Yarkit/core/threads/RecursiveLock.h>
 #include <Yarkit/core/threads/SpinLock.h>
 
+#include "CoreTestSupport.h"
 #include "LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +15,6 @@
 #include <chrono>
 #include <functional>
 #include <mutex>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -113,55 +113,26 @@ TYPED_TEST(TimedLock, GivesUpAtTheLimitAndSucceedsWhenReleasedInTime)
     holder.join();
 }
 
-TEST(Lock, MisuseIsReportedInsteadOfUndefined)
+TEST(OwnedLock, ASecondLockByTheOwnerRaisesInsteadOfDeadlocking)
 {
     auto lock = yk::make<yk::Lock>(yk::String::withUTF8("jobs"));
-    LogCapture capture;
-    lock->unlock();
-    lock->lock();
-    try {
-        lock->lock();
-        ADD_FAILURE() << "no exception";
-    } catch (const std::exception& e) {
-        EXPECT_NE(std::string(e.what()).find("*** -[Lock lock]: deadlock (<Lock: 0x"), std::string::npos) << e.what();
-        EXPECT_NE(std::string(e.what()).find("> 'jobs')"), std::string::npos) << e.what();
-    }
-    EXPECT_THROW((void)lock->lockBeforeDate(Clock::now() + 1s), std::exception);
-    std::thread([&] { lock->unlock(); }).join();
-    EXPECT_FALSE(freeForOthers(*lock));
-    lock->unlock();
-
-    std::string log = capture.text();
-    EXPECT_NE(log.find("*** -[Lock unlock]: lock (<Lock: 0x"), std::string::npos) << log;
-    EXPECT_NE(log.find("unlocked when not locked"), std::string::npos) << log;
-    EXPECT_NE(log.find("unlocked from a thread which did not lock it"), std::string::npos) << log;
-}
-
-TEST(OwnedLock, DeadlockNamesTheClassAndTheMethodAskedFor)
-{
-    struct Row {
-        const char* message;
-        std::function<void()> askAgain;
-    };
-    auto lock = yk::make<yk::Lock>();
     auto conditionLock = yk::make<yk::ConditionLock>(3);
     lock->lock();
     conditionLock->lock();
-    const Row rows[] = {
-        { "*** -[Lock lockBeforeDate:]: deadlock (<Lock: 0x", [&] { (void)lock->try_lock_until(std::chrono::system_clock::now() + 1s); } },
-        { "*** -[ConditionLock lock]: deadlock (<ConditionLock: 0x", [&] { conditionLock->lock(); } },
-        { "*** -[ConditionLock lockBeforeDate:]: deadlock (", [&] { (void)conditionLock->lockBeforeDate(Clock::now() + 1s); } },
-        { "*** -[ConditionLock lockWhenCondition:]: deadlock (", [&] { conditionLock->lockWhenCondition(3); } },
-        { "*** -[ConditionLock lockWhenCondition:beforeDate:]: deadlock (", [&] { (void)conditionLock->lockWhenCondition(3, Clock::now() + 1s); } },
+    const std::string named = lock->description()->utf8();
+    const std::string unnamed = conditionLock->description()->utf8();
+    EXPECT_TRUE(named.starts_with("<Lock: 0x") && named.ends_with("> 'jobs'")) << named;
+    const std::pair<std::string, std::function<void()>> rows[] = {
+        { "-[Lock lock]: deadlock (" + named, [&] { lock->lock(); } },
+        { "-[Lock lockBeforeDate:]: deadlock (" + named, [&] { (void)lock->lockBeforeDate(Clock::now() + 1s); } },
+        { "-[Lock lockBeforeDate:]: deadlock (" + named, [&] { (void)lock->try_lock_until(std::chrono::system_clock::now() + 1s); } },
+        { "-[ConditionLock lock]: deadlock (" + unnamed, [&] { conditionLock->lock(); } },
+        { "-[ConditionLock lockBeforeDate:]: deadlock (" + unnamed, [&] { (void)conditionLock->lockBeforeDate(Clock::now() + 1s); } },
+        { "-[ConditionLock lockWhenCondition:]: deadlock (" + unnamed, [&] { conditionLock->lockWhenCondition(3); } },
+        { "-[ConditionLock lockWhenCondition:beforeDate:]: deadlock (" + unnamed, [&] { (void)conditionLock->lockWhenCondition(3, Clock::now() + 1s); } },
     };
-    for (const Row& row : rows) {
-        try {
-            row.askAgain();
-            ADD_FAILURE() << row.message << ": no exception";
-        } catch (const std::exception& e) {
-            EXPECT_EQ(std::string(e.what()).find(row.message), 0u) << e.what();
-        }
-    }
+    for (const auto& [reason, askAgain] : rows)
+        yk::test::expectRaise(askAgain, yk::NSInternalInconsistencyException, "*** " + reason + ")");
     EXPECT_FALSE(freeForOthers(*lock));
     EXPECT_FALSE(freeForOthers(*conditionLock));
     lock->unlock();
@@ -170,42 +141,40 @@ TEST(OwnedLock, DeadlockNamesTheClassAndTheMethodAskedFor)
 
 TEST(OwnedLock, MisplacedUnlocksAreLoggedAndChangeNothing)
 {
+    auto lock = yk::make<yk::Lock>(yk::String::withUTF8("jobs"));
     auto recursiveLock = yk::make<yk::RecursiveLock>(yk::String::withUTF8("loader"));
     auto conditionLock = yk::make<yk::ConditionLock>(3);
     LogCapture capture;
+    lock->unlock();
     recursiveLock->unlock();
     conditionLock->unlockWithCondition(5);
+    lock->lock();
     recursiveLock->lock();
     recursiveLock->lock();
     conditionLock->lock();
     std::thread([&] {
+        lock->unlock();
         recursiveLock->unlock();
         conditionLock->unlockWithCondition(6);
     }).join();
     EXPECT_EQ(conditionLock->condition(), 3);
+    EXPECT_FALSE(freeForOthers(*lock));
+    lock->unlock();
     conditionLock->unlock();
     recursiveLock->unlock();
     EXPECT_FALSE(freeForOthers(*recursiveLock));
     recursiveLock->unlock();
     EXPECT_TRUE(freeForOthers(*recursiveLock));
 
-    struct Row {
-        const char* start;
-        const char* end;
+    auto line = [](const char* method, const yk::Object& lock, const char* problem) {
+        return std::string("*** -[") + method + "]: lock (" + lock.description()->utf8() + ") " + problem + "\n";
     };
-    const Row rows[] = {
-        { "*** -[RecursiveLock unlock]: lock (<RecursiveLock: 0x", "> 'loader') unlocked when not locked" },
-        { "*** -[ConditionLock unlockWithCondition:]: lock (<ConditionLock: 0x", ">) unlocked when not locked" },
-        { "*** -[RecursiveLock unlock]: lock (<RecursiveLock: 0x", "> 'loader') unlocked from a thread which did not lock it" },
-        { "*** -[ConditionLock unlockWithCondition:]: lock (<ConditionLock: 0x", ">) unlocked from a thread which did not lock it" },
-    };
-    std::istringstream lines(capture.text());
-    std::string line;
-    for (const Row& row : rows) {
-        ASSERT_TRUE(std::getline(lines, line)) << "missing: " << row.start << "..." << row.end;
-        EXPECT_TRUE(line.starts_with(row.start) && line.ends_with(row.end)) << line;
-    }
-    EXPECT_FALSE(std::getline(lines, line)) << line;
+    const char* notLocked = "unlocked when not locked";
+    const char* otherThread = "unlocked from a thread which did not lock it";
+    EXPECT_EQ(capture.text(),
+        line("Lock unlock", *lock, notLocked) + line("RecursiveLock unlock", *recursiveLock, notLocked)
+            + line("ConditionLock unlockWithCondition:", *conditionLock, notLocked) + line("Lock unlock", *lock, otherThread)
+            + line("RecursiveLock unlock", *recursiveLock, otherThread) + line("ConditionLock unlockWithCondition:", *conditionLock, otherThread));
 }
 
 TEST(RecursiveLock, IsFreeOnlyAfterEveryLockIsMatched)

@@ -19,6 +19,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -29,6 +30,23 @@ using yk::test::str;
 namespace {
 
 using yk::test::TemporaryFolder;
+
+// Sets an environment variable for the life of the object.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(const char* name, const std::string& value)
+        : _name(name)
+    {
+        if (const char* old = std::getenv(name))
+            _saved = old;
+        setenv(name, value.c_str(), 1);
+    }
+    ~ScopedEnvironment() { _saved ? setenv(_name, _saved->c_str(), 1) : unsetenv(_name); }
+
+private:
+    const char* _name;
+    std::optional<std::string> _saved;
+};
 
 // Each test gets a defaults file of its own in a fresh folder.
 class UserDefaults : public testing::Test {
@@ -270,9 +288,8 @@ TEST_F(UserDefaults, StoresImmutableCopiesOfPropertyListsOnly)
 
 TEST_F(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
 {
-    const char* saved = std::getenv("XDG_CONFIG_HOME");
-    std::string savedValue = saved ? saved : "";
-    setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+    std::optional<ScopedEnvironment> configuration(std::in_place, "XDG_CONFIG_HOME", folder.path().string());
+    ScopedEnvironment home("HOME", folder.path().string());
     yk::UserDefaults::setApplicationName("yarkit-defaults-test");
     yk::UserDefaults::resetStandardUserDefaults();
 
@@ -284,13 +301,8 @@ TEST_F(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
     EXPECT_EQ(yk::UserDefaults::standardUserDefaults()->integerForKey("Runs"), 3);
 
     // A relative configuration folder is ignored for the one under the home folder.
-    setenv("XDG_CONFIG_HOME", "relative/path", 1);
-    setenv("HOME", folder.path().c_str(), 1);
+    configuration.emplace("XDG_CONFIG_HOME", "relative/path");
     EXPECT_EQ(yk::UserDefaults::defaultsPathForApplication("app"), folder.path() / ".config" / "app" / "defaults.json");
-    if (saved)
-        setenv("XDG_CONFIG_HOME", savedValue.c_str(), 1);
-    else
-        unsetenv("XDG_CONFIG_HOME");
     yk::UserDefaults::setApplicationName("");
     yk::UserDefaults::resetStandardUserDefaults();
 }
