@@ -208,6 +208,8 @@ TEST(String, PathOperations)
     }
     auto withTrailing = Array::arrayWithObjects({ str("/"), str("tmp"), str("") });
     EXPECT_EQ(String::pathWithComponents(withTrailing.get())->utf8(), "/tmp/");
+    EXPECT_TRUE(str("~/x")->isAbsolutePath());
+    EXPECT_FALSE(str("tmp/x")->isAbsolutePath());
 }
 
 TEST(String, AppendingPathComponentsAndExtensions)

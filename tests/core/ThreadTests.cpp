@@ -5,7 +5,6 @@
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/threads/ConditionLock.h>
 #include <Yarkit/core/values/Exception.h>
-#include <Yarkit/core/values/MutableDictionary.h>
 
 #include "LogCapture.h"
 
@@ -174,17 +173,6 @@ TEST(Thread, SleepsForTheIntervalOrNotAtAll)
         auto slept = std::chrono::steady_clock::now() - start;
         EXPECT_TRUE(seconds > 0 ? slept >= 30ms : slept < 1s) << seconds;
     }
-}
-
-TEST(Thread, EachThreadHasItsOwnDictionary)
-{
-    auto key = yk::String::withUTF8("account");
-    auto dictionary = yk::Thread::currentThread()->threadDictionary();
-    dictionary->setObject(key, key);
-    yk::Ref<yk::Object> seenElsewhere = key;
-    std::thread([&] { seenElsewhere = yk::Thread::currentThread()->threadDictionary()->objectForKey(key.get()); }).join();
-    EXPECT_EQ(seenElsewhere, nullptr);
-    dictionary->removeObjectForKey(key.get());
 }
 
 } // namespace
