@@ -15,6 +15,7 @@
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -219,9 +220,9 @@ TEST(ConditionLock, HandsOffBetweenProducerAndConsumerInStrictAlternation)
         lock->unlockWithCondition(1);
     }
     consumer.join();
-    ASSERT_EQ(received.size(), size_t(rounds));
-    for (int i = 0; i < rounds; ++i)
-        ASSERT_EQ(received[size_t(i)], i + 1);
+    std::vector<int> sent(rounds);
+    std::iota(sent.begin(), sent.end(), 1);
+    EXPECT_EQ(received, sent);
 }
 
 TEST(ConditionLock, WakesEachWaiterForItsOwnCondition)

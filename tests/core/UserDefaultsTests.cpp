@@ -310,10 +310,8 @@ TEST_F(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
 TEST_F(UserDefaults, ProcessArgumentsComeFromTheCommandLine)
 {
     // The test runner's own command line: at least the program name was dropped.
-    std::ifstream in("/proc/self/cmdline");
-    std::string cmdline { std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>() };
-    size_t separators = std::count(cmdline.begin(), cmdline.end(), '\0');
-    EXPECT_EQ(yk::detail::processArguments().size(), separators - 1);
+    std::string cmdline = readFile("/proc/self/cmdline");
+    EXPECT_EQ(yk::detail::processArguments().size(), size_t(std::count(cmdline.begin(), cmdline.end(), '\0')) - 1);
 }
 
 TEST_F(UserDefaults, ConcurrentReadersAndWritersSeeWholeValues)
