@@ -262,9 +262,7 @@ TEST(String, NumericValues)
         auto text = str(c.text);
         EXPECT_EQ(text->intValue(), c.intValue);
         EXPECT_EQ(text->longLongValue(), c.longLongValue);
-        EXPECT_EQ(text->integerValue(), c.longLongValue);
         EXPECT_DOUBLE_EQ(text->doubleValue(), c.doubleValue);
-        EXPECT_FLOAT_EQ(text->floatValue(), static_cast<float>(c.doubleValue));
     }
     EXPECT_EQ(str("-1")->unsignedIntValue(), 0xFFFFFFFFu);
     EXPECT_EQ(str("70000")->shortValue(), static_cast<int16_t>(70000));
