@@ -76,26 +76,20 @@ TEST_F(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
         const char* key;
         Ref<yk::Object> expected; // null: the key is absent
     } rows[] = {
-        { { "-Count", "42" }, "Count", yk::Number::numberWithInt(42) },
-        { { "-Name", "mail" }, "Name", str("mail") },
+        { { "-Count", "42" }, "Count", yk::Number::numberWithInt(42) }, { { "-Name", "mail" }, "Name", str("mail") },
         { { "-Ratio", "1.5" }, "Ratio", yk::Number::numberWithDouble(1.5) },
-        { { "-Flag", "true" }, "Flag", yk::Number::numberWithBool(true) },
-        { { "-Flag", "YES" }, "Flag", str("YES") },
-        { { "-Zip", "007" }, "Zip", str("007") },
-        { { "-Offset", "-5" }, "Offset", yk::Number::numberWithInt(-5) },
-        { { "-Quoted", "\"42\"" }, "Quoted", str("42") },
-        { { "-Nothing", "null" }, "Nothing", str("null") },
+        { { "-Flag", "true" }, "Flag", yk::Number::numberWithBool(true) }, { { "-Flag", "YES" }, "Flag", str("YES") },
+        { { "-Zip", "007" }, "Zip", str("007") }, { { "-Offset", "-5" }, "Offset", yk::Number::numberWithInt(-5) },
+        { { "-Quoted", "\"42\"" }, "Quoted", str("42") }, { { "-Nothing", "null" }, "Nothing", str("null") },
         { { "-List", "[1, \"a\"]" }, "List", yk::Array::arrayWithObjects({ yk::Number::numberWithInt(1), str("a") }) },
         { { "-Map", "{\"a\": 1}" }, "Map", yk::Dictionary::dictionaryWithEntries({ { str("a"), yk::Number::numberWithInt(1) } }) },
         { { "-Bytes", "{\"$data\": \"AAE=\"}" }, "Bytes", yk::Data::dataWithBytes("\x00\x01", 2) },
         { { "-BadBytes", "{\"$data\": \"A\"}" }, "BadBytes", str("{\"$data\": \"A\"}") },
         { { "file.txt", "-Key", "v" }, "Key", str("v") },
         { { "-Key", "1", "-Key", "2" }, "Key", yk::Number::numberWithInt(2) },
-        { { "-Next", "-Other", "x" }, "Next", str("-Other") },
-        { { "-Next", "-Other", "x" }, "Other", nullptr },
+        { { "-Next", "-Other", "x" }, "Next", str("-Other") }, { { "-Next", "-Other", "x" }, "Other", nullptr },
         { { "--gtest_filter=x", "y" }, "-gtest_filter=x", nullptr },
-        { { "-", "x" }, "", nullptr },
-        { { "-Trailing" }, "Trailing", nullptr },
+        { { "-", "x" }, "", nullptr }, { { "-Trailing" }, "Trailing", nullptr },
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.arguments[0] << " ... key " << row.key);
@@ -141,15 +135,11 @@ TEST_F(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
     file = folder.path() / "nested" / "app" / "defaults.json";
     auto date = yk::Date::dateWithTimeIntervalSinceReferenceDate(123456.75);
     std::vector<std::pair<const char*, Ref<yk::Object>>> values = {
-        { "string", str("日本語 \"quoted\" \\ text") },
-        { "int", yk::Number::numberWithInt(-42) },
+        { "string", str("日本語 \"quoted\" \\ text") }, { "int", yk::Number::numberWithInt(-42) },
         { "big", yk::Number::numberWithUnsignedLongLong(18446744073709551615ull) },
-        { "double", yk::Number::numberWithDouble(0.1) },
-        { "wholeDouble", yk::Number::numberWithDouble(3.0) },
-        { "infinity", yk::Number::numberWithDouble(HUGE_VAL) },
-        { "bool", yk::Number::numberWithBool(true) },
-        { "data", yk::Data::dataWithBytes("\x00\xff\x10", 3) },
-        { "emptyData", yk::Data::dataWithBytes(nullptr, 0) },
+        { "double", yk::Number::numberWithDouble(0.1) }, { "wholeDouble", yk::Number::numberWithDouble(3.0) },
+        { "infinity", yk::Number::numberWithDouble(HUGE_VAL) }, { "bool", yk::Number::numberWithBool(true) },
+        { "data", yk::Data::dataWithBytes("\x00\xff\x10", 3) }, { "emptyData", yk::Data::dataWithBytes(nullptr, 0) },
         { "date", date },
         { "array", yk::Array::arrayWithObjects({ str("a"), yk::Number::numberWithInt(1), date }) },
         { "dictionary", yk::Dictionary::dictionaryWithEntries({ { str("$data"), str("not data") }, { str("$$x"), str("y") } }) },
