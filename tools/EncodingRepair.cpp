@@ -41,7 +41,7 @@ std::optional<RepairKind> repairKindForEncoding(CFStringEncoding encoding)
     }
 }
 
-std::optional<std::vector<uint8_t>> repairBytes(RepairKind kind, const std::vector<uint8_t>& bytes)
+std::optional<std::vector<uint8_t>> repairBytes(RepairKind kind, std::span<const uint8_t> bytes)
 {
     unsigned char* repaired = nullptr;
     uint32_t repairedLength = 0;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,6 @@ std::optional<RepairKind> repairKindNamed(const std::string& name);
 std::optional<RepairKind> repairKindForEncoding(CFStringEncoding encoding);
 
 // The repaired bytes, or nothing when the input needed no repair.
-std::optional<std::vector<uint8_t>> repairBytes(RepairKind kind, const std::vector<uint8_t>& bytes);
+std::optional<std::vector<uint8_t>> repairBytes(RepairKind kind, std::span<const uint8_t> bytes);
 
 } // namespace yk::tool

@@ -48,8 +48,8 @@ int runRepair(int argc, char** argv, int first)
     auto input = readInput(arguments->inputNames().front());
     if (!input)
         return ExitError;
-    auto repaired = repairBytes(*kind, input->bytes);
-    const auto& output = repaired ? *repaired : input->bytes;
+    auto repaired = repairBytes(*kind, input->bytes());
+    std::span<const uint8_t> output = repaired ? std::span<const uint8_t>(*repaired) : input->bytes();
     if (!writeOutput(output.data(), output.size()))
         return ExitError;
     return repaired ? ExitChanged : ExitSuccess;

@@ -1,14 +1,13 @@
 #include "tools/Commands.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <vector>
 
-#include <unicode/ucnv.h>
-#include <unicode/ucnv_cb.h>
-#include <unicode/ustring.h>
-
 #include <Yarkit/JapaneseEncodingDetection.h>
+#include <Yarkit/core/values/StringConverter.h>
 #include <Yarkit/core/values/StringEncoding.h>
 
 #include "tools/CommandLine.h"
@@ -41,48 +40,11 @@ Exit status: 0 when the text converted unchanged, 1 when something was repaired 
 constexpr size_t MaximumOffsetsShown = 20;
 // Larger inputs are still repaired and converted, but repairs are counted without offsets.
 constexpr size_t MaximumLocatedInput = 16 * 1024 * 1024;
+// Input bytes converted and written at a time.
+constexpr size_t ConversionPieceSize = 64 * 1024;
 
-// What the conversion could not map, by offset in the bytes it converted.
-struct ConversionReport {
-    std::vector<size_t> offsets;
-    const char* source { nullptr };
-};
-
-// Replaces every illegal, unassigned or truncated sequence by U+FFFD and records where it was.
-void recordingCallback(const void* context, UConverterToUnicodeArgs* args, const char* codeUnits, int32_t length,
-    UConverterCallbackReason reason, UErrorCode* error)
-{
-    if (reason > UCNV_IRREGULAR)
-        return;
-    // The bad bytes were just consumed (ICU hands over a copy of them), so they end where the
-    // conversion now stands.
-    auto* report = static_cast<ConversionReport*>(const_cast<void*>(context));
-    report->offsets.push_back(static_cast<size_t>(args->source - report->source) - static_cast<size_t>(length));
-    static const UChar replacement = 0xFFFD;
-    *error = U_ZERO_ERROR;
-    ucnv_cbToUWriteUChars(args, &replacement, 1, 0, error);
-    (void)codeUnits;
-}
-
-const char* converterFor(CFStringEncoding encoding, CFStringEncoding& used)
-{
-    used = encoding;
-    switch (encoding) {
-    case kCFStringEncodingMacJapanese:
-    case kCFStringEncodingShiftJIS_X0213:
-        used = kCFStringEncodingShiftJIS;
-        break;
-    case kCFStringEncodingISO_2022_JP_3:
-        used = kCFStringEncodingISO_2022_JP;
-        break;
-    default:
-        break;
-    }
-    const char* converter = yk::icuConverterName(used);
-    return converter && yk::isStringEncodingAvailable(used) ? converter : nullptr;
-}
-
-std::string offsetList(const std::vector<size_t>& offsets)
+template <typename Offset>
+std::string offsetList(const std::vector<Offset>& offsets)
 {
     std::string list;
     for (size_t k = 0; k < offsets.size() && k < MaximumOffsetsShown; ++k)
@@ -92,50 +54,31 @@ std::string offsetList(const std::vector<size_t>& offsets)
     return list;
 }
 
-// Converts `bytes` with the named ICU converter; nothing (after a message) when ICU fails.
-std::optional<std::string> convert(const std::string& inputName, const char* converterName, const std::vector<uint8_t>& bytes,
-    ConversionReport& report)
+// Converts `bytes`, read as `encoding`, to UTF-8 on standard output piece by piece; the offsets
+// (in `bytes`) of the sequences the converter replaced go to `replaced`. False after a message
+// when ICU fails or the output cannot be written.
+bool convertAndWrite(const std::string& inputName, CFStringEncoding encoding, std::span<const uint8_t> bytes,
+    std::vector<uint64_t>& replaced)
 {
-    UErrorCode error = U_ZERO_ERROR;
-    UConverter* converter = ucnv_open(converterName, &error);
-    if (U_FAILURE(error)) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: cannot open converter %s: %s\n", inputName.c_str(), converterName, u_errorName(error));
-        return std::nullopt;
+    StringConverter converter(encoding);
+    if (!converter.isValid()) {
+        std::fprintf(stderr, "yarkit to-utf8: %s: cannot open the converter for %s\n", inputName.c_str(), yk::stringEncodingName(encoding));
+        return false;
     }
-    report.source = reinterpret_cast<const char*>(bytes.data());
-    ucnv_setToUCallBack(converter, recordingCallback, &report, nullptr, nullptr, &error);
-
-    std::vector<UChar> text(bytes.size() + 16);
-    const char* source = report.source;
-    const char* sourceEnd = source + bytes.size();
-    UChar* target = text.data();
-    for (;;) {
-        error = U_ZERO_ERROR;
-        ucnv_toUnicode(converter, &target, text.data() + text.size(), &source, sourceEnd, nullptr, true, &error);
-        if (error != U_BUFFER_OVERFLOW_ERROR)
-            break;
-        size_t written = static_cast<size_t>(target - text.data());
-        text.resize(2 * text.size());
-        target = text.data() + written;
-    }
-    ucnv_close(converter);
-    if (U_FAILURE(error)) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed: %s\n", inputName.c_str(), u_errorName(error));
-        return std::nullopt;
-    }
-
-    auto units = static_cast<int32_t>(target - text.data());
-    int32_t utf8Length = 0;
-    error = U_ZERO_ERROR;
-    u_strToUTF8(nullptr, 0, &utf8Length, text.data(), units, &error);
-    std::string utf8(static_cast<size_t>(utf8Length), '\0');
-    error = U_ZERO_ERROR;
-    u_strToUTF8(utf8.data(), utf8Length, nullptr, text.data(), units, &error);
-    if (U_FAILURE(error)) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed: %s\n", inputName.c_str(), u_errorName(error));
-        return std::nullopt;
-    }
-    return utf8;
+    std::string utf8;
+    size_t offset = 0;
+    do {
+        auto piece = bytes.subspan(offset, std::min(ConversionPieceSize, bytes.size() - offset));
+        offset += piece.size();
+        utf8.clear();
+        if (!converter.convertToUTF8(piece, offset == bytes.size(), utf8, replaced)) {
+            std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed\n", inputName.c_str());
+            return false;
+        }
+        if (!writeOutput(utf8.data(), utf8.size()))
+            return false;
+    } while (offset < bytes.size());
+    return true;
 }
 
 // Reports the repairs of one input; the edits are empty when offsets are not available.
@@ -167,9 +110,9 @@ Reading readAs(const Input& input, CFStringEncoding encoding, std::optional<Repa
 {
     Reading reading { encoding, kind, std::nullopt };
     if (kind)
-        reading.repaired = repairBytes(*kind, input.bytes);
+        reading.repaired = repairBytes(*kind, input.bytes());
     if (reading.repaired)
-        reading.edits = input.bytes.size() <= MaximumLocatedInput ? locateRepairs(input.bytes, *reading.repaired) : std::nullopt;
+        reading.edits = input.bytes().size() <= MaximumLocatedInput ? locateRepairs({ input.bytes().begin(), input.bytes().end() }, *reading.repaired) : std::nullopt;
     return reading;
 }
 
@@ -191,7 +134,7 @@ Reading readUnrecognised(const Input& input)
     size_t bestCost = 0;
     for (auto encoding : { kCFStringEncodingUTF8, kCFStringEncodingDOSJapanese, kCFStringEncodingEUC_JP }) {
         Reading reading = readAs(input, encoding, repairKindForEncoding(encoding));
-        size_t cost = repairCost(reading, input.bytes.size());
+        size_t cost = repairCost(reading, input.bytes().size());
         if (best.encoding == kCFStringEncodingInvalidId || cost < bestCost) {
             best = std::move(reading);
             bestCost = cost;
@@ -203,7 +146,7 @@ Reading readUnrecognised(const Input& input)
 int convertInput(const Input& input)
 {
     const std::string& name = input.name;
-    CFStringEncoding detected = YKDetectJapaneseEncoding(input.bytes.data(), static_cast<int32_t>(input.bytes.size()), false, false);
+    CFStringEncoding detected = YKDetectJapaneseEncoding(input.data->bytes(), static_cast<int32_t>(input.bytes().size()), false, false);
     Reading reading;
     if (detected == kCFStringEncodingInvalidId) {
         reading = readUnrecognised(input);
@@ -218,31 +161,28 @@ int convertInput(const Input& input)
     if (reading.repaired)
         reportRepairs(name, yk::stringEncodingName(reading.encoding), reading.edits);
 
-    CFStringEncoding converted = reading.encoding;
-    const char* converterName = converterFor(reading.encoding, converted);
-    if (!converterName) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: no converter for %s\n", name.c_str(), yk::stringEncodingName(converted));
+    CFStringEncoding converted = yk::nearestConvertibleEncoding(reading.encoding);
+    if (converted == kCFStringEncodingInvalidId) {
+        std::fprintf(stderr, "yarkit to-utf8: %s: no converter for %s\n", name.c_str(), yk::stringEncodingName(reading.encoding));
         return ExitError;
     }
     if (converted != reading.encoding)
         std::fprintf(stderr, "yarkit to-utf8: %s: ICU cannot convert %s; converting it as %s\n", name.c_str(),
             yk::stringEncodingName(reading.encoding), yk::stringEncodingName(converted));
 
-    ConversionReport report;
-    auto utf8 = convert(name, converterName, reading.repaired ? *reading.repaired : input.bytes, report);
-    if (!utf8)
+    std::vector<uint64_t> replaced;
+    if (!convertAndWrite(name, converted, reading.repaired ? std::span<const uint8_t>(*reading.repaired) : input.bytes(), replaced))
         return ExitError;
-    if (!report.offsets.empty()) {
-        std::vector<size_t> offsets;
-        for (size_t offset : report.offsets)
-            offsets.push_back(reading.edits ? inputOffsetOf(*reading.edits, offset) : offset);
+    if (!replaced.empty()) {
+        if (reading.edits) {
+            for (auto& offset : replaced)
+                offset = inputOffsetOf(*reading.edits, offset);
+        }
         std::fprintf(stderr, "yarkit to-utf8: %s: replaced %zu unconvertible sequence%s with U+FFFD at %sbyte offset%s %s\n",
-            name.c_str(), offsets.size(), offsets.size() == 1 ? "" : "s", reading.edits ? "" : "repaired-text ",
-            offsets.size() == 1 ? "" : "s", offsetList(offsets).c_str());
+            name.c_str(), replaced.size(), replaced.size() == 1 ? "" : "s", reading.edits ? "" : "repaired-text ",
+            replaced.size() == 1 ? "" : "s", offsetList(replaced).c_str());
     }
-    if (!writeOutput(utf8->data(), utf8->size()))
-        return ExitError;
-    return reading.repaired || !report.offsets.empty() ? ExitChanged : ExitSuccess;
+    return reading.repaired || !replaced.empty() ? ExitChanged : ExitSuccess;
 }
 
 } // namespace
