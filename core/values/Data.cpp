@@ -157,7 +157,7 @@ Ref<Data> Data::dataWithContentsOfFile(const char* path, uint32_t options, Ref<E
         return failWithErrno(EFBIG, error);
     if (!regular || !(options & ReadingMappedIfSafe) || !size)
         return readToEnd(file.fd, regular ? size : 0, error);
-    void* mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, file.fd, 0);
+    void* mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.fd, 0);
     if (mapping == MAP_FAILED)
         return readToEnd(file.fd, size, error);
     auto data = make<Data>();
