@@ -40,8 +40,6 @@ Exit status: 0 when the text converted unchanged, 1 when something was repaired 
 constexpr size_t MaximumOffsetsShown = 20;
 // Larger inputs are still repaired and converted, but repairs are counted without offsets.
 constexpr size_t MaximumLocatedInput = 16 * 1024 * 1024;
-// Input bytes converted and written at a time.
-constexpr size_t ConversionPieceSize = 64 * 1024;
 
 template <typename Offset>
 std::string offsetList(const std::vector<Offset>& offsets)
@@ -54,9 +52,9 @@ std::string offsetList(const std::vector<Offset>& offsets)
     return list;
 }
 
-// Converts `bytes`, read as `encoding`, to UTF-8 on standard output piece by piece; the offsets
-// (in `bytes`) of the sequences the converter replaced go to `replaced`. False after a message
-// when ICU fails or the output cannot be written.
+// Converts `bytes`, read as `encoding`, to UTF-8 on standard output as it goes; the offsets (in
+// `bytes`) of the sequences the converter replaced go to `replaced`. False after a message when
+// ICU fails or the output cannot be written.
 bool convertAndWrite(const std::string& inputName, CFStringEncoding encoding, std::span<const uint8_t> bytes,
     std::vector<uint64_t>& replaced)
 {
@@ -65,20 +63,13 @@ bool convertAndWrite(const std::string& inputName, CFStringEncoding encoding, st
         std::fprintf(stderr, "yarkit to-utf8: %s: cannot open the converter for %s\n", inputName.c_str(), yk::stringEncodingName(encoding));
         return false;
     }
-    std::string utf8;
-    size_t offset = 0;
-    do {
-        auto piece = bytes.subspan(offset, std::min(ConversionPieceSize, bytes.size() - offset));
-        offset += piece.size();
-        utf8.clear();
-        if (!converter.convertToUTF8(piece, offset == bytes.size(), utf8, replaced)) {
-            std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed\n", inputName.c_str());
-            return false;
-        }
-        if (!writeOutput(utf8.data(), utf8.size()))
-            return false;
-    } while (offset < bytes.size());
-    return true;
+    bool written = true;
+    auto write = [&](std::string_view utf8) { return written = writeOutput(utf8.data(), utf8.size()); };
+    if (converter.convertToUTF8(bytes, write, replaced))
+        return true;
+    if (written)
+        std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed\n", inputName.c_str());
+    return false;
 }
 
 // Reports the repairs of one input; the edits are empty when offsets are not available.

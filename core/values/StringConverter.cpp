@@ -1,5 +1,7 @@
 #include <Yarkit/core/values/StringConverter.h>
 
+#include <algorithm>
+
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 
@@ -9,12 +11,10 @@ namespace {
 
 constexpr size_t PivotSize = 1024;
 
-// Where the converter stands in the whole text: the bytes of earlier pieces, and the current
-// piece with the list its replacements go to.
+// The text being converted and the list its replacements go to.
 struct ReplacementRecorder {
-    uint64_t consumed { 0 };
-    const char* piece { nullptr };
-    std::vector<uint64_t>* replacedOffsets { nullptr };
+    const char* text;
+    std::vector<uint64_t>* replacedOffsets;
 };
 
 // Writes U+FFFD for a sequence the converter rejects and records where the sequence began.
@@ -24,9 +24,10 @@ void replaceAndRecord(const void* context, UConverterToUnicodeArgs* args, const 
     if (reason > UCNV_IRREGULAR)
         return;
     const auto* recorder = static_cast<const ReplacementRecorder*>(context);
-    // The rejected bytes were just consumed (ICU hands over a copy of them, which may begin in
-    // an earlier piece), so they end where the conversion now stands.
-    uint64_t end = recorder->consumed + static_cast<uint64_t>(args->source - recorder->piece);
+    // The rejected bytes were just consumed, so they end where the conversion now stands. The
+    // whole text is the source of every call, so ICU never holds bytes back between calls
+    // and the position is always one in the text.
+    auto end = static_cast<uint64_t>(args->source - recorder->text);
     recorder->replacedOffsets->push_back(end - static_cast<uint64_t>(length));
     static const UChar replacement = 0xFFFD;
     *error = U_ZERO_ERROR;
@@ -34,15 +35,6 @@ void replaceAndRecord(const void* context, UConverterToUnicodeArgs* args, const 
 }
 
 } // namespace
-
-struct StringConverter::Streaming {
-    std::unique_ptr<UConverter, Closer> utf8;
-    UChar pivot[PivotSize];
-    UChar* pivotSource { pivot };
-    UChar* pivotTarget { pivot };
-    bool started { false };
-    ReplacementRecorder recorder;
-};
 
 void StringConverter::Closer::operator()(UConverter* converter) const
 {
@@ -125,43 +117,39 @@ std::optional<std::vector<uint8_t>> StringConverter::encode(std::u16string_view 
     return bytes;
 }
 
-bool StringConverter::convertToUTF8(std::span<const uint8_t> bytes, bool last, std::string& utf8,
-    std::vector<uint64_t>& replacedOffsets)
+bool StringConverter::convertToUTF8(std::span<const uint8_t> text, const std::function<bool(std::string_view)>& write,
+    std::vector<uint64_t>& replacedOffsets, size_t pieceSize)
 {
     if (!_converter)
         return false;
     UErrorCode status = U_ZERO_ERROR;
-    if (!_streaming) {
-        _streaming = std::make_unique<Streaming>();
-        _streaming->utf8.reset(ucnv_open("UTF-8", &status));
-        if (U_FAILURE(status))
-            return false;
-    }
-    Streaming& streaming = *_streaming;
-    ucnv_setToUCallBack(_converter.get(), replaceAndRecord, &streaming.recorder, nullptr, nullptr, &status);
-    const auto* source = reinterpret_cast<const char*>(bytes.data());
-    const char* sourceEnd = source + bytes.size();
-    streaming.recorder.piece = source;
-    streaming.recorder.replacedOffsets = &replacedOffsets;
+    std::unique_ptr<UConverter, Closer> utf8(ucnv_open("UTF-8", &status));
+    if (U_FAILURE(status))
+        return false;
+    // ICU takes no null source, which an empty span may have.
+    static const char nothing = 0;
+    const char* source = text.empty() ? &nothing : reinterpret_cast<const char*>(text.data());
+    const char* sourceEnd = source + text.size();
+    ReplacementRecorder recorder { source, &replacedOffsets };
+    ucnv_setToUCallBack(_converter.get(), replaceAndRecord, &recorder, nullptr, nullptr, &status);
 
-    size_t written = utf8.size();
-    utf8.resize(written + bytes.size() * 3 + 16);
-    for (;;) {
-        char* target = utf8.data() + written;
-        ucnv_convertEx(streaming.utf8.get(), _converter.get(), &target, utf8.data() + utf8.size(), &source, sourceEnd,
-            streaming.pivot, &streaming.pivotSource, &streaming.pivotTarget, streaming.pivot + PivotSize, !streaming.started,
-            last, &status);
-        streaming.started = true;
-        written = static_cast<size_t>(target - utf8.data());
-        if (status != U_BUFFER_OVERFLOW_ERROR)
-            break;
+    UChar pivot[PivotSize];
+    UChar* pivotSource = pivot;
+    UChar* pivotTarget = pivot;
+    std::string piece(std::max<size_t>(pieceSize, 1), '\0');
+    // The first call resets both converters and the pivot; a full piece returns
+    // U_BUFFER_OVERFLOW_ERROR, and the next call goes on where it stopped.
+    for (bool first = true;; first = false) {
         status = U_ZERO_ERROR;
-        utf8.resize(utf8.size() * 2);
+        char* target = piece.data();
+        ucnv_convertEx(utf8.get(), _converter.get(), &target, piece.data() + piece.size(), &source, sourceEnd, pivot,
+            &pivotSource, &pivotTarget, pivot + PivotSize, first, true, &status);
+        auto written = static_cast<size_t>(target - piece.data());
+        if (written && !write({ piece.data(), written }))
+            return false;
+        if (status != U_BUFFER_OVERFLOW_ERROR)
+            return U_SUCCESS(status);
     }
-    utf8.resize(written);
-    streaming.recorder.consumed += bytes.size();
-    streaming.recorder.replacedOffsets = nullptr;
-    return U_SUCCESS(status);
 }
 
 } // namespace yk

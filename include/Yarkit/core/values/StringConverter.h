@@ -3,6 +3,7 @@
 #include <Yarkit/core/values/StringEncoding.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -15,9 +16,8 @@ struct UConverter;
 namespace yk {
 
 // Converts text between bytes in one encoding and Unicode with the ICU converter named by
-// icuConverterName, which it owns and closes. String's conversions use it for whole buffers;
-// convertToUTF8 streams a text of any length piece by piece, keeping the converter's state
-// (an escape mode, a sequence split between pieces) from one piece to the next.
+// icuConverterName, which it owns and closes. String's conversions use it; convertToUTF8
+// turns a text of any length (a mapped file, say) into UTF-8 a piece at a time.
 // One converter is used by one thread at a time.
 class StringConverter {
 public:
@@ -36,23 +36,19 @@ public:
     // `allowLossyConversion`, which writes "?" (or ICU's substitute where "?" is not one byte).
     [[nodiscard]] std::optional<std::vector<uint8_t>> encode(std::u16string_view units, bool allowLossyConversion);
 
-    // Appends the UTF-8 of the next piece of the text to `utf8`. Each illegal, unmapped or
-    // truncated sequence becomes U+FFFD, and its byte offset, counted from the first byte of
-    // the first piece, is appended to `replacedOffsets`. `last` marks the final piece, where a
-    // sequence left unfinished counts as truncated. False (with nothing useful appended) when
-    // ICU fails for another reason.
-    [[nodiscard]] bool convertToUTF8(std::span<const uint8_t> bytes, bool last, std::string& utf8,
-        std::vector<uint64_t>& replacedOffsets);
+    // Converts the whole text to UTF-8 and hands the output to `write` in pieces of at most
+    // `pieceSize` bytes as it goes, so the output never needs to be held whole. Each illegal,
+    // unmapped or truncated sequence becomes U+FFFD and its byte offset in `text` is appended
+    // to `replacedOffsets`. False when ICU fails or `write` returns false.
+    [[nodiscard]] bool convertToUTF8(std::span<const uint8_t> text, const std::function<bool(std::string_view)>& write,
+        std::vector<uint64_t>& replacedOffsets, size_t pieceSize = 64 * 1024);
 
 private:
     struct Closer {
         void operator()(UConverter*) const;
     };
-    struct Streaming;
 
     std::unique_ptr<UConverter, Closer> _converter;
-    // The UTF-8 side and the pivot buffer of convertToUTF8, made on its first call.
-    std::unique_ptr<Streaming> _streaming;
     CFStringEncoding _encoding;
 };
 
