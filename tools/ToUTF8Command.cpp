@@ -12,7 +12,6 @@
 
 #include "tools/CommandLine.h"
 #include "tools/EncodingRepair.h"
-#include "tools/RepairLocations.h"
 
 namespace yk::tool {
 
@@ -38,11 +37,8 @@ Exit status: 0 when the text converted unchanged, 1 when something was repaired 
 )";
 
 constexpr size_t MaximumOffsetsShown = 20;
-// Larger inputs are still repaired and converted, but repairs are counted without offsets.
-constexpr size_t MaximumLocatedInput = 16 * 1024 * 1024;
 
-template <typename Offset>
-std::string offsetList(const std::vector<Offset>& offsets)
+std::string offsetList(const std::vector<uint64_t>& offsets)
 {
     std::string list;
     for (size_t k = 0; k < offsets.size() && k < MaximumOffsetsShown; ++k)
@@ -72,50 +68,37 @@ bool convertAndWrite(const std::string& inputName, CFStringEncoding encoding, st
     return false;
 }
 
-// Reports the repairs of one input; the edits are empty when offsets are not available.
-void reportRepairs(const std::string& name, const char* encodingName, const std::optional<std::vector<RepairEdit>>& edits)
+void reportRepairs(const std::string& name, const char* encodingName, const std::vector<RepairEdit>& edits)
 {
-    if (!edits) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: repaired malformed %s sequences (offsets not computed for this input)\n",
-            name.c_str(), encodingName);
-        return;
-    }
-    std::vector<size_t> offsets;
-    for (const auto& edit : *edits)
-        offsets.push_back(edit.inputOffset);
+    std::vector<uint64_t> offsets;
+    for (const auto& edit : edits)
+        offsets.push_back(edit.offset);
     std::fprintf(stderr, "yarkit to-utf8: %s: repaired %zu malformed %s sequence%s at byte offset%s %s\n", name.c_str(),
         offsets.size(), encodingName, offsets.size() == 1 ? "" : "s", offsets.size() == 1 ? "" : "s", offsetList(offsets).c_str());
 }
 
-// How one input is read: the encoding it is converted from, the repair applied first, and the
-// repaired copy with the locations of its repairs (edits are empty when nothing was repaired,
-// and absent when they could not be located).
+// How one input is read: the encoding it is converted from, and the repair applied first
+// (nothing when none applies or nothing needed repair).
 struct Reading {
     CFStringEncoding encoding { kCFStringEncodingInvalidId };
-    std::optional<RepairKind> repairKind;
-    std::optional<std::vector<uint8_t>> repaired;
-    std::optional<std::vector<RepairEdit>> edits = std::vector<RepairEdit> {};
+    std::optional<RepairResult> repair;
+
+    // Input bytes the repairs threw away.
+    size_t cost() const
+    {
+        size_t cost = 0;
+        if (repair) {
+            for (const auto& edit : repair->edits)
+                cost += edit.length;
+        }
+        return cost;
+    }
 };
 
-Reading readAs(const Input& input, CFStringEncoding encoding, std::optional<RepairKind> kind)
+Reading readAs(const Input& input, CFStringEncoding encoding)
 {
-    Reading reading { encoding, kind, std::nullopt };
-    if (kind)
-        reading.repaired = repairBytes(*kind, input.bytes());
-    if (reading.repaired)
-        reading.edits = input.bytes().size() <= MaximumLocatedInput ? locateRepairs({ input.bytes().begin(), input.bytes().end() }, *reading.repaired) : std::nullopt;
-    return reading;
-}
-
-// Input bytes a reading throws away; unknown locations count as everything.
-size_t repairCost(const Reading& reading, size_t inputLength)
-{
-    if (!reading.edits)
-        return inputLength + 1;
-    size_t cost = 0;
-    for (const auto& edit : *reading.edits)
-        cost += edit.inputLength;
-    return cost;
+    auto kind = repairKindForEncoding(encoding);
+    return { encoding, kind ? repairBytes(*kind, input.bytes()) : std::nullopt };
 }
 
 // Text no validator accepts is damaged; read it as the encoding whose repair keeps the most.
@@ -124,8 +107,8 @@ Reading readUnrecognised(const Input& input)
     Reading best;
     size_t bestCost = 0;
     for (auto encoding : { kCFStringEncodingUTF8, kCFStringEncodingDOSJapanese, kCFStringEncodingEUC_JP }) {
-        Reading reading = readAs(input, encoding, repairKindForEncoding(encoding));
-        size_t cost = repairCost(reading, input.bytes().size());
+        Reading reading = readAs(input, encoding);
+        size_t cost = reading.cost();
         if (best.encoding == kCFStringEncodingInvalidId || cost < bestCost) {
             best = std::move(reading);
             bestCost = cost;
@@ -146,11 +129,11 @@ int convertInput(const Input& input)
     } else {
         // Repair as detected (Mac Japanese keeps its own characters, which the converter then
         // reports if it lacks them).
-        reading = readAs(input, detected, repairKindForEncoding(detected));
+        reading = readAs(input, detected);
         std::fprintf(stderr, "yarkit to-utf8: %s: reading %s\n", name.c_str(), yk::stringEncodingName(detected));
     }
-    if (reading.repaired)
-        reportRepairs(name, yk::stringEncodingName(reading.encoding), reading.edits);
+    if (reading.repair)
+        reportRepairs(name, yk::stringEncodingName(reading.encoding), reading.repair->edits);
 
     CFStringEncoding converted = yk::nearestConvertibleEncoding(reading.encoding);
     if (converted == kCFStringEncodingInvalidId) {
@@ -161,19 +144,22 @@ int convertInput(const Input& input)
         std::fprintf(stderr, "yarkit to-utf8: %s: ICU cannot convert %s; converting it as %s\n", name.c_str(),
             yk::stringEncodingName(reading.encoding), yk::stringEncodingName(converted));
 
+    std::span<const uint8_t> text = input.bytes();
+    if (reading.repair)
+        text = { reinterpret_cast<const uint8_t*>(reading.repair->bytes.data()), reading.repair->bytes.size() };
     std::vector<uint64_t> replaced;
-    if (!convertAndWrite(name, converted, reading.repaired ? std::span<const uint8_t>(*reading.repaired) : input.bytes(), replaced))
+    if (!convertAndWrite(name, converted, text, replaced))
         return ExitError;
     if (!replaced.empty()) {
-        if (reading.edits) {
+        if (reading.repair) {
             for (auto& offset : replaced)
-                offset = inputOffsetOf(*reading.edits, offset);
+                offset = inputOffsetOf(reading.repair->edits, offset);
         }
-        std::fprintf(stderr, "yarkit to-utf8: %s: replaced %zu unconvertible sequence%s with U+FFFD at %sbyte offset%s %s\n",
-            name.c_str(), replaced.size(), replaced.size() == 1 ? "" : "s", reading.edits ? "" : "repaired-text ",
-            replaced.size() == 1 ? "" : "s", offsetList(replaced).c_str());
+        std::fprintf(stderr, "yarkit to-utf8: %s: replaced %zu unconvertible sequence%s with U+FFFD at byte offset%s %s\n",
+            name.c_str(), replaced.size(), replaced.size() == 1 ? "" : "s", replaced.size() == 1 ? "" : "s",
+            offsetList(replaced).c_str());
     }
-    return reading.repaired || !replaced.empty() ? ExitChanged : ExitSuccess;
+    return reading.repair || !replaced.empty() ? ExitChanged : ExitSuccess;
 }
 
 } // namespace

@@ -108,6 +108,9 @@ TEST(Tool, ToUTF8ConvertsEverySampleAndReportsReplacements)
     std::string damaged = text;
     damaged.replace(damaged.find("から\r\n"), 8, "か?\n");
     damaged.replace(damaged.find("鈴木"), 6, "鈴木 ?");
+    std::string nineReplacements;
+    for (int i = 0; i < 9; ++i)
+        nineReplacements += "\xef\xbf\xbd";
     std::string fullWidth = text;
     fullWidth.replace(fullWidth.find("\xef\xbd\xb6\xef\xbe\x80\xef\xbd\xb6\xef\xbe\x85"), 12, "カタカナ");
     check({
@@ -124,6 +127,10 @@ TEST(Tool, ToUTF8ConvertsEverySampleAndReportsReplacements)
         // becomes U+FFFD and is reported at its input offset.
         { "to-utf8", "a\xed\xa0\x80" "b", 1, "a\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd" "b",
             "replaced 3 unconvertible sequences with U+FFFD at byte offsets 1, 2, 3" },
+        // A converter replacement after a repair that shortened the text is reported at its
+        // offset in the input, not in the repaired copy.
+        { "to-utf8", "\xe3\x81!\xed\xa0\x80\xed\xa0\x80\xed\xa0\x80", 1, "?!" + nineReplacements,
+            "replaced 9 unconvertible sequences with U+FFFD at byte offsets 3, 4, 5, 6, 7, 8, 9, 10, 11" },
         // Mac Japanese goes through Shift_JIS; the Mac-only character is reported.
         { "to-utf8", "\x88\x40" "ab", 1, "\xef\xbf\xbd" "ab", "converting it as Shift_JIS" },
         // Code page 932 characters that plain Shift_JIS lacks pass through ICU's converter.
