@@ -2,7 +2,6 @@
 
 #include "text/ByteSequenceRepairDetail.h"
 #include "text/KutenTables.h"
-#include "text/RepairOutput.h"
 
 #include <algorithm>
 
@@ -25,10 +24,9 @@ bool isDefinedPair(uint8_t lead, uint8_t trail)
 
 // Single-shift 3 (0x8F) and other stray high bytes are kept; the two bytes after a kept 0x8F
 // are then judged as an ordinary pair.
-bool fixEUCJPBytes(const uint8_t* bytes, uint32_t length, unsigned char** outBytes,
-    uint32_t* outLength, const ByteScanner& scanner)
+void repairEUCJP(RepairOutput& output, const uint8_t* bytes, size_t length,
+    const ByteScanner& scanner)
 {
-    RepairOutput output(bytes, length);
     for (size_t i = 0; i < length;) {
         uint8_t lead = bytes[i];
         if (lead < 0x80) {
@@ -50,13 +48,27 @@ bool fixEUCJPBytes(const uint8_t* bytes, uint32_t length, unsigned char** outByt
             output.replace(i, next, "?");
         i = next;
     }
-    return output.finish(outBytes, outLength);
+}
+
+RepairResult fixEUCJPBytes(std::string_view bytes, const ByteScanner& scanner)
+{
+    return collectRepair(bytes, [&](RepairOutput& output) {
+        repairEUCJP(output, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), scanner);
+    });
 }
 
 } // namespace yk::detail
 
+yk::RepairResult yk::fixEUCJPBytes(std::string_view bytes)
+{
+    return detail::fixEUCJPBytes(bytes, detail::activeByteScanner());
+}
+
 bool YKFixEUCJPBytes(const unsigned char* bytes, uint32_t length, unsigned char** outBytes,
     uint32_t* outLength)
 {
-    return yk::detail::fixEUCJPBytes(bytes, length, outBytes, outLength);
+    return yk::detail::repairInto(bytes, length, outBytes, outLength,
+        [&](yk::detail::RepairOutput& output) {
+            yk::detail::repairEUCJP(output, bytes, length, yk::detail::activeByteScanner());
+        });
 }

@@ -2,7 +2,6 @@
 
 #include "text/ByteSequenceRepairDetail.h"
 #include "text/KutenTables.h"
-#include "text/RepairOutput.h"
 
 #include <algorithm>
 #include <atomic>
@@ -104,10 +103,9 @@ void applyTrailingEscapeRule(RepairOutput& output, const uint8_t* bytes, size_t 
 // Unknown escapes lose their ESC (the bytes after it stay as text), every CR and LF is made to
 // follow ASCII mode, and a bad character is bracketed by escapes so the mode after it is
 // unchanged. A bad pair swallows its second byte, whatever it is.
-bool fixISO2022JPBytes(const uint8_t* bytes, uint32_t length, unsigned char** outBytes,
-    uint32_t* outLength, bool trailingEscapeRule)
+void repairISO2022JP(RepairOutput& output, const uint8_t* bytes, size_t length,
+    bool trailingEscapeRule)
 {
-    RepairOutput output(bytes, length);
     Mode mode = Mode::ASCII;
     auto byteAt = [&](size_t index) -> uint8_t { return index < length ? bytes[index] : 0; };
     for (size_t i = 0; i < length;) {
@@ -152,15 +150,31 @@ bool fixISO2022JPBytes(const uint8_t* bytes, uint32_t length, unsigned char** ou
     }
     if (trailingEscapeRule)
         applyTrailingEscapeRule(output, bytes, length);
-    return output.finish(outBytes, outLength);
+}
+
+RepairResult fixISO2022JPBytes(std::string_view bytes, bool trailingEscapeRule)
+{
+    return collectRepair(bytes, [&](RepairOutput& output) {
+        repairISO2022JP(output, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(),
+            trailingEscapeRule);
+    });
 }
 
 } // namespace detail
+
+RepairResult fixISO2022JPBytes(std::string_view bytes)
+{
+    return detail::fixISO2022JPBytes(bytes, isISO2022JPTrailingEscapeRuleEnabled());
+}
+
 } // namespace yk
 
 bool YKFixISO2022JPBytes(const unsigned char* bytes, uint32_t length, unsigned char** outBytes,
     uint32_t* outLength)
 {
-    return yk::detail::fixISO2022JPBytes(bytes, length, outBytes, outLength,
-        yk::isISO2022JPTrailingEscapeRuleEnabled());
+    bool rule = yk::isISO2022JPTrailingEscapeRuleEnabled();
+    return yk::detail::repairInto(bytes, length, outBytes, outLength,
+        [&](yk::detail::RepairOutput& output) {
+            yk::detail::repairISO2022JP(output, bytes, length, rule);
+        });
 }

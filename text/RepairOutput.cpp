@@ -4,12 +4,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string>
 
 namespace yk::detail {
 
-RepairOutput::RepairOutput(const uint8_t* input, size_t inputLength)
+RepairOutput::RepairOutput(const uint8_t* input, size_t inputLength,
+    std::vector<RepairEdit>* edits)
     : _input(input)
     , _inputLength(inputLength)
+    , _edits(edits)
 {
 }
 
@@ -48,13 +51,44 @@ void RepairOutput::replace(size_t at, size_t resume, std::string_view replacemen
 {
     copyRun(at);
     append(reinterpret_cast<const uint8_t*>(replacement.data()), replacement.size());
+    if (_edits)
+        _edits->push_back({ at, resume - at, std::string(replacement) });
     _runStart = resume;
     _hasRepairs = true;
 }
 
 void RepairOutput::dropLast(size_t count)
 {
-    _length -= std::min(count, _length);
+    count = std::min(count, _length);
+    _length -= count;
+    if (_edits)
+        dropFromEdits(count);
+}
+
+// The edit that ends the input grows backwards over clean runs and earlier edits until it
+// accounts for `count` fewer output bytes; an earlier edit it takes in keeps the start of its
+// replacement.
+void RepairOutput::dropFromEdits(size_t count)
+{
+    if (!count)
+        return;
+    RepairEdit tail { _inputLength, 0, {} };
+    while (count) {
+        size_t cleanStart = _edits->empty() ? 0 : _edits->back().offset + _edits->back().length;
+        size_t clean = std::min(tail.offset - cleanStart, count);
+        tail.offset -= clean;
+        tail.length += clean;
+        count -= clean;
+        if (!count || _edits->empty())
+            break;
+        RepairEdit earlier = std::move(_edits->back());
+        _edits->pop_back();
+        size_t taken = std::min(count, earlier.replacement.size());
+        earlier.replacement.resize(earlier.replacement.size() - taken);
+        count -= taken;
+        tail = { earlier.offset, earlier.length + tail.length, std::move(earlier.replacement) };
+    }
+    _edits->push_back(std::move(tail));
 }
 
 bool RepairOutput::finish(unsigned char** outBytes, uint32_t* outLength)
@@ -68,6 +102,17 @@ bool RepairOutput::finish(unsigned char** outBytes, uint32_t* outLength)
         *outBytes = _bytes;
         _bytes = nullptr;
     }
+    return true;
+}
+
+bool RepairOutput::finish(std::string& bytes)
+{
+    if (!_hasRepairs) {
+        bytes.assign(reinterpret_cast<const char*>(_input), _inputLength);
+        return false;
+    }
+    copyRun(_inputLength);
+    bytes.assign(reinterpret_cast<const char*>(_bytes), _length);
     return true;
 }
 

@@ -2,7 +2,6 @@
 
 #include "text/ByteSequenceRepairDetail.h"
 #include "text/KutenTables.h"
-#include "text/RepairOutput.h"
 
 #include <algorithm>
 
@@ -33,13 +32,12 @@ bool isLeadByte(uint8_t byte)
 
 // Pairs always advance by two: an undefined pair's "?" swallows the trail whatever it is, an
 // ASCII byte included, and a trail is never judged on its own.
-bool fixShiftJISBytes(const uint8_t* bytes, uint32_t length, unsigned char** outBytes,
-    uint32_t* outLength, int variant, const ByteScanner& scanner)
+void repairShiftJIS(RepairOutput& output, const uint8_t* bytes, size_t length, int variant,
+    const ByteScanner& scanner)
 {
     const KutenTable* table = kutenTableForVariant(variant);
     // Mac Japanese, and any unknown variant, has characters at 0x80 and 0xFD-0xFF.
     bool replaceMacSingles = variant == 0 || variant == 2;
-    RepairOutput output(bytes, length);
     for (size_t i = 0; i < length;) {
         uint8_t byte = bytes[i];
         if (byte < 0x80) {
@@ -68,13 +66,29 @@ bool fixShiftJISBytes(const uint8_t* bytes, uint32_t length, unsigned char** out
             output.replace(i, next, "?");
         i = next;
     }
-    return output.finish(outBytes, outLength);
+}
+
+RepairResult fixShiftJISBytes(std::string_view bytes, int variant, const ByteScanner& scanner)
+{
+    return collectRepair(bytes, [&](RepairOutput& output) {
+        repairShiftJIS(output, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(),
+            variant, scanner);
+    });
 }
 
 } // namespace yk::detail
 
+yk::RepairResult yk::fixShiftJISBytes(std::string_view bytes, int variant)
+{
+    return detail::fixShiftJISBytes(bytes, variant, detail::activeByteScanner());
+}
+
 bool YKFixShiftJISBytes(const unsigned char* bytes, uint32_t length, unsigned char** outBytes,
     uint32_t* outLength, int variant)
 {
-    return yk::detail::fixShiftJISBytes(bytes, length, outBytes, outLength, variant);
+    return yk::detail::repairInto(bytes, length, outBytes, outLength,
+        [&](yk::detail::RepairOutput& output) {
+            yk::detail::repairShiftJIS(output, bytes, length, variant,
+                yk::detail::activeByteScanner());
+        });
 }

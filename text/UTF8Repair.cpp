@@ -1,7 +1,6 @@
 #include <Yarkit/ByteSequenceRepair.h>
 
 #include "text/ByteSequenceRepairDetail.h"
-#include "text/RepairOutput.h"
 #include "text/UTF8Sequences.h"
 
 #include <algorithm>
@@ -16,10 +15,9 @@ constexpr size_t exactStretch = 64;
 
 // A malformed sequence becomes one "?", which swallows the bytes the lead announced as long as
 // they are not ASCII, valid leads included: C3 C3 A9 is two units, C3 C3 and A9.
-bool fixUTF8Bytes(const uint8_t* bytes, uint32_t length, unsigned char** outBytes,
-    uint32_t* outLength, const ByteScanner& scanner)
+void repairUTF8(RepairOutput& output, const uint8_t* bytes, size_t length,
+    const ByteScanner& scanner)
 {
-    RepairOutput output(bytes, length);
     for (size_t i = 0; i < length;) {
         i += scanner.utf8Prefix(bytes + i, length - i);
         for (size_t stop = std::min<size_t>(length, i + exactStretch); i < stop;) {
@@ -39,13 +37,27 @@ bool fixUTF8Bytes(const uint8_t* bytes, uint32_t length, unsigned char** outByte
             i += swallowed;
         }
     }
-    return output.finish(outBytes, outLength);
+}
+
+RepairResult fixUTF8Bytes(std::string_view bytes, const ByteScanner& scanner)
+{
+    return collectRepair(bytes, [&](RepairOutput& output) {
+        repairUTF8(output, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), scanner);
+    });
 }
 
 } // namespace yk::detail
 
+yk::RepairResult yk::fixUTF8Bytes(std::string_view bytes)
+{
+    return detail::fixUTF8Bytes(bytes, detail::activeByteScanner());
+}
+
 bool YKFixUTF8Bytes(const unsigned char* bytes, uint32_t length, unsigned char** outBytes,
     uint32_t* outLength)
 {
-    return yk::detail::fixUTF8Bytes(bytes, length, outBytes, outLength);
+    return yk::detail::repairInto(bytes, length, outBytes, outLength,
+        [&](yk::detail::RepairOutput& output) {
+            yk::detail::repairUTF8(output, bytes, length, yk::detail::activeByteScanner());
+        });
 }

@@ -47,7 +47,37 @@ bool YKFixISO2022JPBytes(const unsigned char* bytes, uint32_t length, unsigned c
 #ifdef __cplusplus
 }
 
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace yk {
+
+// One repair: `length` input bytes from `offset` were replaced by `replacement` (empty when
+// they were only dropped; `length` is 0 where bytes were inserted, as ESC ( B before a line
+// break). Edits are in input order and do not overlap.
+struct RepairEdit {
+    size_t offset;
+    size_t length;
+    std::string replacement;
+    friend bool operator==(const RepairEdit&, const RepairEdit&) = default;
+};
+
+// The result of a repair: `bytes` is the repaired text (the input itself when `repaired` is
+// false), and applying `edits` to the input gives exactly `bytes`.
+struct RepairResult {
+    std::string bytes;
+    std::vector<RepairEdit> edits;
+    bool repaired;
+};
+
+// The repairs above for C++ callers that want to know where they repaired; each answers as its
+// C function does (`repaired` is its return value).
+RepairResult fixUTF8Bytes(std::string_view bytes);
+RepairResult fixShiftJISBytes(std::string_view bytes, int variant);
+RepairResult fixEUCJPBytes(std::string_view bytes);
+RepairResult fixISO2022JPBytes(std::string_view bytes);
 
 // Switches the trailing-escape rule of YKFixISO2022JPBytes for the whole process. The rule
 // works around a converter that mishandles a final escape sequence in long text; ICU has no

@@ -1,6 +1,5 @@
 #include <Yarkit/ByteSequenceRepair.h>
 
-#include "Oracle.h"
 #include "TextTestSupport.h"
 #include "text/ByteSequenceRepairDetail.h"
 
@@ -12,52 +11,44 @@
 namespace {
 
 using namespace texttest;
+using yk::RepairEdit;
+using yk::RepairResult;
 
-// A repair as a callable over whole byte strings, returning what the oracle returns.
-using RepairFunction = std::function<oracle::Repair(const Bytes&)>;
+using RepairFunction = std::function<RepairResult(const Bytes&)>;
 
-oracle::Repair collect(bool repaired, unsigned char* out, uint32_t outLength)
+// The input with the edits applied; it must give the repaired bytes.
+Bytes applyEdits(const Bytes& input, const std::vector<RepairEdit>& edits)
 {
-    oracle::Repair result { repaired, {} };
-    if (repaired) {
-        result.output.assign(reinterpret_cast<const char*>(out), outLength);
-        std::free(out);
+    Bytes output;
+    size_t at = 0;
+    for (const RepairEdit& edit : edits) {
+        EXPECT_GE(edit.offset, at) << "edits overlap or are out of order";
+        EXPECT_LE(edit.offset + edit.length, input.size());
+        output.append(input, at, edit.offset - at);
+        output += edit.replacement;
+        at = edit.offset + edit.length;
     }
-    return result;
+    return output + input.substr(std::min(at, input.size()));
 }
 
-template<typename Fix>
-oracle::Repair run(const Bytes& bytes, Fix fix)
+RepairResult fixUTF8(const Bytes& bytes)
 {
-    unsigned char* out = nullptr;
-    uint32_t outLength = 0;
-    bool repaired = fix(bytesOf(bytes), static_cast<uint32_t>(bytes.size()), &out, &outLength);
-    return collect(repaired, out, outLength);
+    return yk::fixUTF8Bytes(bytes);
 }
 
-oracle::Repair fixUTF8(const Bytes& bytes)
+RepairResult fixShiftJIS(const Bytes& bytes, int variant)
 {
-    return run(bytes, YKFixUTF8Bytes);
+    return yk::fixShiftJISBytes(bytes, variant);
 }
 
-oracle::Repair fixShiftJIS(const Bytes& bytes, int variant)
+RepairResult fixEUCJP(const Bytes& bytes)
 {
-    return run(bytes, [variant](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
-        return YKFixShiftJISBytes(b, l, o, ol, variant);
-    });
+    return yk::fixEUCJPBytes(bytes);
 }
 
-oracle::Repair fixEUCJP(const Bytes& bytes)
+RepairResult fixISO2022JP(const Bytes& bytes, bool trailingEscapeRule = false)
 {
-    return run(bytes, YKFixEUCJPBytes);
-}
-
-oracle::Repair fixISO2022JP(const Bytes& bytes, bool trailingEscapeRule = false)
-{
-    return run(bytes, [trailingEscapeRule](const uint8_t* b, uint32_t l, unsigned char** o,
-                          uint32_t* ol) {
-        return yk::detail::fixISO2022JPBytes(b, l, o, ol, trailingEscapeRule);
-    });
+    return yk::detail::fixISO2022JPBytes(bytes, trailingEscapeRule);
 }
 
 struct RepairCase {
@@ -71,12 +62,13 @@ void expectRepairs(const char* function, const RepairCase* begin, const RepairCa
     const RepairFunction& fix)
 {
     for (const RepairCase* c = begin; c != end; ++c) {
-        oracle::Repair expected { c->repaired, c->repaired ? c->output : Bytes() };
-        oracle::Repair actual = fix(c->input);
-        EXPECT_EQ(actual.repaired, expected.repaired)
+        RepairResult actual = fix(c->input);
+        Bytes expected = c->repaired ? c->output : c->input;
+        EXPECT_EQ(actual.repaired, c->repaired) << function << ", " << c->scenario << ": " << hex(c->input);
+        EXPECT_EQ(hex(actual.bytes), hex(expected)) << function << ", " << c->scenario << ": " << hex(c->input);
+        EXPECT_EQ(hex(applyEdits(c->input, actual.edits)), hex(expected))
             << function << ", " << c->scenario << ": " << hex(c->input);
-        EXPECT_EQ(hex(actual.output), hex(expected.output))
-            << function << ", " << c->scenario << ": " << hex(c->input);
+        EXPECT_EQ(actual.edits.empty(), !c->repaired) << function << ", " << c->scenario;
     }
 }
 
@@ -198,28 +190,33 @@ TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
     const Bytes at506 = Bytes(503, 'a') + end;
     const Bytes repairedTo509 = "\x1BK" + Bytes(502, 'a') + end;
     const Bytes repairedTo506 = "\x1BK" + Bytes(499, 'a') + end;
+    const Bytes katakanaAt507 = "\x1B(I" + Bytes(497, '!') + "\x60";
     const struct {
         const char* scenario;
         Bytes input;
         bool rule;
         bool repaired;
         Bytes output;
+        std::vector<RepairEdit> edits;
     } cases[] = {
-        { "clean, 507 bytes, rule off", at507, false, false, "" },
-        { "clean, 507 bytes, rule on", at507, true, true, Bytes(504, 'a') },
-        { "clean, 506 bytes, rule on", at506, true, false, "" },
-        { "escape not third from the end", at507 + "x", true, false, "" },
+        { "clean, 507 bytes, rule off", at507, false, false, at507, {} },
+        { "clean, 507 bytes, rule on", at507, true, true, Bytes(504, 'a'), { { 504, 3, "" } } },
+        { "clean, 506 bytes, rule on", at506, true, false, at506, {} },
+        { "escape not third from the end", at507 + "x", true, false, at507 + "x", {} },
         { "repaired to 509 bytes, rule on", repairedTo509, true, true,
-            "\x1B(BK" + Bytes(502, 'a') },
+            "\x1B(BK" + Bytes(502, 'a'), { { 0, 1, "\x1B(B" }, { 504, 3, "" } } },
         { "repaired to 509 bytes, rule off", repairedTo509, false, true,
-            "\x1B(BK" + Bytes(502, 'a') + end },
+            "\x1B(BK" + Bytes(502, 'a') + end, { { 0, 1, "\x1B(B" } } },
         { "repaired to 506 bytes, rule on", repairedTo506, true, true,
-            "\x1B(BK" + Bytes(499, 'a') + end },
+            "\x1B(BK" + Bytes(499, 'a') + end, { { 0, 1, "\x1B(B" } } },
+        { "the dropped escape ends a replacement", katakanaAt507, true, true,
+            "\x1B(I" + Bytes(497, '!') + "\x1B(B?", { { 500, 1, "\x1B(B?" } } },
     };
     for (const auto& c : cases) {
         auto actual = fixISO2022JP(c.input, c.rule);
         EXPECT_EQ(actual.repaired, c.repaired) << c.scenario;
-        EXPECT_EQ(hex(actual.output), hex(c.repaired ? c.output : Bytes())) << c.scenario;
+        EXPECT_EQ(hex(actual.bytes), hex(c.output)) << c.scenario;
+        EXPECT_EQ(actual.edits, c.edits) << c.scenario;
     }
 }
 
@@ -292,42 +289,47 @@ TEST(ByteSequenceRepair, EitherOutputMayBeNull)
     }
 }
 
-// The library's repairs, with each scanner, answer exactly as the transcription does.
-TEST(ByteSequenceRepair, AgreesWithTheTranscriptionOnGeneratedInput)
+bool operator==(const RepairResult& a, const RepairResult& b)
+{
+    return a.repaired == b.repaired && a.bytes == b.bytes && a.edits == b.edits;
+}
+
+// Every vector scanner gives the portable byte loop's repairs, edits included; the C entries
+// give the same bytes, and the edits rebuild them.
+TEST(ByteSequenceRepair, FastScannersAgreeWithThePortableLoop)
 {
     using namespace yk::detail;
-    for (const auto* scanner : scanners()) {
-        InputGenerator generator(31337);
-        for (int n = 0; n < 30000; ++n) {
-            Bytes bytes = generator.next();
-            auto where = [&](const char* what) {
-                return std::string(what) + " with " + scanner->name + " on " + hex(bytes);
-            };
-            ASSERT_EQ(run(bytes,
-                          [&](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
-                              return fixUTF8Bytes(b, l, o, ol, *scanner);
-                          }),
-                oracle::fixUTF8(bytes))
-                << where("UTF-8");
-            for (int variant : { -1, 0, 1, 2, 3 }) {
-                ASSERT_EQ(run(bytes,
-                              [&](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
-                                  return fixShiftJISBytes(b, l, o, ol, variant, *scanner);
-                              }),
-                    oracle::fixShiftJIS(bytes, variant))
-                    << where("Shift_JIS") << " variant " << variant;
-            }
-            ASSERT_EQ(run(bytes,
-                          [&](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol) {
-                              return fixEUCJPBytes(b, l, o, ol, *scanner);
-                          }),
-                oracle::fixEUCJP(bytes))
-                << where("EUC-JP");
-            // Long enough, now and then, for the trailing-escape rule.
-            Bytes longer = n % 8 ? bytes : Bytes(500, 'a') + bytes;
-            for (bool rule : { false, true })
-                ASSERT_EQ(fixISO2022JP(longer, rule), oracle::fixISO2022JP(longer, rule))
-                    << where("ISO-2022-JP") << " rule " << rule;
+    const ByteScanner& portable = portableByteScanner();
+    InputGenerator generator(31337);
+    for (int n = 0; n < 20000; ++n) {
+        Bytes bytes = generator.next();
+        // Long enough, now and then, for the trailing-escape rule.
+        Bytes longer = n % 8 ? bytes : Bytes(500, 'a') + bytes;
+        std::vector<std::pair<std::string, std::function<RepairResult(const ByteScanner&)>>> repairs = {
+            { "UTF-8", [&](const ByteScanner& s) { return fixUTF8Bytes(bytes, s); } },
+            { "EUC-JP", [&](const ByteScanner& s) { return fixEUCJPBytes(bytes, s); } },
+        };
+        for (int variant : { -1, 0, 1, 2, 3 }) {
+            repairs.push_back({ "Shift_JIS variant " + std::to_string(variant),
+                [&, variant](const ByteScanner& s) { return fixShiftJISBytes(bytes, variant, s); } });
+        }
+        for (const auto& [what, repair] : repairs) {
+            RepairResult expected = repair(portable);
+            ASSERT_TRUE(applyEdits(bytes, expected.edits) == expected.bytes) << what << " on " << hex(bytes);
+            for (const auto* scanner : scanners())
+                ASSERT_TRUE(repair(*scanner) == expected) << what << " with " << scanner->name << " on " << hex(bytes);
+        }
+        for (bool rule : { false, true }) {
+            RepairResult result = fixISO2022JP(longer, rule);
+            ASSERT_TRUE(applyEdits(longer, result.edits) == result.bytes) << "ISO-2022-JP rule " << rule << " on " << hex(longer);
+        }
+        unsigned char* out = nullptr;
+        uint32_t outLength = 0;
+        RepairResult viaCxx = yk::fixUTF8Bytes(bytes);
+        ASSERT_EQ(YKFixUTF8Bytes(bytesOf(bytes), static_cast<uint32_t>(bytes.size()), &out, &outLength), viaCxx.repaired);
+        if (viaCxx.repaired) {
+            ASSERT_TRUE(Bytes(reinterpret_cast<char*>(out), outLength) == viaCxx.bytes) << hex(bytes);
+            std::free(out);
         }
     }
 }
@@ -386,8 +388,8 @@ TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
             if (!below(8))
                 iso += "\x1B$B";
         }
-        auto decoded = [](const char* converter, const Bytes& input, const oracle::Repair& r) {
-            return icuDecode(converter, withoutEmptySegments(r.repaired ? r.output : input));
+        auto decoded = [](const char* converter, const Bytes&, const RepairResult& r) {
+            return icuDecode(converter, withoutEmptySegments(r.bytes));
         };
         EXPECT_TRUE(decoded("UTF-8", utf8, fixUTF8(utf8))) << hex(utf8);
         EXPECT_TRUE(decoded("Shift_JIS", sjis, fixShiftJIS(sjis, 0))) << hex(sjis);

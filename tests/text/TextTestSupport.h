@@ -3,7 +3,6 @@
 // Shared helpers of the text tests: readable byte dumps for failure messages, the scanners to
 // run every fast path with, input generators, and strict ICU conversion.
 
-#include "Oracle.h"
 #include "text/ByteScan.h"
 
 #include <cstdint>
@@ -13,7 +12,7 @@
 
 namespace texttest {
 
-using oracle::Bytes;
+using Bytes = std::string;
 
 // "41 C3 42" for failure messages.
 std::string hex(const Bytes& bytes);
