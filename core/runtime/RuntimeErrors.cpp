@@ -65,7 +65,7 @@ void checkArgumentCount(const Object* receiver, Selector selector, const MethodS
 {
     const uint32_t takes = signature.numberOfArguments() - 2;
     if (count != takes)
-        raiseInvalidArgument(methodName(receiver, selector.name()) + ": " + std::to_string(count) + " arguments given, the method takes " + std::to_string(takes));
+        raiseInvalidArgument(methodName(receiver, selector.name()) + ": the method takes " + std::to_string(takes) + " arguments, " + std::to_string(count) + " given");
 }
 
 std::string argumentMismatch(uint32_t index, ValueKind given, ValueKind slot)

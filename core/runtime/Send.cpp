@@ -44,8 +44,9 @@ SendBindings& sendBindings()
 
 } // namespace
 
-const SendBinding* bindSend(Object* target, Selector selector, const SendShape& shape)
+const SendBinding* bindSend(Object* target, SendSelector key, const SendShape& shape)
 {
+    const Selector selector = key.selector();
     // Read before the lookup: a change made meanwhile leaves the binding stale, not wrong.
     const uint64_t generation = Class::methodTablesGeneration();
     const Class* cls = target->classObject();
@@ -66,7 +67,7 @@ const SendBinding* bindSend(Object* target, Selector selector, const SendShape& 
             + nameOfValueKind(shape.returnGiven));
     }
     const bool typed = *imp.body()->type == shape.type;
-    return sendBindings().intern({ cls, selector.name(), generation, method, imp.body(), typed });
+    return sendBindings().intern({ cls, key.key(), generation, method, imp.body(), typed });
 }
 
 } // namespace yk::detail

@@ -5,11 +5,57 @@
 #include <Yarkit/core/runtime/Class.h>
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 
 namespace yk {
+
+// The selector of a send. A string literal (or another constant array of static storage) is
+// used as it is, its address standing for its text, so that a call site does not intern it on
+// every call; anything else is interned as a Selector.
+class SendSelector {
+public:
+    template <size_t N>
+    consteval SendSelector(const char (&literal)[N])
+        : _key(literal)
+        , _interned(false)
+    {
+    }
+    template <size_t N>
+    SendSelector(char (&)[N]) = delete; // its text may change while its address stays
+    SendSelector(Selector selector)
+        : _key(selector.isNull() ? nullptr : selector.name())
+        , _interned(true)
+    {
+    }
+    template <typename P>
+        requires std::same_as<P, const char*> || std::same_as<P, char*>
+    SendSelector(P name)
+        : SendSelector(Selector(name))
+    {
+    }
+    SendSelector(std::string_view name)
+        : SendSelector(Selector(name))
+    {
+    }
+    SendSelector(const std::string& name)
+        : SendSelector(Selector(name))
+    {
+    }
+
+    // Stands for the selector's text as long as the process runs: two keys with the same
+    // address have the same text.
+    const char* key() const { return _key; }
+    Selector selector() const { return _interned ? Selector::fromInternedName(_key) : Selector(_key); }
+
+private:
+    const char* _key;
+    bool _interned;
+};
 
 namespace detail {
 
@@ -18,7 +64,7 @@ namespace detail {
 // are immutable and live for the whole process.
 struct SendBinding {
     const Class* cls;
-    const char* selector;
+    const char* selector; // SendSelector::key()
     uint64_t generation; // of the method tables, when the method was looked up
     const Method* method;
     const ImpBody* body; // the method's implementation when it was looked up
@@ -38,7 +84,7 @@ struct SendShape {
 // Looks the method up and checks it against the shape. Raises NSInvalidArgumentException when
 // the target does not respond to the selector ("unrecognized selector sent to instance"), when
 // the counts of arguments differ, or when an argument or the result does not convert.
-const SendBinding* bindSend(Object* target, Selector selector, const SendShape& shape);
+const SendBinding* bindSend(Object* target, SendSelector selector, const SendShape& shape);
 
 // An object argument given as a Ref is passed as a plain pointer: methods take T*.
 template <typename T>
@@ -72,7 +118,7 @@ struct SendReturn<Ref<T>> {
 };
 
 // One instantiation per return and argument types. Its cache remembers the last binding for a
-// few selectors (by the selector's address), so a call site that sends one message to one class
+// few selectors (by the address of their text), so a call site that sends one message to one class
 // looks the method up once; the method tables' generation and the method's current
 // implementation tell when the binding is stale.
 template <typename R, typename... A>
@@ -81,12 +127,12 @@ struct SendSite {
     static constexpr uint32_t cacheSize = 4;
     static inline std::atomic<const SendBinding*> cache[cacheSize] {};
 
-    static const SendBinding* binding(Object* target, Selector selector)
+    static const SendBinding* binding(Object* target, SendSelector selector)
     {
         const Class* cls = target->classObject();
-        auto& entry = cache[(reinterpret_cast<uintptr_t>(selector.name()) >> 4) % cacheSize];
+        auto& entry = cache[(reinterpret_cast<uintptr_t>(selector.key()) >> 4) % cacheSize];
         const SendBinding* found = entry.load(std::memory_order_acquire);
-        if (found && found->cls == cls && found->selector == selector.name()
+        if (found && found->cls == cls && found->selector == selector.key()
             && found->generation == Class::methodTablesGeneration() && found->method->implementation().body() == found->body)
             return found;
         static constexpr KindSet accepted[] = { acceptedKinds<A>()..., 0 };
@@ -131,7 +177,7 @@ struct SendSite {
 // the counts of arguments differ, or when an argument or the result does not convert; what the
 // method raises passes through.
 template <typename R = void, typename... Arguments>
-R send(Object* target, Selector selector, Arguments&&... arguments)
+R send(Object* target, SendSelector selector, Arguments&&... arguments)
 {
     static_assert(!(std::is_pointer_v<R> && detail::isObjectType<std::remove_pointer_t<R>>),
         "send returns an object as Ref<T>, which keeps it alive");
@@ -145,7 +191,7 @@ R send(Object* target, Selector selector, Arguments&&... arguments)
 }
 
 template <typename R = void, typename T, typename... Arguments>
-R send(const Ref<T>& target, Selector selector, Arguments&&... arguments)
+R send(const Ref<T>& target, SendSelector selector, Arguments&&... arguments)
 {
     return send<R>(static_cast<Object*>(target.get()), selector, std::forward<Arguments>(arguments)...);
 }
