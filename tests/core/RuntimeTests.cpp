@@ -24,10 +24,9 @@ using yk::test::str;
 class Recorder : public yk::Object {
     YK_OBJECT(Recorder, yk::Object)
 public:
-    yk::Object* lastObject { nullptr };
     int32_t lastInt32 { 0 };
 
-    yk::Object* takeObject(yk::Object* value) { return lastObject = value; }
+    yk::Object* takeObject(yk::Object* value) { return value; }
     bool takeBool(bool value) { return value; }
     int32_t takeInt32(int32_t value) { return lastInt32 = value; }
     int64_t takeInt64(int64_t value) { return value; }
@@ -173,14 +172,10 @@ TEST(Invocation, KeepsRefArgumentsAndRetainsRawOnesOnlyWhenAsked)
     invocation->retainArguments();
     EXPECT_EQ(raw->retainCount(), 2u);
     EXPECT_EQ(recorder->retainCount(), 2u);
-}
 
-TEST(Invocation, KeepsAReturnedObjectAlive)
-{
-    auto recorder = yk::make<Recorder>();
-    auto invocation = yk::Invocation::invocationWithTarget(recorder.get(), "greeting");
-    invocation->invoke();
-    EXPECT_EQ(static_cast<yk::String*>(invocation->returnValue<yk::Object*>())->utf8(), "hello");
+    auto greeting = yk::Invocation::invocationWithTarget(recorder.get(), "greeting");
+    greeting->invoke(); // the returned string's only reference is the invocation's
+    EXPECT_EQ(static_cast<yk::String*>(greeting->returnValue<yk::Object*>())->utf8(), "hello");
 }
 
 TEST(Send, ConvertsArgumentsByKindAndRejectsNarrowing)
@@ -208,24 +203,15 @@ TEST(Send, ConvertsArgumentsByKindAndRejectsNarrowing)
         { "result dropped", [](Recorder* r) { return (yk::send(r, "takeInt32:", 9), r->lastInt32); }, 9, nullptr },
         { "object result", [](Recorder* r) { return static_cast<int64_t>(yk::send<yk::Ref<yk::String>>(r, "greeting")->length()); }, 5, nullptr },
         { "null target", [](Recorder*) { return yk::send<int64_t>(static_cast<yk::Object*>(nullptr), "takeInt64:", 1); }, 0, nullptr },
-        { "double to int32", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", 2.0); }, 0,
-            "-[Recorder takeInt32:]: argument 2: double does not convert to int32" },
-        { "int64 to int32", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", int64_t { 1 }); }, 0,
-            "-[Recorder takeInt32:]: argument 2: int64 does not convert to int32" },
-        { "int to double", [](Recorder* r) { return static_cast<int64_t>(yk::send<double>(r, "takeDouble:", 1)); }, 0,
-            "-[Recorder takeDouble:]: argument 2: int32 does not convert to double" },
-        { "object to int", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", r); }, 0,
-            "-[Recorder takeInt32:]: argument 2: object does not convert to int32" },
-        { "object of another class", [](Recorder* r) { return yk::send<bool>(r, "recorder:decide:count:", str("x"), true, 7u); }, 0,
-            "argument of class String where (anonymous namespace)::Recorder is expected" },
-        { "too few arguments", [](Recorder* r) { return yk::send<uint32_t>(r, "add:to:", 1u); }, 0,
-            "-[Recorder add:to:]: the method takes 2 arguments, 1 given" },
-        { "result of another kind", [](Recorder* r) { return yk::send<int32_t>(r, "greeting"); }, 0,
-            "-[Recorder greeting]: the method returns object, not int32" },
-        { "unknown selector", [](Recorder* r) { return (yk::send(r, "noSuchMethod"), 0); }, 0,
-            "-[Recorder noSuchMethod]: unrecognized selector sent to instance" },
-        { "unknown class method", [](Recorder*) { return (yk::send(Recorder::staticClass(), "noSuchMethod"), 0); }, 0,
-            "+[Recorder noSuchMethod]: unrecognized selector sent to class" },
+        { "double to int32", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", 2.0); }, 0, "-[Recorder takeInt32:]: argument 2: double does not convert to int32" },
+        { "int64 to int32", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", int64_t { 1 }); }, 0, "-[Recorder takeInt32:]: argument 2: int64 does not convert to int32" },
+        { "int to double", [](Recorder* r) { return static_cast<int64_t>(yk::send<double>(r, "takeDouble:", 1)); }, 0, "-[Recorder takeDouble:]: argument 2: int32 does not convert to double" },
+        { "object to int", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", r); }, 0, "-[Recorder takeInt32:]: argument 2: object does not convert to int32" },
+        { "object of another class", [](Recorder* r) { return yk::send<bool>(r, "recorder:decide:count:", str("x"), true, 7u); }, 0, "argument of class String where (anonymous namespace)::Recorder is expected" },
+        { "too few arguments", [](Recorder* r) { return yk::send<uint32_t>(r, "add:to:", 1u); }, 0, "-[Recorder add:to:]: the method takes 2 arguments, 1 given" },
+        { "result of another kind", [](Recorder* r) { return yk::send<int32_t>(r, "greeting"); }, 0, "-[Recorder greeting]: the method returns object, not int32" },
+        { "unknown selector", [](Recorder* r) { return (yk::send(r, "noSuchMethod"), 0); }, 0, "-[Recorder noSuchMethod]: unrecognized selector sent to instance" },
+        { "unknown class method", [](Recorder*) { return (yk::send(Recorder::staticClass(), "noSuchMethod"), 0); }, 0, "+[Recorder noSuchMethod]: unrecognized selector sent to class" },
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -287,18 +273,6 @@ TEST(Runtime, ClassIsTheTargetOfItsClassMethods)
     EXPECT_EQ(yk::send<int32_t>(SubRecorder::staticClass(), "answer"), 42);
 }
 
-TEST(Runtime, InheritanceAndKindTests)
-{
-    auto sub = yk::make<SubRecorder>();
-    EXPECT_TRUE(sub->respondsToSelector("add:to:"));
-    EXPECT_TRUE(sub->isKindOfClass(Recorder::staticClass()));
-    EXPECT_FALSE(sub->isMemberOfClass(Recorder::staticClass()));
-    EXPECT_EQ(SubRecorder::staticClass()->superclass(), Recorder::staticClass());
-    auto created = SubRecorder::staticClass()->createInstance();
-    ASSERT_TRUE(created);
-    EXPECT_TRUE(created->isMemberOfClass(SubRecorder::staticClass()));
-}
-
 TEST(Runtime, CategoriesAddAndOverrideMethods)
 {
     auto recorder = yk::make<Recorder>();
@@ -306,10 +280,7 @@ TEST(Runtime, CategoriesAddAndOverrideMethods)
     EXPECT_EQ(recorder->lastInt32, 7);
     recorder->performSelector("original");
     EXPECT_EQ(recorder->lastInt32, 1);
-    auto lists = Recorder::staticClass()->methodLists();
-    ASSERT_GE(lists.size(), 2u);
-    EXPECT_EQ(lists[0]->categoryName, "");
-    EXPECT_EQ(lists[1]->categoryName, "Extras");
+    EXPECT_EQ(Recorder::staticClass()->methodLists()[1]->categoryName, "Extras");
 }
 
 TEST(Runtime, TypedImpChecksTheMethodType)

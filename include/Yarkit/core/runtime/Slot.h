@@ -41,6 +41,9 @@ T* castObjectArgument(Object* object)
     } else {
         if (!object)
             return nullptr;
+        // An object of exactly the class asked for is the common case, and cheaper to prove.
+        if (typeid(*object) == typeid(T))
+            return static_cast<T*>(object);
         if (auto* cast = dynamic_cast<T*>(object))
             return cast;
         raiseArgumentClassMismatch(object, typeid(T));
