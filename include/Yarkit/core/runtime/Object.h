@@ -17,6 +17,7 @@ namespace yk {
 #define YK_OBJECT(Type, Super)                                                                       \
 public:                                                                                              \
     using SuperClass = Super;                                                                        \
+    using RuntimeClassType = Type;                                                                   \
     static ::yk::Class* staticClass();                                                               \
     ::yk::Class* classObject() const override                                                        \
     {                                                                                                \
