@@ -47,10 +47,10 @@ public:
     template <typename T>
     void setArgument(const T& value, uint32_t index)
     {
-        using Type = detail::Plain<T>;
+        using Type = std::decay_t<T>;
         const ValueKind kind = argumentKind(index, detail::acceptedKinds<Type>(), detail::argumentKindOf<Type>());
         detail::Slot slot {};
-        detail::putArgument(slot, kind, value);
+        detail::putArgument<Type>(slot, kind, value);
         storeArgument(slot, index, detail::isRef<Type>); // a Ref argument is always kept
     }
     template <typename T>
