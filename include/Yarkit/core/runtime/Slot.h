@@ -41,17 +41,18 @@ T* castObjectArgument(Object* object)
     } else {
         if (!object)
             return nullptr;
-        // An object of exactly the class asked for is the common case, and cheaper to prove.
-        if (typeid(*object) == typeid(T))
-            return static_cast<T*>(object);
         using Plain = std::remove_const_t<T>;
         if constexpr (requires { requires std::is_same_v<typename Plain::RuntimeClassType, Plain>; }) {
             // T declares its runtime class, and YK_OBJECT makes the runtime's hierarchy the
             // C++ one, so the runtime's kind test (a walk up the superclasses) proves the cast.
             if (object->isKindOfClass(Plain::staticClass()))
                 return static_cast<T*>(object);
-        } else if (auto* cast = dynamic_cast<T*>(object)) {
-            return cast;
+        } else {
+            // An object of exactly the class asked for is the common case, and cheaper to prove.
+            if (typeid(*object) == typeid(T))
+                return static_cast<T*>(object);
+            if (auto* cast = dynamic_cast<T*>(object))
+                return cast;
         }
         raiseArgumentClassMismatch(object, typeid(T));
     }
