@@ -4,6 +4,8 @@
 
 #include <immintrin.h>
 
+#include "core/system/CPUFeatures.h"
+
 namespace yk::detail {
 
 namespace {
@@ -117,8 +119,7 @@ const uint8_t* findFirstAVX2(const uint8_t* haystack, size_t haystackLength, con
 
 bool substringSearchCanUseAVX2()
 {
-    static const bool supported = __builtin_cpu_supports("avx2");
-    return supported;
+    return cpuFeatures().avx2;
 }
 
 const uint8_t* findFirst(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength)

@@ -2,6 +2,8 @@
 
 #include <immintrin.h>
 
+#include "core/system/CPUFeatures.h"
+
 // The vector halves of the codec: 24 bytes to 32 characters and back per step, after Muła and
 // Lemire's AVX2 base64 algorithms. The callers finish what these leave with the scalar code.
 
@@ -99,8 +101,7 @@ __attribute__((target("avx2"))) uint32_t decodeGroupsAVX2(uint8_t* out, const ui
 
 bool base64CanUseAVX2()
 {
-    static const bool supported = __builtin_cpu_supports("avx2");
-    return supported;
+    return cpuFeatures().avx2;
 }
 
 } // namespace yk::detail
