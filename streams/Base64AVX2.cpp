@@ -2,8 +2,6 @@
 
 #include <immintrin.h>
 
-#include "core/system/CPUFeatures.h"
-
 // The vector halves of the codec: 24 bytes to 32 characters and back per step, after Muła and
 // Lemire's AVX2 base64 algorithms. The callers finish what these leave with the scalar code.
 
@@ -97,11 +95,6 @@ __attribute__((target("avx2"))) uint32_t decodeGroupsAVX2(uint8_t* out, const ui
         groups += 8;
     }
     return groups;
-}
-
-bool base64CanUseAVX2()
-{
-    return cpuFeatures().avx2;
 }
 
 } // namespace yk::detail
