@@ -1,5 +1,6 @@
 #include "tools/Commands.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <string>
@@ -16,14 +17,14 @@ namespace {
 constexpr const char* base64Help = R"(Usage: yarkit base64 [--decode] [--line-length N] [--no-pad] [FILE]
 
 Encodes FILE (standard input when none is given, or for "-") as base64 on standard output,
-in lines of N characters ending in CR LF; the output always ends with CR LF unless it is
-empty. With --decode, decodes base64 text instead: line breaks (CR, LF, with one following
-space or tab for folded lines) are skipped, "=" ends the data, and stray characters between
-complete groups are ignored.
+in lines of N characters, each complete line ending in CR LF; a final partial line has no
+CR LF after it. A length that is not a multiple of 4 never matches the end of a group, so it
+gives one unbroken line, as 0 does. With --decode, decodes base64 text instead: line breaks
+(CR, LF, with one following space or tab for folded lines) are skipped, "=" ends the data,
+and stray characters between complete groups are ignored.
 
   --decode          decode instead of encode
-  --line-length N   characters per encoded line, a multiple of 4 (default 76); 0 writes one
-                    unbroken line
+  --line-length N   characters per encoded line (default 76)
   --no-pad          encode without "=" padding; when decoding, "=" is not special and a final
                     partial group is decoded
   --help            show this help
@@ -35,7 +36,7 @@ std::optional<int32_t> parseLineLength(const std::string& text)
 {
     int32_t value = 0;
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < 0 || value % 4 != 0)
+    if (error != std::errc() || end != text.data() + text.size() || value < 0)
         return std::nullopt;
     return value;
 }
@@ -43,32 +44,41 @@ std::optional<int32_t> parseLineLength(const std::string& text)
 // The codec counts characters in 32 bits; 1 GiB of input stays well within that.
 constexpr size_t MaximumEncodedInput = size_t { 1 } << 30;
 
+// Input bytes encoded per call: whole groups, and whole lines when lines break (the codec's
+// column starts again at every call), so the pieces join into what one call would write.
+size_t encodingPieceSize(int32_t lineLength)
+{
+    constexpr size_t target = 48 * 1024;
+    size_t lineBytes = lineLength > 0 && lineLength % 4 == 0 ? static_cast<size_t>(lineLength) / 4 * 3 : 3;
+    return std::max(lineBytes, target / lineBytes * lineBytes);
+}
+
 int encode(const Input& input, int32_t lineLength, bool pad)
 {
-    const auto& bytes = input.bytes;
+    auto bytes = input.bytes();
     if (bytes.size() > MaximumEncodedInput) {
         std::fprintf(stderr, "yarkit base64: %s: too large to encode (more than 1 GiB)\n", input.name.c_str());
         return ExitError;
     }
-    size_t groups = (bytes.size() + 2) / 3;
-    size_t lines = lineLength ? 4 * (bytes.size() / 3) / static_cast<size_t>(lineLength) : 0;
-    std::vector<char> text(4 * groups + 2 * lines + 2);
-    auto length = static_cast<uint32_t>(bytes.size());
-    int32_t n = pad ? yk_encode_base64(text.data(), bytes.data(), length, lineLength)
-                    : yk_encode_base64_no_pad(text.data(), bytes.data(), length, lineLength);
-    auto size = static_cast<size_t>(n);
-    if (size && text[size - 1] != '\n') {
-        text[size++] = '\r';
-        text[size++] = '\n';
+    const size_t pieceSize = encodingPieceSize(lineLength);
+    const size_t groups = (pieceSize + 2) / 3;
+    std::vector<char> text(4 * groups + 2 * (lineLength > 0 ? 4 * groups / static_cast<size_t>(lineLength) : 0) + 2);
+    for (size_t offset = 0; offset < bytes.size(); offset += pieceSize) {
+        auto piece = bytes.subspan(offset, std::min(pieceSize, bytes.size() - offset));
+        auto length = static_cast<uint32_t>(piece.size());
+        int32_t n = pad ? yk_encode_base64(text.data(), piece.data(), length, lineLength)
+                        : yk_encode_base64_no_pad(text.data(), piece.data(), length, lineLength);
+        if (!writeOutput(text.data(), static_cast<size_t>(n)))
+            return ExitError;
     }
-    return writeOutput(text.data(), size) ? ExitSuccess : ExitError;
+    return ExitSuccess;
 }
 
 int decode(const Input& input, bool pad)
 {
-    std::vector<uint8_t> bytes(input.bytes.size() * 3 / 4);
-    const auto* text = reinterpret_cast<const char*>(input.bytes.data());
-    auto length = static_cast<uint32_t>(input.bytes.size());
+    std::vector<uint8_t> bytes(input.bytes().size() * 3 / 4);
+    const auto* text = reinterpret_cast<const char*>(input.data->bytes());
+    auto length = input.data->length();
     int32_t n = pad ? yk_decode_base64(bytes.data(), text, length) : yk_decode_base64_no_pad(bytes.data(), text, length);
     if (n < 0) {
         std::fprintf(stderr, "yarkit base64: %s: not valid base64 text\n", input.name.c_str());
@@ -90,7 +100,7 @@ int runBase64(int argc, char** argv, int first)
     if (arguments->has("--line-length")) {
         auto parsed = parseLineLength(arguments->options.at("--line-length"));
         if (!parsed)
-            return usageError("base64", "line length must be 0 or a positive multiple of 4, not '" + arguments->options.at("--line-length") + "'");
+            return usageError("base64", "line length must be a number of 0 or more, not '" + arguments->options.at("--line-length") + "'");
         lineLength = *parsed;
     }
     if (arguments->operands.size() > 1)

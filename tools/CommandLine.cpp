@@ -4,45 +4,23 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <unistd.h>
+
+#include <Yarkit/core/values/Error.h>
 
 namespace yk::tool {
 
-namespace {
-
-bool readAll(int fd, std::vector<uint8_t>& bytes)
-{
-    uint8_t buffer[65536];
-    for (;;) {
-        ssize_t n = read(fd, buffer, sizeof buffer);
-        if (n == 0)
-            return true;
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        bytes.insert(bytes.end(), buffer, buffer + n);
-        if (bytes.size() > MaximumInputSize) {
-            errno = EFBIG;
-            return false;
-        }
-    }
-}
-
-} // namespace
-
 std::optional<Input> readInput(const std::string& name)
 {
-    Input input { name == "-" ? "(standard input)" : name, {} };
-    int fd = name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    bool ok = fd >= 0 && readAll(fd, input.bytes);
-    int error = errno;
-    if (fd > STDIN_FILENO)
-        close(fd);
-    if (!ok) {
-        std::fprintf(stderr, "yarkit: %s: %s\n", input.name.c_str(), std::strerror(error));
+    Input input { name == "-" ? "(standard input)" : name, nullptr };
+    // Standard input opened by name maps a redirected file like any other.
+    Ref<Error> error;
+    input.data = Data::dataWithContentsOfFile(name == "-" ? "/dev/stdin" : name.c_str(), Data::ReadingMappedIfSafe, &error);
+    int code = input.data ? 0 : static_cast<int>(error->code());
+    if (input.data && input.data->length() > MaximumInputSize)
+        code = EFBIG;
+    if (code) {
+        std::fprintf(stderr, "yarkit: %s: %s\n", input.name.c_str(), std::strerror(code));
         return std::nullopt;
     }
     return input;

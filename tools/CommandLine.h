@@ -3,6 +3,8 @@
 // What every command of the yarkit tool shares: reading its inputs, reporting errors, and the
 // exit statuses.
 
+#include <Yarkit/core/values/Data.h>
+
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -22,11 +24,14 @@ enum ExitStatus : int {
 // One input: a named file, or standard input when the name is "-".
 struct Input {
     std::string name;
-    std::vector<uint8_t> bytes;
+    Ref<Data> data;
+
+    std::span<const uint8_t> bytes() const { return data->span(); }
 };
 
-// Reads the file (or standard input for "-"). On failure prints "yarkit: NAME: reason" to
-// standard error and returns nothing.
+// Maps the file read-only (a pipe, a device or standard input that is not a regular file is
+// read instead). On failure prints "yarkit: NAME: reason" to standard error and returns
+// nothing; inputs larger than MaximumInputSize fail.
 std::optional<Input> readInput(const std::string& name);
 
 // The largest input the byte functions take (their lengths are 32-bit).

@@ -56,7 +56,7 @@ int runDetect(int argc, char** argv, int first)
             status = ExitError;
             continue;
         }
-        CFStringEncoding encoding = YKDetectJapaneseEncoding(input->bytes.data(), static_cast<int32_t>(input->bytes.size()),
+        CFStringEncoding encoding = YKDetectJapaneseEncoding(input->data->bytes(), static_cast<int32_t>(input->data->length()),
             arguments->has("--prefer-sjis"), arguments->has("--prefer-mac"));
         if (encoding == kCFStringEncodingInvalidId && status == ExitSuccess)
             status = ExitChanged;

@@ -1,9 +1,5 @@
 #include "tools/EncodingRepair.h"
 
-#include <cstdlib>
-#include <memory>
-
-#include <Yarkit/ByteSequenceRepair.h>
 
 namespace yk::tool {
 
@@ -41,36 +37,44 @@ std::optional<RepairKind> repairKindForEncoding(CFStringEncoding encoding)
     }
 }
 
-std::optional<std::vector<uint8_t>> repairBytes(RepairKind kind, const std::vector<uint8_t>& bytes)
+std::optional<RepairResult> repairBytes(RepairKind kind, std::span<const uint8_t> bytes)
 {
-    unsigned char* repaired = nullptr;
-    uint32_t repairedLength = 0;
-    const auto length = static_cast<uint32_t>(bytes.size());
-    bool changed = false;
-    switch (kind) {
-    case RepairKind::UTF8:
-        changed = YKFixUTF8Bytes(bytes.data(), length, &repaired, &repairedLength);
-        break;
-    case RepairKind::ShiftJIS:
-        changed = YKFixShiftJISBytes(bytes.data(), length, &repaired, &repairedLength, 0);
-        break;
-    case RepairKind::MacJapanese:
-        changed = YKFixShiftJISBytes(bytes.data(), length, &repaired, &repairedLength, 1);
-        break;
-    case RepairKind::DOSJapanese:
-        changed = YKFixShiftJISBytes(bytes.data(), length, &repaired, &repairedLength, 2);
-        break;
-    case RepairKind::EUCJP:
-        changed = YKFixEUCJPBytes(bytes.data(), length, &repaired, &repairedLength);
-        break;
-    case RepairKind::ISO2022JP:
-        changed = YKFixISO2022JPBytes(bytes.data(), length, &repaired, &repairedLength);
-        break;
-    }
-    if (!changed)
+    std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    RepairResult result = [&] {
+        switch (kind) {
+        case RepairKind::UTF8:
+            return fixUTF8Bytes(text);
+        case RepairKind::ShiftJIS:
+            return fixShiftJISBytes(text, 0);
+        case RepairKind::MacJapanese:
+            return fixShiftJISBytes(text, 1);
+        case RepairKind::DOSJapanese:
+            return fixShiftJISBytes(text, 2);
+        case RepairKind::EUCJP:
+            return fixEUCJPBytes(text);
+        case RepairKind::ISO2022JP:
+            break;
+        }
+        return fixISO2022JPBytes(text);
+    }();
+    if (!result.repaired)
         return std::nullopt;
-    std::unique_ptr<unsigned char, decltype(&std::free)> owner(repaired, &std::free);
-    return std::vector<uint8_t>(repaired, repaired + repairedLength);
+    return result;
+}
+
+uint64_t inputOffsetOf(const std::vector<RepairEdit>& edits, uint64_t repairedOffset)
+{
+    // How far the repaired copy has moved ahead of the input before the current edit.
+    int64_t shift = 0;
+    for (const auto& edit : edits) {
+        uint64_t start = edit.offset + static_cast<uint64_t>(shift);
+        if (repairedOffset < start)
+            break;
+        if (repairedOffset < start + edit.replacement.size())
+            return edit.offset;
+        shift += static_cast<int64_t>(edit.replacement.size()) - static_cast<int64_t>(edit.length);
+    }
+    return repairedOffset - static_cast<uint64_t>(shift);
 }
 
 } // namespace yk::tool

@@ -2,11 +2,14 @@
 
 // The repair functions by the names the tool gives them, and by detected encoding.
 
+#include <Yarkit/ByteSequenceRepair.h>
 #include <Yarkit/core/values/StringEncoding.h>
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace yk::tool {
@@ -20,7 +23,11 @@ std::optional<RepairKind> repairKindNamed(const std::string& name);
 // the ISO-2022-JP extensions, whose escapes the plain ISO-2022-JP repair would break).
 std::optional<RepairKind> repairKindForEncoding(CFStringEncoding encoding);
 
-// The repaired bytes, or nothing when the input needed no repair.
-std::optional<std::vector<uint8_t>> repairBytes(RepairKind kind, const std::vector<uint8_t>& bytes);
+// The repaired bytes and where they were repaired, or nothing when the input needed no repair.
+std::optional<RepairResult> repairBytes(RepairKind kind, std::span<const uint8_t> bytes);
+
+// The input offset that a byte of the repaired copy came from: a replacement's bytes map to
+// the start of what they replaced. `edits` as repairBytes gives them, in input order.
+uint64_t inputOffsetOf(const std::vector<RepairEdit>& edits, uint64_t repairedOffset);
 
 } // namespace yk::tool

@@ -48,8 +48,10 @@ int runRepair(int argc, char** argv, int first)
     auto input = readInput(arguments->inputNames().front());
     if (!input)
         return ExitError;
-    auto repaired = repairBytes(*kind, input->bytes);
-    const auto& output = repaired ? *repaired : input->bytes;
+    auto repaired = repairBytes(*kind, input->bytes());
+    std::span<const uint8_t> output = input->bytes();
+    if (repaired)
+        output = { reinterpret_cast<const uint8_t*>(repaired->bytes.data()), repaired->bytes.size() };
     if (!writeOutput(output.data(), output.size()))
         return ExitError;
     return repaired ? ExitChanged : ExitSuccess;

@@ -1,19 +1,17 @@
 #include "tools/Commands.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <vector>
 
-#include <unicode/ucnv.h>
-#include <unicode/ucnv_cb.h>
-#include <unicode/ustring.h>
-
 #include <Yarkit/JapaneseEncodingDetection.h>
+#include <Yarkit/core/values/StringConverter.h>
 #include <Yarkit/core/values/StringEncoding.h>
 
 #include "tools/CommandLine.h"
 #include "tools/EncodingRepair.h"
-#include "tools/RepairLocations.h"
 
 namespace yk::tool {
 
@@ -39,50 +37,8 @@ Exit status: 0 when the text converted unchanged, 1 when something was repaired 
 )";
 
 constexpr size_t MaximumOffsetsShown = 20;
-// Larger inputs are still repaired and converted, but repairs are counted without offsets.
-constexpr size_t MaximumLocatedInput = 16 * 1024 * 1024;
 
-// What the conversion could not map, by offset in the bytes it converted.
-struct ConversionReport {
-    std::vector<size_t> offsets;
-    const char* source { nullptr };
-};
-
-// Replaces every illegal, unassigned or truncated sequence by U+FFFD and records where it was.
-void recordingCallback(const void* context, UConverterToUnicodeArgs* args, const char* codeUnits, int32_t length,
-    UConverterCallbackReason reason, UErrorCode* error)
-{
-    if (reason > UCNV_IRREGULAR)
-        return;
-    // The bad bytes were just consumed (ICU hands over a copy of them), so they end where the
-    // conversion now stands.
-    auto* report = static_cast<ConversionReport*>(const_cast<void*>(context));
-    report->offsets.push_back(static_cast<size_t>(args->source - report->source) - static_cast<size_t>(length));
-    static const UChar replacement = 0xFFFD;
-    *error = U_ZERO_ERROR;
-    ucnv_cbToUWriteUChars(args, &replacement, 1, 0, error);
-    (void)codeUnits;
-}
-
-const char* converterFor(CFStringEncoding encoding, CFStringEncoding& used)
-{
-    used = encoding;
-    switch (encoding) {
-    case kCFStringEncodingMacJapanese:
-    case kCFStringEncodingShiftJIS_X0213:
-        used = kCFStringEncodingShiftJIS;
-        break;
-    case kCFStringEncodingISO_2022_JP_3:
-        used = kCFStringEncodingISO_2022_JP;
-        break;
-    default:
-        break;
-    }
-    const char* converter = yk::icuConverterName(used);
-    return converter && yk::isStringEncodingAvailable(used) ? converter : nullptr;
-}
-
-std::string offsetList(const std::vector<size_t>& offsets)
+std::string offsetList(const std::vector<uint64_t>& offsets)
 {
     std::string list;
     for (size_t k = 0; k < offsets.size() && k < MaximumOffsetsShown; ++k)
@@ -92,96 +48,57 @@ std::string offsetList(const std::vector<size_t>& offsets)
     return list;
 }
 
-// Converts `bytes` with the named ICU converter; nothing (after a message) when ICU fails.
-std::optional<std::string> convert(const std::string& inputName, const char* converterName, const std::vector<uint8_t>& bytes,
-    ConversionReport& report)
+// Converts `bytes`, read as `encoding`, to UTF-8 on standard output as it goes; the offsets (in
+// `bytes`) of the sequences the converter replaced go to `replaced`. False after a message when
+// ICU fails or the output cannot be written.
+bool convertAndWrite(const std::string& inputName, CFStringEncoding encoding, std::span<const uint8_t> bytes,
+    std::vector<uint64_t>& replaced)
 {
-    UErrorCode error = U_ZERO_ERROR;
-    UConverter* converter = ucnv_open(converterName, &error);
-    if (U_FAILURE(error)) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: cannot open converter %s: %s\n", inputName.c_str(), converterName, u_errorName(error));
-        return std::nullopt;
+    StringConverter converter(encoding);
+    if (!converter.isValid()) {
+        std::fprintf(stderr, "yarkit to-utf8: %s: cannot open the converter for %s\n", inputName.c_str(), yk::stringEncodingName(encoding));
+        return false;
     }
-    report.source = reinterpret_cast<const char*>(bytes.data());
-    ucnv_setToUCallBack(converter, recordingCallback, &report, nullptr, nullptr, &error);
-
-    std::vector<UChar> text(bytes.size() + 16);
-    const char* source = report.source;
-    const char* sourceEnd = source + bytes.size();
-    UChar* target = text.data();
-    for (;;) {
-        error = U_ZERO_ERROR;
-        ucnv_toUnicode(converter, &target, text.data() + text.size(), &source, sourceEnd, nullptr, true, &error);
-        if (error != U_BUFFER_OVERFLOW_ERROR)
-            break;
-        size_t written = static_cast<size_t>(target - text.data());
-        text.resize(2 * text.size());
-        target = text.data() + written;
-    }
-    ucnv_close(converter);
-    if (U_FAILURE(error)) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed: %s\n", inputName.c_str(), u_errorName(error));
-        return std::nullopt;
-    }
-
-    auto units = static_cast<int32_t>(target - text.data());
-    int32_t utf8Length = 0;
-    error = U_ZERO_ERROR;
-    u_strToUTF8(nullptr, 0, &utf8Length, text.data(), units, &error);
-    std::string utf8(static_cast<size_t>(utf8Length), '\0');
-    error = U_ZERO_ERROR;
-    u_strToUTF8(utf8.data(), utf8Length, nullptr, text.data(), units, &error);
-    if (U_FAILURE(error)) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed: %s\n", inputName.c_str(), u_errorName(error));
-        return std::nullopt;
-    }
-    return utf8;
+    bool written = true;
+    auto write = [&](std::string_view utf8) { return written = writeOutput(utf8.data(), utf8.size()); };
+    if (converter.convertToUTF8(bytes, write, replaced))
+        return true;
+    if (written)
+        std::fprintf(stderr, "yarkit to-utf8: %s: conversion failed\n", inputName.c_str());
+    return false;
 }
 
-// Reports the repairs of one input; the edits are empty when offsets are not available.
-void reportRepairs(const std::string& name, const char* encodingName, const std::optional<std::vector<RepairEdit>>& edits)
+void reportRepairs(const std::string& name, const char* encodingName, const std::vector<RepairEdit>& edits)
 {
-    if (!edits) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: repaired malformed %s sequences (offsets not computed for this input)\n",
-            name.c_str(), encodingName);
-        return;
-    }
-    std::vector<size_t> offsets;
-    for (const auto& edit : *edits)
-        offsets.push_back(edit.inputOffset);
+    std::vector<uint64_t> offsets;
+    for (const auto& edit : edits)
+        offsets.push_back(edit.offset);
     std::fprintf(stderr, "yarkit to-utf8: %s: repaired %zu malformed %s sequence%s at byte offset%s %s\n", name.c_str(),
         offsets.size(), encodingName, offsets.size() == 1 ? "" : "s", offsets.size() == 1 ? "" : "s", offsetList(offsets).c_str());
 }
 
-// How one input is read: the encoding it is converted from, the repair applied first, and the
-// repaired copy with the locations of its repairs (edits are empty when nothing was repaired,
-// and absent when they could not be located).
+// How one input is read: the encoding it is converted from, and the repair applied first
+// (nothing when none applies or nothing needed repair).
 struct Reading {
     CFStringEncoding encoding { kCFStringEncodingInvalidId };
-    std::optional<RepairKind> repairKind;
-    std::optional<std::vector<uint8_t>> repaired;
-    std::optional<std::vector<RepairEdit>> edits = std::vector<RepairEdit> {};
+    std::optional<RepairResult> repair;
+
+    // Input bytes the repairs threw away.
+    size_t cost() const
+    {
+        size_t cost = 0;
+        if (repair) {
+            for (const auto& edit : repair->edits)
+                cost += edit.length;
+        }
+        return cost;
+    }
 };
 
-Reading readAs(const Input& input, CFStringEncoding encoding, std::optional<RepairKind> kind)
+Reading readAs(const Input& input, CFStringEncoding encoding)
 {
-    Reading reading { encoding, kind, std::nullopt };
-    if (kind)
-        reading.repaired = repairBytes(*kind, input.bytes);
-    if (reading.repaired)
-        reading.edits = input.bytes.size() <= MaximumLocatedInput ? locateRepairs(input.bytes, *reading.repaired) : std::nullopt;
-    return reading;
-}
-
-// Input bytes a reading throws away; unknown locations count as everything.
-size_t repairCost(const Reading& reading, size_t inputLength)
-{
-    if (!reading.edits)
-        return inputLength + 1;
-    size_t cost = 0;
-    for (const auto& edit : *reading.edits)
-        cost += edit.inputLength;
-    return cost;
+    auto kind = repairKindForEncoding(encoding);
+    return { encoding, kind ? repairBytes(*kind, input.bytes()) : std::nullopt };
 }
 
 // Text no validator accepts is damaged; read it as the encoding whose repair keeps the most.
@@ -190,8 +107,8 @@ Reading readUnrecognised(const Input& input)
     Reading best;
     size_t bestCost = 0;
     for (auto encoding : { kCFStringEncodingUTF8, kCFStringEncodingDOSJapanese, kCFStringEncodingEUC_JP }) {
-        Reading reading = readAs(input, encoding, repairKindForEncoding(encoding));
-        size_t cost = repairCost(reading, input.bytes.size());
+        Reading reading = readAs(input, encoding);
+        size_t cost = reading.cost();
         if (best.encoding == kCFStringEncodingInvalidId || cost < bestCost) {
             best = std::move(reading);
             bestCost = cost;
@@ -203,7 +120,7 @@ Reading readUnrecognised(const Input& input)
 int convertInput(const Input& input)
 {
     const std::string& name = input.name;
-    CFStringEncoding detected = YKDetectJapaneseEncoding(input.bytes.data(), static_cast<int32_t>(input.bytes.size()), false, false);
+    CFStringEncoding detected = YKDetectJapaneseEncoding(input.data->bytes(), static_cast<int32_t>(input.bytes().size()), false, false);
     Reading reading;
     if (detected == kCFStringEncodingInvalidId) {
         reading = readUnrecognised(input);
@@ -212,37 +129,37 @@ int convertInput(const Input& input)
     } else {
         // Repair as detected (Mac Japanese keeps its own characters, which the converter then
         // reports if it lacks them).
-        reading = readAs(input, detected, repairKindForEncoding(detected));
+        reading = readAs(input, detected);
         std::fprintf(stderr, "yarkit to-utf8: %s: reading %s\n", name.c_str(), yk::stringEncodingName(detected));
     }
-    if (reading.repaired)
-        reportRepairs(name, yk::stringEncodingName(reading.encoding), reading.edits);
+    if (reading.repair)
+        reportRepairs(name, yk::stringEncodingName(reading.encoding), reading.repair->edits);
 
-    CFStringEncoding converted = reading.encoding;
-    const char* converterName = converterFor(reading.encoding, converted);
-    if (!converterName) {
-        std::fprintf(stderr, "yarkit to-utf8: %s: no converter for %s\n", name.c_str(), yk::stringEncodingName(converted));
+    CFStringEncoding converted = yk::nearestConvertibleEncoding(reading.encoding);
+    if (converted == kCFStringEncodingInvalidId) {
+        std::fprintf(stderr, "yarkit to-utf8: %s: no converter for %s\n", name.c_str(), yk::stringEncodingName(reading.encoding));
         return ExitError;
     }
     if (converted != reading.encoding)
         std::fprintf(stderr, "yarkit to-utf8: %s: ICU cannot convert %s; converting it as %s\n", name.c_str(),
             yk::stringEncodingName(reading.encoding), yk::stringEncodingName(converted));
 
-    ConversionReport report;
-    auto utf8 = convert(name, converterName, reading.repaired ? *reading.repaired : input.bytes, report);
-    if (!utf8)
+    std::span<const uint8_t> text = input.bytes();
+    if (reading.repair)
+        text = { reinterpret_cast<const uint8_t*>(reading.repair->bytes.data()), reading.repair->bytes.size() };
+    std::vector<uint64_t> replaced;
+    if (!convertAndWrite(name, converted, text, replaced))
         return ExitError;
-    if (!report.offsets.empty()) {
-        std::vector<size_t> offsets;
-        for (size_t offset : report.offsets)
-            offsets.push_back(reading.edits ? inputOffsetOf(*reading.edits, offset) : offset);
-        std::fprintf(stderr, "yarkit to-utf8: %s: replaced %zu unconvertible sequence%s with U+FFFD at %sbyte offset%s %s\n",
-            name.c_str(), offsets.size(), offsets.size() == 1 ? "" : "s", reading.edits ? "" : "repaired-text ",
-            offsets.size() == 1 ? "" : "s", offsetList(offsets).c_str());
+    if (!replaced.empty()) {
+        if (reading.repair) {
+            for (auto& offset : replaced)
+                offset = inputOffsetOf(reading.repair->edits, offset);
+        }
+        std::fprintf(stderr, "yarkit to-utf8: %s: replaced %zu unconvertible sequence%s with U+FFFD at byte offset%s %s\n",
+            name.c_str(), replaced.size(), replaced.size() == 1 ? "" : "s", replaced.size() == 1 ? "" : "s",
+            offsetList(replaced).c_str());
     }
-    if (!writeOutput(utf8->data(), utf8->size()))
-        return ExitError;
-    return reading.repaired || !report.offsets.empty() ? ExitChanged : ExitSuccess;
+    return reading.repair || !replaced.empty() ? ExitChanged : ExitSuccess;
 }
 
 } // namespace

@@ -4,22 +4,32 @@
 
 #include "core/runtime/RuntimeErrors.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 namespace yk {
 
 YK_DEFINE_CLASS(MutableData);
 
+MutableData::MutableData(const std::vector<uint8_t>& bytes)
+{
+    appendBytes(bytes.data(), static_cast<uint32_t>(bytes.size()));
+}
+
 Ref<MutableData> MutableData::dataWithCapacity(uint32_t capacity)
 {
     auto data = make<MutableData>();
-    data->ownStorage().reserve(capacity);
+    if (capacity)
+        data->writableBytes(capacity);
     return data;
 }
 
 Ref<MutableData> MutableData::dataWithLength(uint32_t length)
 {
-    return make<MutableData>(std::vector<uint8_t>(length, 0));
+    auto data = make<MutableData>();
+    data->setLength(length);
+    return data;
 }
 
 Ref<MutableData> MutableData::dataWithBytes(const void* bytes, uint32_t length)
@@ -29,21 +39,31 @@ Ref<MutableData> MutableData::dataWithBytes(const void* bytes, uint32_t length)
     return data;
 }
 
-std::vector<uint8_t>& MutableData::ownStorage()
+uint8_t* MutableData::writableBytes(uint32_t capacity)
 {
-    // Another Data may share the buffer (a copy, a subdata of an immutable original, or this
-    // object's own source): take a private copy of exactly our bytes before changing them.
-    if (!_storage || _storage.use_count() > 1 || _offset || _storage->size() != _length) {
-        const uint8_t* first = bytes();
-        _storage = std::make_shared<std::vector<uint8_t>>(first, first + _length);
-        _offset = 0;
-    }
-    return *_storage;
+    // The buffer is ours to write when nothing else holds it: a copy or a subdata taken from
+    // a Data that shares it keeps a reference, so a count of one means no one else can see it.
+    bool unshared = _capacity && _owner->retainCount() == 1;
+    if (unshared && capacity <= _capacity)
+        return const_cast<uint8_t*>(_bytes);
+    uint32_t newCapacity = capacity;
+    if (unshared)
+        newCapacity = static_cast<uint32_t>(std::min<uint64_t>(uint64_t { _capacity } * 2, UINT32_MAX));
+    newCapacity = std::max(newCapacity, capacity);
+    newCapacity = std::max(newCapacity, 16u);
+    Ref<Data> buffer = withInlineBytes(newCapacity);
+    auto* bytes = const_cast<uint8_t*>(buffer->_bytes);
+    if (_length)
+        std::memcpy(bytes, _bytes, _length);
+    _owner = buffer;
+    _bytes = bytes;
+    _capacity = newCapacity;
+    return bytes;
 }
 
 uint8_t* MutableData::mutableBytes()
 {
-    return _length ? ownStorage().data() : nullptr;
+    return _length ? writableBytes(_length) : nullptr;
 }
 
 void MutableData::appendBytes(const void* bytes, uint32_t length)
@@ -52,28 +72,21 @@ void MutableData::appendBytes(const void* bytes, uint32_t length)
         return;
     if (!bytes)
         detail::raiseNilArgument(this, "appendBytes:length:");
-    const auto* first = static_cast<const uint8_t*>(bytes);
-    std::vector<uint8_t>& storage = ownStorage();
-    // The bytes may lie inside our own buffer, which insert handles for a range of iterators
-    // only if it does not reallocate first: copy them when they alias.
-    if (first >= storage.data() && first < storage.data() + storage.size()) {
-        std::vector<uint8_t> copy(first, first + length);
-        storage.insert(storage.end(), copy.begin(), copy.end());
-    } else {
-        storage.insert(storage.end(), first, first + length);
-    }
-    _length = static_cast<uint32_t>(storage.size());
+    const auto* source = static_cast<const uint8_t*>(bytes);
+    // The bytes may lie inside our own, which a new buffer would move.
+    bool aliases = _length && source >= _bytes && source < _bytes + _length;
+    size_t sourceOffset = aliases ? static_cast<size_t>(source - _bytes) : 0;
+    uint8_t* target = writableBytes(_length + length);
+    if (aliases)
+        source = target + sourceOffset;
+    std::memmove(target + _length, source, length);
+    _length += length;
 }
 
 void MutableData::appendData(const Data* data)
 {
     if (!data)
         detail::raiseNilArgument(this, "appendData:");
-    if (data == this) {
-        std::vector<uint8_t> copy(span().begin(), span().end());
-        appendBytes(copy.data(), static_cast<uint32_t>(copy.size()));
-        return;
-    }
     appendBytes(data->bytes(), data->length());
 }
 
@@ -84,7 +97,9 @@ void MutableData::replaceBytesInRange(Range range, const void* bytes)
         return;
     if (!bytes)
         detail::raiseNilArgument(this, "replaceBytesInRange:withBytes:");
-    std::memmove(ownStorage().data() + range.location, bytes, range.length);
+    // Copy first: the bytes may be our own, which writableBytes may move.
+    std::vector<uint8_t> replacement(static_cast<const uint8_t*>(bytes), static_cast<const uint8_t*>(bytes) + range.length);
+    std::memcpy(writableBytes(_length) + range.location, replacement.data(), range.length);
 }
 
 void MutableData::replaceBytesInRange(Range range, const void* bytes, uint32_t length)
@@ -94,27 +109,29 @@ void MutableData::replaceBytesInRange(Range range, const void* bytes, uint32_t l
         detail::raiseNilArgument(this, "replaceBytesInRange:withBytes:length:");
     const auto* first = static_cast<const uint8_t*>(bytes);
     std::vector<uint8_t> replacement(first, first + length);
-    std::vector<uint8_t>& storage = ownStorage();
-    auto start = storage.begin() + range.location;
-    storage.erase(start, start + range.length);
-    storage.insert(storage.begin() + range.location, replacement.begin(), replacement.end());
-    _length = static_cast<uint32_t>(storage.size());
+    uint32_t newLength = _length - range.length + length;
+    uint8_t* target = writableBytes(std::max(_length, newLength));
+    uint32_t tail = _length - range.location - range.length;
+    std::memmove(target + range.location + length, target + range.location + range.length, tail);
+    if (length)
+        std::memcpy(target + range.location, replacement.data(), length);
+    _length = newLength;
 }
 
 void MutableData::resetBytesInRange(Range range)
 {
     checkRange(range, "resetBytesInRange:");
     if (range.length)
-        std::memset(ownStorage().data() + range.location, 0, range.length);
+        std::memset(writableBytes(_length) + range.location, 0, range.length);
 }
 
 void MutableData::setLength(uint32_t length)
 {
-    if (length == _length)
-        return;
-    std::vector<uint8_t>& storage = ownStorage();
-    storage.resize(length, 0);
+    if (length > _length)
+        std::memset(writableBytes(length) + _length, 0, length - _length);
     _length = length;
+    if (!_length && !_capacity)
+        shareBytes(nullptr, nullptr, 0);
 }
 
 void MutableData::increaseLengthBy(uint32_t extraLength)
@@ -128,9 +145,8 @@ void MutableData::setData(const Data* data)
         detail::raiseNilArgument(this, "setData:");
     if (data == this)
         return;
-    _storage = data->_storage;
-    _offset = data->_offset;
-    _length = data->_length;
+    shareBytes(data->bytesOwner(), data->_bytes, data->_length);
+    _capacity = 0;
 }
 
 } // namespace yk

@@ -5,6 +5,7 @@
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/MutableString.h>
+#include <Yarkit/core/values/StringConverter.h>
 
 #include "core/runtime/RuntimeErrors.h"
 
@@ -17,7 +18,6 @@
 
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
-#include <unicode/ucnv.h>
 #include <unicode/unistr.h>
 
 namespace yk {
@@ -25,24 +25,6 @@ namespace yk {
 YK_DEFINE_CLASS(String);
 
 namespace {
-
-struct ConverterCloser {
-    void operator()(UConverter* converter) const { ucnv_close(converter); }
-};
-using Converter = std::unique_ptr<UConverter, ConverterCloser>;
-
-// A converter for the encoding, or null when ICU has none.
-Converter openConverter(CFStringEncoding encoding)
-{
-    const char* name = icuConverterName(encoding);
-    if (!name)
-        return nullptr;
-    UErrorCode status = U_ZERO_ERROR;
-    Converter converter(ucnv_open(name, &status));
-    if (U_FAILURE(status))
-        return nullptr;
-    return converter;
-}
 
 icu::UnicodeString aliasOf(std::u16string_view units)
 {
@@ -82,29 +64,8 @@ Ref<String> String::stringWithBytes(const void* bytes, size_t length, CFStringEn
 {
     if (!bytes && length)
         return nullptr;
-    Converter converter = openConverter(encoding);
-    if (!converter)
-        return nullptr;
-    UErrorCode status = U_ZERO_ERROR;
-    // Stop at the first illegal, unmapped or truncated sequence: the result is then null.
-    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-    const char* source = static_cast<const char*>(bytes);
-    const char* sourceEnd = source + length;
-    std::u16string units(length + 1, u'\0');
-    size_t written = 0;
-    for (;;) {
-        char16_t* target = units.data() + written;
-        ucnv_toUnicode(converter.get(), &target, units.data() + units.size(), &source, sourceEnd, nullptr, true, &status);
-        written = static_cast<size_t>(target - units.data());
-        if (status != U_BUFFER_OVERFLOW_ERROR)
-            break;
-        status = U_ZERO_ERROR;
-        units.resize(units.size() * 2);
-    }
-    if (U_FAILURE(status))
-        return nullptr;
-    units.resize(written);
-    return make<String>(std::move(units));
+    auto units = StringConverter(encoding).decode({ static_cast<const uint8_t*>(bytes), length });
+    return units ? make<String>(std::move(*units)) : nullptr;
 }
 
 Ref<String> String::stringWithData(const Data* data, CFStringEncoding encoding)
@@ -134,36 +95,8 @@ std::string String::utf8() const
 
 Ref<Data> String::dataUsingEncoding(CFStringEncoding encoding, bool allowLossyConversion) const
 {
-    Converter converter = openConverter(encoding);
-    if (!converter)
-        return nullptr;
-    UErrorCode status = U_ZERO_ERROR;
-    if (allowLossyConversion) {
-        ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_SUBSTITUTE, nullptr, nullptr, nullptr, &status);
-        // Encodings that cannot write "?" as one byte (UTF-16, UTF-32) keep ICU's substitute.
-        UErrorCode substitutionStatus = U_ZERO_ERROR;
-        ucnv_setSubstChars(converter.get(), "?", 1, &substitutionStatus);
-    } else {
-        ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-    }
-    const char16_t* source = _units.data();
-    const char16_t* sourceEnd = source + _units.size();
-    std::vector<uint8_t> bytes(_units.size() * 2 + 16);
-    size_t written = 0;
-    for (;;) {
-        char* base = reinterpret_cast<char*>(bytes.data());
-        char* target = base + written;
-        ucnv_fromUnicode(converter.get(), &target, base + bytes.size(), &source, sourceEnd, nullptr, true, &status);
-        written = static_cast<size_t>(target - base);
-        if (status != U_BUFFER_OVERFLOW_ERROR)
-            break;
-        status = U_ZERO_ERROR;
-        bytes.resize(bytes.size() * 2);
-    }
-    if (U_FAILURE(status))
-        return nullptr;
-    bytes.resize(written);
-    return make<Data>(std::move(bytes));
+    auto bytes = StringConverter(encoding).encode(_units, allowLossyConversion);
+    return bytes ? Data::dataWithBytes(bytes->data(), static_cast<uint32_t>(bytes->size())) : nullptr;
 }
 
 bool String::canBeConvertedToEncoding(CFStringEncoding encoding) const

@@ -66,6 +66,25 @@ bool isStringEncodingAvailable(CFStringEncoding encoding)
     return U_SUCCESS(status);
 }
 
+CFStringEncoding nearestConvertibleEncoding(CFStringEncoding encoding)
+{
+    if (isStringEncodingAvailable(encoding))
+        return encoding;
+    CFStringEncoding nearest = kCFStringEncodingInvalidId;
+    switch (encoding) {
+    case kCFStringEncodingMacJapanese:
+    case kCFStringEncodingShiftJIS_X0213:
+        nearest = kCFStringEncodingShiftJIS;
+        break;
+    case kCFStringEncodingISO_2022_JP_3:
+        nearest = kCFStringEncodingISO_2022_JP;
+        break;
+    default:
+        return kCFStringEncodingInvalidId;
+    }
+    return isStringEncodingAvailable(nearest) ? nearest : kCFStringEncodingInvalidId;
+}
+
 const char* stringEncodingName(CFStringEncoding encoding)
 {
     const auto* entry = findEncoding(encoding);

@@ -48,6 +48,7 @@
 #include <Yarkit/core/values/Number.h>
 #include <Yarkit/core/values/Set.h>
 #include <Yarkit/core/values/String.h>
+#include <Yarkit/core/values/StringConverter.h>
 #include <Yarkit/core/values/StringEncoding.h>
 #include <Yarkit/core/values/Value.h>
 #include <Yarkit/core/threads/ConditionLock.h>

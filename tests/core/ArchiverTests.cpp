@@ -1,21 +1,16 @@
 #include <Yarkit/core/system/Archiver.h>
 #include <Yarkit/core/system/Unarchiver.h>
 
-#include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/system/Coding.h>
-#include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Date.h>
-#include <Yarkit/core/values/Dictionary.h>
 #include <Yarkit/core/values/Error.h>
-#include <Yarkit/core/values/Exception.h>
 #include <Yarkit/core/values/MutableArray.h>
 #include <Yarkit/core/values/MutableData.h>
 #include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/values/MutableString.h>
 #include <Yarkit/core/values/Null.h>
 #include <Yarkit/core/values/Number.h>
-#include <Yarkit/core/values/String.h>
 #include <Yarkit/core/values/Value.h>
 
 #include <gtest/gtest.h>
@@ -24,8 +19,10 @@
 
 #include <cmath>
 #include <string>
+#include <tuple>
 
 using yk::Ref;
+using yk::test::describe;
 using yk::test::str;
 
 namespace {
@@ -90,11 +87,7 @@ class Greedy : public yk::Object, public yk::Coding {
     YK_OBJECT(Greedy, yk::Object)
 public:
     void encodeWithCoder(yk::Archiver& coder) const override { coder.encodeInt(1); }
-    void initWithCoder(yk::Unarchiver& coder) override
-    {
-        coder.decodeInt();
-        coder.decodeInt();
-    }
+    void initWithCoder(yk::Unarchiver& coder) override { coder.decodeInt(), coder.decodeInt(); }
 };
 YK_DEFINE_CLASS(Greedy);
 
@@ -107,11 +100,6 @@ Ref<yk::Object> roundTrip(const yk::Object* object)
 {
     auto data = yk::Archiver::archivedDataWithRootObject(object);
     return yk::Unarchiver::unarchiveObjectWithData(data.get());
-}
-
-std::string describe(const yk::Object* object)
-{
-    return object ? object->description()->utf8() : "(null)";
 }
 
 Ref<yk::Data> bytes(std::initializer_list<uint8_t> list)
@@ -138,90 +126,63 @@ std::vector<uint8_t> withClass(std::string_view name, const std::vector<uint8_t>
     return { body.begin(), body.end() };
 }
 
+// An array of a shared string twice and a bookmark with every field set (its title the same
+// string) twice.
+Ref<yk::Array> sampleRoot()
+{
+    auto shared = yk::MutableString::stringWithString(str("shared text that is fairly long").get());
+    auto bookmark = yk::make<Bookmark>();
+    bookmark->title = shared;
+    bookmark->target = yk::Dictionary::dictionaryWithEntries({ { str("when"), yk::Date::date() }, { yk::Number::numberWithDouble(1.5), bytes({ 9, 9 }) } });
+    bookmark->visits = -7;
+    bookmark->rating = 4.5;
+    bookmark->pinned = true;
+    bookmark->icon = { 0x89, 'P', 'N', 'G' };
+    return yk::Array::arrayWithObjects({ shared, shared, bookmark, bookmark });
+}
+
 } // namespace
 
 TEST(Archiver, EveryValueKindSurvivesARoundTrip)
 {
     const char16_t loneSurrogate[] = { u'a', 0xD800, u'b' };
-    auto mutableString = yk::MutableString::stringWithString(str("edit me").get());
-    auto mutableData = yk::MutableData::dataWithBytes("\x01\x02", 2);
-    auto mutableArray = yk::make<yk::MutableArray>(std::vector<Ref<yk::Object>> { str("x") });
-    auto mutableDictionary = yk::make<yk::MutableDictionary>();
-    mutableDictionary->setObject(str("v"), str("k"));
     Ref<yk::Object> values[] = {
-        yk::Null::null(),
-        yk::Number::numberWithBool(true),
-        yk::Number::numberWithShort(-32768),
-        yk::Number::numberWithUnsignedShort(65535),
-        yk::Number::numberWithInt(-2147483647 - 1),
-        yk::Number::numberWithUnsignedInt(4294967295u),
-        yk::Number::numberWithLongLong(INT64_MIN),
-        yk::Number::numberWithUnsignedLongLong(UINT64_MAX),
-        yk::Number::numberWithFloat(0.1f),
-        yk::Number::numberWithDouble(-0.0),
-        yk::Number::numberWithDouble(INFINITY),
-        str(""),
-        str("日本語のメール 📨"),
-        yk::String::stringWithCharacters(loneSurrogate, 3),
-        mutableString,
-        bytes({}),
-        bytes({ 0, 0xFF, 0x7F }),
-        mutableData,
+        yk::Null::null(), yk::Number::numberWithBool(true), yk::Number::numberWithShort(-32768),
+        yk::Number::numberWithUnsignedShort(65535), yk::Number::numberWithInt(-2147483647 - 1),
+        yk::Number::numberWithUnsignedInt(4294967295u), yk::Number::numberWithLongLong(INT64_MIN),
+        yk::Number::numberWithUnsignedLongLong(UINT64_MAX), yk::Number::numberWithFloat(0.1f),
+        yk::Number::numberWithDouble(-0.0), yk::Number::numberWithDouble(INFINITY),
+        str(""), str("日本語のメール 📨"), yk::String::stringWithCharacters(loneSurrogate, 3),
+        yk::MutableString::stringWithString(str("edit me").get()),
+        bytes({}), bytes({ 0, 0xFF, 0x7F }), yk::MutableData::dataWithBytes("\x01\x02", 2),
         yk::Date::dateWithTimeIntervalSinceReferenceDate(-1234.5),
         yk::Array::arrayWithObjects({}),
         yk::Array::arrayWithObjects({ str("a"), yk::Number::numberWithInt(1), yk::Array::arrayWithObjects({ yk::Null::null() }) }),
-        mutableArray,
+        yk::make<yk::MutableArray>(std::vector<Ref<yk::Object>> { str("x") }),
         yk::Dictionary::dictionaryWithEntries({ { str("a"), str("b") }, { yk::Number::numberWithInt(2), bytes({ 1 }) },
             { str("nested"), yk::Dictionary::dictionaryWithEntries({ { str("c"), yk::Date::date() } }) } }),
-        mutableDictionary,
+        yk::Dictionary::dictionaryWithEntries({ { str("k"), str("v") } })->mutableCopy(),
     };
     for (const auto& value : values) {
+        SCOPED_TRACE(describe(value.get()));
         auto copy = roundTrip(value.get());
-        ASSERT_TRUE(copy) << describe(value.get());
-        EXPECT_NE(copy.get(), value.get() == yk::Null::null() ? nullptr : value.get());
-        EXPECT_TRUE(copy->isEqual(value.get())) << describe(value.get()) << " came back as " << describe(copy.get());
-        EXPECT_EQ(copy->classObject(), value->classObject()) << describe(value.get());
-        if (value->isKindOfClass(yk::Number::staticClass())) {
-            EXPECT_EQ(static_cast<yk::Number*>(copy.get())->kind(), static_cast<yk::Number*>(value.get())->kind()) << describe(value.get());
+        ASSERT_TRUE(copy);
+        EXPECT_TRUE(copy->isEqual(value.get())) << "came back as " << describe(copy.get());
+        EXPECT_EQ(copy->classObject(), value->classObject());
+        if (auto* number = dynamic_cast<yk::Number*>(value.get())) {
+            EXPECT_EQ(static_cast<yk::Number*>(copy.get())->kind(), number->kind());
         }
-        if (value->isKindOfClass(yk::String::staticClass())) {
-            EXPECT_EQ(static_cast<yk::String*>(copy.get())->units(), static_cast<yk::String*>(value.get())->units());
+        if (auto* string = dynamic_cast<yk::String*>(value.get())) {
+            EXPECT_EQ(static_cast<yk::String*>(copy.get())->units(), string->units());
         }
     }
     EXPECT_FALSE(roundTrip(nullptr));
     EXPECT_FALSE(yk::Unarchiver::unarchiveObjectWithData(nullptr));
 }
 
-TEST(Archiver, UserClassesAreRecreatedThroughTheRuntime)
+TEST(Archiver, UserClassesAreRecreatedAndSharedObjectsStaySharedAndAreWrittenOnce)
 {
-    auto bookmark = yk::make<Bookmark>();
-    bookmark->title = str("Yarkit");
-    bookmark->target = yk::Array::arrayWithObjects({ str("imap://mail.example.jp/INBOX") });
-    bookmark->visits = -7;
-    bookmark->rating = 4.5;
-    bookmark->pinned = true;
-    bookmark->icon = { 0x89, 'P', 'N', 'G' };
-
-    auto copy = roundTrip(bookmark.get());
-    ASSERT_TRUE(copy);
-    ASSERT_EQ(copy->classObject(), Bookmark::staticClass());
-    auto restored = static_cast<Bookmark*>(copy.get());
-    EXPECT_EQ(restored->title->utf8(), "Yarkit");
-    EXPECT_TRUE(restored->target->isEqual(bookmark->target.get()));
-    EXPECT_EQ(restored->visits, -7);
-    EXPECT_EQ(restored->rating, 4.5);
-    EXPECT_TRUE(restored->pinned);
-    EXPECT_EQ(restored->icon, bookmark->icon);
-    EXPECT_EQ(restored->versionRead, 3u);
-}
-
-TEST(Archiver, SharedObjectsStaySharedAndAreWrittenOnce)
-{
-    auto shared = yk::MutableString::stringWithString(str("shared text that is fairly long").get());
-    auto bookmark = yk::make<Bookmark>();
-    bookmark->title = shared;
-    auto root = yk::Array::arrayWithObjects({ shared, shared, bookmark, bookmark });
-
+    auto root = sampleRoot();
     auto data = yk::Archiver::archivedDataWithRootObject(root.get());
     std::string_view text = data->stringView();
     EXPECT_EQ(text.find("shared text"), text.rfind("shared text"));
@@ -232,7 +193,13 @@ TEST(Archiver, SharedObjectsStaySharedAndAreWrittenOnce)
     ASSERT_EQ(array->count(), 4u);
     EXPECT_EQ(array->objectAtIndex(0).get(), array->objectAtIndex(1).get());
     EXPECT_EQ(array->objectAtIndex(2).get(), array->objectAtIndex(3).get());
-    EXPECT_EQ(static_cast<Bookmark*>(array->objectAtIndex(2).get())->title.get(), array->objectAtIndex(0).get());
+    ASSERT_EQ(array->objectAtIndex(2)->classObject(), Bookmark::staticClass());
+    auto restored = static_cast<Bookmark*>(array->objectAtIndex(2).get());
+    auto original = static_cast<Bookmark*>(root->objectAtIndex(2).get());
+    EXPECT_EQ(restored->title.get(), array->objectAtIndex(0).get());
+    EXPECT_TRUE(restored->target->isEqual(original->target.get()));
+    EXPECT_EQ(std::tuple(restored->visits, restored->rating, restored->pinned, restored->icon, restored->versionRead),
+        std::tuple(int64_t(-7), 4.5, true, original->icon, 3u));
 }
 
 TEST(Archiver, ObjectsThatCannotBeArchivedRaise)
@@ -274,19 +241,12 @@ TEST(Unarchiver, MalformedArchivesGiveTheirError)
 {
     using Code = yk::ArchiveErrorCode;
     std::vector<uint8_t> deeplyNested;
-    for (unsigned i = 0; i <= yk::Unarchiver::maximumDepth; ++i) {
-        deeplyNested.push_back(0x08);
-        deeplyNested.push_back(0x01);
-    }
+    for (unsigned i = 0; i <= yk::Unarchiver::maximumDepth; ++i)
+        deeplyNested.insert(deeplyNested.end(), { 0x08, 0x01 });
     deeplyNested.push_back(0x01);
-    auto bookmark = yk::make<Bookmark>();
-    bookmark->title = str("t");
-    auto bookmarkArchive = yk::Archiver::archivedDataWithRootObject(bookmark.get());
-    auto renamed = [&](const char* from, const char* to) {
-        std::string text(bookmarkArchive->stringView());
-        text.replace(text.find(from), strlen(from), to);
-        return yk::Data::dataWithString(text);
-    };
+    // The sample archive with its bookmark read back by a class that wants an integer first.
+    std::string misread(yk::Archiver::archivedDataWithRootObject(sampleRoot().get())->stringView());
+    misread.replace(misread.find("Bookmark"), 8, "Misreads");
 
     struct Row {
         const char* name;
@@ -328,7 +288,7 @@ TEST(Unarchiver, MalformedArchivesGiveTheirError)
         { "class that cannot be created", archive(withClass("Null", {})), Code::UnknownClass },
         { "class reference ahead", archive({ 0x0C, 3 }), Code::Malformed },
         { "object without its end", archive({ 0x0C, 0, 9, 'T', 'i', 't', 'l', 'e', 'O', 'n', 'l', 'y', 0, 0x01 }), Code::Truncated },
-        { "integer asked where an object was written", renamed("Bookmark", "Misreads"), Code::TypeMismatch },
+        { "integer asked where an object was written", yk::Data::dataWithString(misread), Code::TypeMismatch },
         { "reading past the fields", archive(withClass("Greedy", { 0x11, 0x02 })), Code::TypeMismatch },
         { "object asked where an integer was written", archive(withClass("TitleOnly", { 0x11, 0x02 })), Code::TypeMismatch },
     };
@@ -352,23 +312,14 @@ TEST(Unarchiver, MalformedArchivesGiveTheirError)
 
 TEST(Unarchiver, EveryTruncationOfAnArchiveIsRefused)
 {
-    auto bookmark = yk::make<Bookmark>();
-    bookmark->title = str("タイトル");
-    bookmark->icon = { 1, 2, 3 };
-    auto root = yk::Dictionary::dictionaryWithEntries({
-        { str("bookmarks"), yk::Array::arrayWithObjects({ bookmark, bookmark }) },
-        { str("when"), yk::Date::date() },
-        { yk::Number::numberWithDouble(1.5), bytes({ 9, 9 }) },
-    });
-    auto data = yk::Archiver::archivedDataWithRootObject(root.get());
+    auto data = yk::Archiver::archivedDataWithRootObject(sampleRoot().get());
     for (uint32_t length = 0; length < data->length(); ++length) {
         Ref<yk::Error> error;
-        auto prefix = data->subdataWithRange({ 0, length });
-        EXPECT_FALSE(yk::Unarchiver::unarchiveObjectWithData(prefix.get(), &error)) << length;
+        EXPECT_FALSE(yk::Unarchiver::unarchiveObjectWithData(data->subdataWithRange({ 0, length }).get(), &error)) << length;
         ASSERT_TRUE(error) << length;
         EXPECT_EQ(error->code(), static_cast<int64_t>(yk::ArchiveErrorCode::Truncated)) << length;
     }
-    EXPECT_TRUE(yk::Unarchiver::unarchiveObjectWithData(data.get())->isEqual(root.get()) == false); // bookmarks compare by identity
+    EXPECT_TRUE(yk::Unarchiver::unarchiveObjectWithData(data.get()));
 }
 
 TEST(Unarchiver, FieldsAnOlderClassDoesNotReadAreSkipped)

@@ -15,164 +15,122 @@
 #include <cmath>
 
 using namespace yk;
+using yk::test::describe;
 using yk::test::expectRaise;
 using yk::test::str;
 
 namespace {
 
-std::string nilMessage(const char* receiver, const char* selector)
+std::string joined(const Array* array)
 {
-    return std::string("*** -[") + receiver + " " + selector + "]: nil string (or other) argument";
-}
-
-std::string boundsMessage(const char* receiver, const char* selector)
-{
-    return std::string("*** -[") + receiver + " " + selector + "]: Range or index out of bounds";
+    return array->componentsJoinedByString(str(",").get())->utf8();
 }
 
 } // namespace
 
-TEST(Collections, NullInsertionRaisesWithTheReceiverAndSelector)
+TEST(Collections, BadArgumentsRaiseWithTheReceiverAndSelector)
 {
-    auto array = make<MutableArray>();
+    auto array = MutableArray::arrayWithCapacity(2);
     auto dictionary = make<MutableDictionary>();
     auto set = make<MutableSet>();
+    array->addObject(str("a"));
     struct Case {
+        const char* receiver;
+        const char* selector;
         std::function<void()> body;
-        std::string reason;
-    } cases[] = {
-        { [&] { array->addObject(nullptr); }, nilMessage("MutableArray", "addObject:") },
-        { [&] { array->insertObject(nullptr, 0); }, nilMessage("MutableArray", "insertObject:atIndex:") },
-        { [&] { dictionary->setObject(nullptr, str("key")); }, nilMessage("MutableDictionary", "setObject:forKey:") },
-        { [&] { dictionary->setObject(str("value"), nullptr); }, nilMessage("MutableDictionary", "setObject:forKey:") },
-        { [&] { dictionary->setObject(nullptr, nullptr); }, nilMessage("MutableDictionary", "setObject:forKey:") },
-        { [&] { set->addObject(nullptr); }, nilMessage("MutableSet", "addObject:") },
-        { [&] { (void)Array::arrayWithObjects({ str("a"), nullptr }); }, nilMessage("Array", "initWithObjects:count:") },
-        { [&] { (void)Dictionary::dictionaryWithEntries({ { str("k"), nullptr } }); }, nilMessage("Dictionary", "initWithObjects:forKeys:count:") },
+    } nils[] = {
+        { "MutableArray", "addObject:", [&] { array->addObject(nullptr); } },
+        { "MutableArray", "insertObject:atIndex:", [&] { array->insertObject(nullptr, 0); } },
+        { "MutableDictionary", "setObject:forKey:", [&] { dictionary->setObject(nullptr, str("key")); } },
+        { "MutableDictionary", "setObject:forKey:", [&] { dictionary->setObject(str("value"), nullptr); } },
+        { "MutableSet", "addObject:", [&] { set->addObject(nullptr); } },
+        { "Array", "initWithObjects:count:", [&] { (void)Array::arrayWithObjects({ str("a"), nullptr }); } },
+        { "Dictionary", "initWithObjects:forKeys:count:", [&] { (void)Dictionary::dictionaryWithEntries({ { str("k"), nullptr } }); } },
+    }, bounds[] = {
+        { "MutableArray", "objectAtIndex:", [&] { (void)array->objectAtIndex(1); } },
+        { "MutableArray", "insertObject:atIndex:", [&] { array->insertObject(str("x"), 2); } },
+        { "MutableArray", "removeObjectAtIndex:", [&] { array->removeObjectAtIndex(1); } },
+        { "MutableArray", "replaceObjectAtIndex:withObject:", [&] { array->replaceObjectAtIndex(5, str("x")); } },
+        { "MutableArray", "subarrayWithRange:", [&] { (void)array->subarrayWithRange({ 1, 1 }); } },
+        { "Array", "objectAtIndex:", [&] { (void)Array::arrayWithObjects({})->objectAtIndex(0); } },
+        { "MutableArray", "removeLastObject", [&] { make<MutableArray>()->removeLastObject(); } },
     };
-    for (const auto& c : cases)
-        expectRaise(c.body, NSInvalidArgumentException, c.reason);
-    EXPECT_EQ(array->count(), 0u);
+    const std::string prefix = "*** -[";
+    for (const auto& c : nils)
+        expectRaise(c.body, NSInvalidArgumentException, prefix + c.receiver + " " + c.selector + "]: nil string (or other) argument");
+    for (const auto& c : bounds)
+        expectRaise(c.body, NSRangeException, prefix + c.receiver + " " + c.selector + "]: Range or index out of bounds");
+    EXPECT_EQ(array->count(), 1u);
     EXPECT_EQ(dictionary->count(), 0u);
     EXPECT_EQ(set->count(), 0u);
 }
 
-TEST(Collections, IndicesOutOfBoundsRaiseRangeException)
+TEST(Collections, EqualityCrossesClassesAndKindsAndEqualObjectsHashAlike)
 {
-    auto array = MutableArray::arrayWithCapacity(2);
-    array->addObject(str("a"));
+    auto mutableX = MutableString::stringWithString(str("x").get());
     struct Case {
-        std::function<void()> body;
-        std::string reason;
+        const char* name;
+        Ref<Object> a;
+        Ref<Object> b;
+        bool equal;
     } cases[] = {
-        { [&] { (void)array->objectAtIndex(1); }, boundsMessage("MutableArray", "objectAtIndex:") },
-        { [&] { array->insertObject(str("x"), 2); }, boundsMessage("MutableArray", "insertObject:atIndex:") },
-        { [&] { array->removeObjectAtIndex(1); }, boundsMessage("MutableArray", "removeObjectAtIndex:") },
-        { [&] { array->replaceObjectAtIndex(5, str("x")); }, boundsMessage("MutableArray", "replaceObjectAtIndex:withObject:") },
-        { [&] { (void)array->subarrayWithRange({ 1, 1 }); }, boundsMessage("MutableArray", "subarrayWithRange:") },
-        { [&] { (void)Array::arrayWithObjects({})->objectAtIndex(0); }, boundsMessage("Array", "objectAtIndex:") },
-        { [&] { make<MutableArray>()->removeLastObject(); }, boundsMessage("MutableArray", "removeLastObject") },
+        { "arrays", Array::arrayWithObjects({ str("x"), Number::numberWithInt(1), Null::null() }),
+            Array::arrayWithObjects({ mutableX, Number::numberWithDouble(1.0), Null::null() })->mutableCopy(), true },
+        { "arrays in another order", Array::arrayWithObjects({ str("x"), str("y") }), Array::arrayWithObjects({ str("y"), str("x") }), false },
+        { "dictionaries in another order", Dictionary::dictionaryWithEntries({ { str("x"), Number::numberWithInt(1) }, { str("y"), str("why") } }),
+            Dictionary::dictionaryWithEntries({ { str("y"), str("why") }, { mutableX, Number::numberWithFloat(1.0f) } })->mutableCopy(), true },
+        { "dictionaries with another value", Dictionary::dictionaryWithEntries({ { str("x"), Number::numberWithInt(1) } }),
+            Dictionary::dictionaryWithEntries({ { str("x"), Number::numberWithInt(2) } }), false },
+        { "sets", Set::setWithObjects({ str("a"), mutableX, Number::numberWithInt(2), Number::numberWithDouble(2.0) }),
+            Set::setWithObjects({ Number::numberWithLongLong(2), str("x"), str("a") }), true },
+        { "number and string", Number::numberWithInt(1), str("1"), false },
     };
-    for (const auto& c : cases)
-        expectRaise(c.body, NSRangeException, c.reason);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.a->isEqual(c.b.get()), c.equal);
+        EXPECT_EQ(c.b->isEqual(c.a.get()), c.equal);
+        EXPECT_TRUE(!c.equal || c.a->hash() == c.b->hash());
+    }
 }
 
-TEST(Array, EqualityHashAndEditing)
+TEST(Collections, EditsRemoveEveryEqualObjectCopyMutableKeysAndLeaveCopiesAlone)
 {
-    auto a = Array::arrayWithObjects({ str("x"), Number::numberWithInt(1), Null::null() });
-    auto b = MutableArray::arrayWithCapacity(3);
-    b->addObject(MutableString::stringWithString(str("x").get()));
-    b->addObject(Number::numberWithDouble(1.0));
-    b->addObject(Null::null());
-    EXPECT_TRUE(a->isEqual(b.get()));
-    EXPECT_TRUE(b->isEqual(a.get()));
-    EXPECT_EQ(a->hash(), b->hash());
-    EXPECT_EQ(a->indexOfObject(Number::numberWithLongLong(1).get()), 1u);
-    EXPECT_EQ(a->indexOfObject(str("y").get()), NotFound);
-
-    b->insertObject(str("x"), 0);
-    b->removeObject(str("x").get()); // every equal object goes
-    EXPECT_EQ(b->count(), 2u);
-    b->replaceObjectAtIndex(0, str("z"));
-    b->addObjectsFromArray(b.get());
-    EXPECT_EQ(b->componentsJoinedByString(str(",").get())->utf8(), "z,<null>,z,<null>");
-    Ref<Array> frozen = b->copy();
-    b->removeAllObjects();
+    auto array = Array::arrayWithObjects({ str("x"), Number::numberWithInt(1), str("x"), Null::null() })->mutableCopy();
+    EXPECT_EQ(array->indexOfObject(Number::numberWithDouble(1.0).get()), 1u);
+    array->removeObject(MutableString::stringWithString(str("x").get()).get());
+    array->addObjectsFromArray(array.get());
+    EXPECT_EQ(joined(array.get()), "1,<null>,1,<null>");
+    Ref<Array> frozen = array->copy();
+    array->removeAllObjects();
     EXPECT_EQ(frozen->count(), 4u);
-    EXPECT_FALSE(frozen->isEqual(b.get()));
-}
+    EXPECT_EQ(frozen->copy().get(), frozen.get());
 
-TEST(Dictionary, KeysCompareByValueAndKeepInsertionOrder)
-{
-    auto dictionary = make<MutableDictionary>();
-    dictionary->setObject(str("one"), Number::numberWithInt(1));
-    dictionary->setObject(str("b"), str("b"));
-    dictionary->setObject(str("a"), str("a"));
-    // 1.0 is the same key as the int 1: the value is replaced in place.
-    dictionary->setObject(str("uno"), Number::numberWithDouble(1.0));
-    EXPECT_EQ(dictionary->count(), 3u);
-    EXPECT_EQ(dictionary->allKeys()->componentsJoinedByString(str(",").get())->utf8(), "1,b,a");
-    EXPECT_EQ(dictionary->allValues()->componentsJoinedByString(str(",").get())->utf8(), "uno,b,a");
-    EXPECT_TRUE(dictionary->objectForKey(Number::numberWithBool(true).get())->isEqual(str("uno").get()));
-    EXPECT_TRUE(dictionary->objectForKey("a"));
-    EXPECT_FALSE(dictionary->objectForKey("c"));
-    EXPECT_FALSE(dictionary->objectForKey(static_cast<const Object*>(nullptr)));
-
-    dictionary->removeObjectForKey(str("b").get());
-    dictionary->setObject(str("b2"), str("b"));
-    EXPECT_EQ(dictionary->allKeys()->componentsJoinedByString(str(",").get())->utf8(), "1,a,b");
-    EXPECT_TRUE(dictionary->objectForKey("a")->isEqual(str("a").get()));
-    EXPECT_EQ(dictionary->description()->utf8(), "{\n    1 = uno;\n    a = a;\n    b = b2;\n}");
-}
-
-TEST(Dictionary, MutableKeysAreCopied)
-{
     auto key = MutableString::stringWithString(str("key").get());
     auto dictionary = make<MutableDictionary>();
     dictionary->setObject(str("value"), key);
     key->appendString(str("-changed").get());
     EXPECT_TRUE(dictionary->objectForKey("key"));
-    EXPECT_FALSE(dictionary->objectForKey("key-changed"));
     EXPECT_FALSE(dictionary->allKeys()->objectAtIndex(0)->isKindOfClass(MutableString::staticClass()));
+    Ref<Dictionary> copy = dictionary->copy();
+    dictionary->removeObjectsForKeys(Array::arrayWithObjects({ str("key"), str("absent") }).get());
+    EXPECT_EQ(copy->count() - dictionary->count(), 1u);
 }
 
-TEST(Dictionary, EqualityIgnoresOrder)
+TEST(Dictionary, EqualNumbersAreOneKeyAndKeysKeepInsertionOrder)
 {
-    auto a = Dictionary::dictionaryWithEntries({ { str("x"), Number::numberWithInt(1) }, { str("y"), str("why") } });
-    auto b = make<MutableDictionary>();
-    b->setObject(str("why"), str("y"));
-    b->setObject(Number::numberWithFloat(1.0f), str("x"));
-    EXPECT_TRUE(a->isEqual(b.get()));
-    EXPECT_EQ(a->hash(), b->hash());
-    b->setObject(str("other"), str("y"));
-    EXPECT_FALSE(a->isEqual(b.get()));
-    Ref<MutableDictionary> copy = a->mutableCopy();
-    copy->removeObjectsForKeys(Array::arrayWithObjects({ str("x"), str("absent") }).get());
-    EXPECT_EQ(copy->count(), 1u);
-    EXPECT_EQ(a->count(), 2u);
-    copy->addEntriesFromDictionary(a.get());
-    EXPECT_TRUE(copy->isEqualToDictionary(a.get()));
-    EXPECT_EQ(a->copy().get(), a.get());
-    EXPECT_NE(copy->copy().get(), copy.get());
-}
+    auto dictionary = make<MutableDictionary>();
+    dictionary->setObject(str("one"), Number::numberWithInt(1));
+    dictionary->setObject(str("b"), str("b"));
+    dictionary->setObject(str("a"), str("a"));
+    dictionary->setObject(str("uno"), Number::numberWithDouble(1.0)); // replaces in place
+    EXPECT_EQ(joined(dictionary->allKeys().get()), "1,b,a");
+    EXPECT_EQ(joined(dictionary->allValues().get()), "uno,b,a");
+    EXPECT_EQ(describe(dictionary->objectForKey(Number::numberWithBool(true).get()).get()), "uno");
+    EXPECT_FALSE(dictionary->objectForKey(static_cast<const Object*>(nullptr)));
 
-TEST(Set, MembershipByValue)
-{
-    auto set = make<MutableSet>();
-    set->addObject(str("a"));
-    set->addObject(MutableString::stringWithString(str("a").get()));
-    set->addObject(Number::numberWithInt(2));
-    set->addObject(Number::numberWithDouble(2.0));
-    EXPECT_EQ(set->count(), 2u);
-    EXPECT_TRUE(set->containsObject(str("a").get()));
-    auto other = Set::setWithObjects({ Number::numberWithLongLong(2), str("a") });
-    EXPECT_TRUE(set->isEqual(other.get()));
-    EXPECT_EQ(set->hash(), other->hash());
-    set->minusSet(Set::setWithObjects({ str("a") }).get());
-    EXPECT_EQ(set->count(), 1u);
-    EXPECT_TRUE(set->isSubsetOfSet(other.get()));
-    set->intersectSet(Set::setWithObjects({ str("b") }).get());
-    EXPECT_EQ(set->count(), 0u);
+    dictionary->removeObjectForKey(str("b").get());
+    dictionary->setObject(str("b2"), str("b"));
+    EXPECT_EQ(dictionary->description()->utf8(), "{\n    1 = uno;\n    a = a;\n    b = b2;\n}");
 }
 
 TEST(Number, EqualityAndOrderAcrossKinds)
@@ -196,59 +154,37 @@ TEST(Number, EqualityAndOrderAcrossKinds)
     };
     for (size_t i = 0; i < std::size(cases); ++i) {
         const auto& c = cases[i];
-        EXPECT_EQ(c.a->compare(c.b.get()), c.expected) << "row " << i;
-        EXPECT_EQ(c.b->compare(c.a.get()), -c.expected) << "row " << i;
-        EXPECT_EQ(c.a->isEqual(c.b.get()), c.expected == OrderedSame) << "row " << i;
-        if (c.expected == OrderedSame) {
-            EXPECT_EQ(c.a->hash(), c.b->hash()) << "row " << i;
-        }
+        SCOPED_TRACE(testing::Message() << "row " << i);
+        EXPECT_EQ(c.a->compare(c.b.get()), c.expected);
+        EXPECT_EQ(c.b->compare(c.a.get()), -c.expected);
+        EXPECT_EQ(c.a->isEqual(c.b.get()), c.expected == OrderedSame);
+        EXPECT_TRUE(c.expected != OrderedSame || c.a->hash() == c.b->hash());
     }
-    EXPECT_FALSE(Number::numberWithInt(1)->isEqual(str("1").get()));
 }
 
-TEST(Number, AccessorsConvert)
+TEST(Number, AccessorsSaturateOrTruncateAndDescriptionsAreShortest)
 {
-    auto big = Number::numberWithDouble(1e10);
-    EXPECT_EQ(big->intValue(), INT32_MAX);
-    EXPECT_EQ(big->longLongValue(), 10000000000LL);
+    EXPECT_EQ(Number::numberWithDouble(1e10)->intValue(), INT32_MAX);
     EXPECT_EQ(Number::numberWithDouble(-1e300)->longLongValue(), INT64_MIN);
     EXPECT_EQ(Number::numberWithDouble(-2.7)->intValue(), -2);
     EXPECT_EQ(Number::numberWithInt(-1)->unsignedIntValue(), 0xFFFFFFFFu);
     EXPECT_EQ(Number::numberWithInt(70000)->shortValue(), static_cast<int16_t>(70000));
-    EXPECT_EQ(Number::numberWithInt(-1)->unsignedShortValue(), 0xFFFFu);
     EXPECT_TRUE(Number::numberWithDouble(0.1)->boolValue());
-    EXPECT_FALSE(Number::numberWithUnsignedLongLong(0)->boolValue());
-    EXPECT_FLOAT_EQ(Number::numberWithInt(3)->floatValue(), 3.0f);
 
     struct Case {
-        Ref<Number> number;
+        Ref<Object> object;
         const char* text;
     } descriptions[] = {
-        { Number::numberWithInt(-42), "-42" },
-        { Number::numberWithUnsignedLongLong(UINT64_MAX), "18446744073709551615" },
-        { Number::numberWithDouble(0.1), "0.1" },
-        { Number::numberWithFloat(0.1f), "0.1" },
-        { Number::numberWithDouble(2.0), "2" },
-        { Number::numberWithBool(true), "1" },
+        { Number::numberWithInt(-42), "-42" }, { Number::numberWithUnsignedLongLong(UINT64_MAX), "18446744073709551615" },
+        { Number::numberWithDouble(0.1), "0.1" }, { Number::numberWithFloat(0.1f), "0.1" },
+        { Number::numberWithDouble(2.0), "2" }, { Number::numberWithBool(true), "1" },
+        { Value::valueWithRange({ 2, 3 }), "NSRange: {2, 3}" }, { Null::null(), "<null>" },
     };
     for (const auto& c : descriptions)
-        EXPECT_EQ(c.number->description()->utf8(), c.text);
+        EXPECT_EQ(c.object->description()->utf8(), c.text);
 }
 
-TEST(Value, BoxesRangesAndPointers)
-{
-    int anchor = 0;
-    EXPECT_TRUE(Value::valueWithRange({ 2, 3 })->isEqual(Value::valueWithRange({ 2, 3 }).get()));
-    EXPECT_FALSE(Value::valueWithRange({ 2, 3 })->isEqual(Value::valueWithRange({ 2, 4 }).get()));
-    EXPECT_EQ(Value::valueWithRange({ 2, 3 })->rangeValue(), (Range { 2, 3 }));
-    EXPECT_EQ(Value::valueWithPointer(&anchor)->pointerValue(), &anchor);
-    EXPECT_FALSE(Value::valueWithPointer(nullptr)->isEqual(Value::valueWithRange({ 0, 0 }).get()));
-    EXPECT_EQ(Value::valueWithRange({ 2, 3 })->description()->utf8(), "NSRange: {2, 3}");
-    EXPECT_EQ(Null::null(), Null::null());
-    EXPECT_EQ(Null::null()->description()->utf8(), "<null>");
-}
-
-TEST(Date, ReferenceDateAndOrdering)
+TEST(Date, CountsFromTheReferenceDateInUTC)
 {
     auto reference = Date::dateWithTimeIntervalSinceReferenceDate(0);
     EXPECT_EQ(reference->description()->utf8(), "2001-01-01 00:00:00 +0000");
@@ -256,7 +192,5 @@ TEST(Date, ReferenceDateAndOrdering)
     auto later = reference->dateByAddingTimeInterval(86400.5);
     EXPECT_EQ(later->description()->utf8(), "2001-01-02 00:00:00 +0000");
     EXPECT_EQ(reference->compare(later.get()), OrderedAscending);
-    EXPECT_DOUBLE_EQ(later->timeIntervalSinceDate(reference.get()), 86400.5);
-    EXPECT_TRUE(reference->isEqual(Date::dateWithTimeIntervalSinceReferenceDate(0).get()));
     EXPECT_GT(Date::date()->timeIntervalSinceReferenceDate(), 7e8); // after 2023
 }

@@ -1,11 +1,17 @@
 #include "CoreTestSupport.h"
 
+#include <Yarkit/core/values/Error.h>
 #include <Yarkit/core/values/MutableData.h>
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <thread>
 #include <vector>
+
+#include <unistd.h>
 
 using namespace yk;
 using yk::test::expectRaise;
@@ -117,4 +123,91 @@ TEST(MutableData, CopiesReadOnOtherThreadsWhileTheOriginalChanges)
     for (auto& reader : readers)
         reader.join();
     EXPECT_EQ(editable->length(), 1010u);
+}
+
+namespace {
+
+// A file holding `contents`, removed when the object goes.
+struct TemporaryFile {
+    std::string path;
+    explicit TemporaryFile(const std::string& contents)
+    {
+        char name[] = "/tmp/yk-data-XXXXXX";
+        int fd = mkstemp(name);
+        EXPECT_GE(fd, 0);
+        EXPECT_EQ(write(fd, contents.data(), contents.size()), static_cast<ssize_t>(contents.size()));
+        close(fd);
+        path = name;
+    }
+    ~TemporaryFile() { unlink(path.c_str()); }
+};
+
+} // namespace
+
+// Whatever holds the bytes (the object itself, an adopted or borrowed buffer, a read-only
+// mapping), a subdata keeps reading them after the original goes, and a mutable copy changes
+// a copy of its own (writing to a mapping would fault).
+TEST(Data, EveryKindOfStorageSharesAndCopiesOnWrite)
+{
+    static char borrowed[] = "Hello, mail";
+    TemporaryFile file("Hello, mail");
+    struct Case {
+        const char* name;
+        std::function<Ref<Data>()> make;
+    } cases[] = {
+        { "inline", [] { return Data::dataWithString("Hello, mail"); } },
+        { "adopted", [] {
+             auto* bytes = static_cast<char*>(std::malloc(11));
+             std::memcpy(bytes, "Hello, mail", 11);
+             return Data::dataWithBytesNoCopy(bytes, 11, true);
+         } },
+        { "borrowed", [] { return Data::dataWithBytesNoCopy(borrowed, 11, false); } },
+        { "mapped", [&] { return Data::dataWithContentsOfFile(file.path.c_str(), Data::ReadingMappedIfSafe); } },
+        { "read", [&] { return Data::dataWithContentsOfFile(file.path.c_str()); } },
+        { "mutable", [] { return Ref<Data>(MutableData::dataWithBytes("Hello, mail", 11)); } },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Ref<Data> data = c.make();
+        ASSERT_TRUE(data);
+        Ref<Data> sub = data->subdataWithRange({ 7, 4 });
+        Ref<MutableData> editable = data->mutableCopy();
+        Ref<Data> copy = data->copy();
+        data = nullptr;
+        editable->replaceBytesInRange({ 0, 1 }, "J");
+        editable->appendBytes("!", 1);
+        EXPECT_EQ(sub->stringView(), "mail");
+        EXPECT_EQ(copy->stringView(), "Hello, mail");
+        EXPECT_EQ(editable->stringView(), "Jello, mail!");
+    }
+    EXPECT_STREQ(borrowed, "Hello, mail");
+}
+
+TEST(Data, ContentsOfFileFailsWithPOSIXErrors)
+{
+    TemporaryFile empty("");
+    struct Case {
+        const char* path;
+        int code; // 0: an empty data
+    } cases[] = {
+        { "/nonexistent/file", ENOENT },
+        { "", ENOENT },
+        { "/", EISDIR },
+        { empty.path.c_str(), 0 },
+    };
+    for (const auto& c : cases) {
+        for (uint32_t options : { Data::ReadingUncached, Data::ReadingMappedIfSafe }) {
+            SCOPED_TRACE(std::string(c.path) + (options ? " mapped" : ""));
+            Ref<Error> error;
+            Ref<Data> data = Data::dataWithContentsOfFile(c.path, options, &error);
+            if (!c.code) {
+                ASSERT_TRUE(data);
+                EXPECT_EQ(data->length(), 0u);
+                continue;
+            }
+            EXPECT_FALSE(data);
+            ASSERT_TRUE(error);
+            EXPECT_EQ(error->code(), c.code);
+        }
+    }
 }

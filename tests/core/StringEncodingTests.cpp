@@ -1,10 +1,14 @@
 #include "CoreTestSupport.h"
 
 #include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/StringConverter.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <span>
 #include <string>
+#include <vector>
 
 using namespace yk;
 using yk::test::str;
@@ -153,4 +157,57 @@ TEST(StringEncoding, ByteOrderMarks)
     // Written with a mark in the host's order (little-endian here), as ICU's UTF-16 writes it.
     EXPECT_EQ(hex(str("a")->dataUsingEncoding(kCFStringEncodingUnicode).get()), "fffe6100");
     EXPECT_EQ(hex(str("a")->dataUsingEncoding(kCFStringEncodingUTF16BE).get()), "0061");
+}
+
+// The conversion to UTF-8 hands its output over in pieces; where they break must change
+// neither the text (a character cut between two pieces) nor the replacements' offsets.
+TEST(StringConverter, ConvertToUTF8GivesTheSameTextAndOffsetsInAnyPieces)
+{
+    struct Case {
+        CFStringEncoding encoding;
+        std::string bytes;
+        std::string utf8;
+        std::vector<uint64_t> replaced;
+    } cases[] = {
+        { kCFStringEncodingShiftJIS, "a\x82\xa0\x82\xa2z", "a\xe3\x81\x82\xe3\x81\x84z", {} },
+        { kCFStringEncodingEUC_JP, "\xa4\xa2\xff" "b\x8f\xa4\x40", "\xe3\x81\x82\xef\xbf\xbd" "b\xef\xbf\xbd\xef\xbf\xbd\x40", { 2, 4, 5 } },
+        { kCFStringEncodingISO_2022_JP, "x\x1b$B$\"\x1b(By\x1b.#", "x\xe3\x81\x82y\xef\xbf\xbd.#", { 10 } },
+        { kCFStringEncodingUTF8, "ab\xed\xa0\x80" "c\xc3", "ab\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd" "c\xef\xbf\xbd", { 2, 3, 4, 6 } },
+        { kCFStringEncodingUTF8, "", "", {} },
+    };
+    for (const auto& c : cases) {
+        for (size_t pieceSize : { 1, 2, 3, 5, 64 * 1024 }) {
+            SCOPED_TRACE(::testing::Message() << stringEncodingName(c.encoding) << ", pieces of " << pieceSize);
+            StringConverter converter(c.encoding);
+            ASSERT_TRUE(converter.isValid());
+            std::string utf8;
+            std::vector<uint64_t> replaced;
+            auto write = [&](std::string_view piece) {
+                EXPECT_LE(piece.size(), pieceSize);
+                utf8 += piece;
+                return true;
+            };
+            std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(c.bytes.data()), c.bytes.size());
+            ASSERT_TRUE(converter.convertToUTF8(bytes, write, replaced, pieceSize));
+            EXPECT_EQ(utf8, c.utf8);
+            EXPECT_EQ(replaced, c.replaced);
+        }
+    }
+}
+
+TEST(StringEncoding, NearestConvertibleEncoding)
+{
+    struct Case {
+        CFStringEncoding encoding;
+        CFStringEncoding nearest;
+    } cases[] = {
+        { kCFStringEncodingShiftJIS, kCFStringEncodingShiftJIS },
+        { kCFStringEncodingDOSJapanese, kCFStringEncodingDOSJapanese },
+        { kCFStringEncodingMacJapanese, kCFStringEncodingShiftJIS },
+        { kCFStringEncodingShiftJIS_X0213, kCFStringEncodingShiftJIS },
+        { kCFStringEncodingISO_2022_JP_3, kCFStringEncodingISO_2022_JP },
+        { kCFStringEncodingNonLossyASCII, kCFStringEncodingInvalidId },
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(nearestConvertibleEncoding(c.encoding), c.nearest) << std::hex << c.encoding;
 }

@@ -4,7 +4,6 @@
 #include <Yarkit/core/runtime/Range.h>
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -13,10 +12,14 @@ namespace yk {
 
 class MutableData;
 
-// An immutable run of bytes. The bytes live in a buffer that several Data objects may share:
-// subdataWithRange and copy of an immutable Data share it without copying, and a MutableData
-// copies it before its first change (copy on write). Immutable data is safe to share between
-// threads.
+// An immutable run of bytes. Where the bytes live depends on how the data was made:
+// - dataWithBytes copies them into the object's own allocation (one allocation in all);
+// - dataWithBytesNoCopy adopts a malloc buffer (freed with the data) or borrows memory that
+//   the caller keeps alive and unchanged for the data's whole life;
+// - dataWithContentsOfFile can map a regular file read-only instead of reading it.
+// subdataWithRange and copy of an immutable Data share the bytes without copying, keeping
+// their owner alive; a MutableData copies shared bytes before its first change (copy on
+// write). Immutable data is safe to share between threads.
 //
 // Ranges and indices outside the bytes raise NSRangeException
 // "*** -[<class> <selector>]: Range or index out of bounds".
@@ -24,26 +27,45 @@ class Data : public Object {
     YK_OBJECT(Data, Object)
 public:
     Data() = default;
-    explicit Data(std::vector<uint8_t> bytes);
+    // Copies the bytes (into a buffer of its own: prefer dataWithBytes, which needs no second
+    // allocation).
+    explicit Data(const std::vector<uint8_t>& bytes);
+    ~Data() override;
 
     // +dataWithBytes:length: copies the bytes (a null pointer is allowed with length 0).
     [[nodiscard]] static Ref<Data> dataWithBytes(const void* bytes, uint32_t length);
     // The bytes of the text as they stand (UTF-8 text stays UTF-8).
     [[nodiscard]] static Ref<Data> dataWithString(std::string_view bytes);
+    // +dataWithBytesNoCopy:length:freeWhenDone: takes the bytes as they are. With
+    // `freeWhenDone` they must come from malloc and are freed with the data; without it they
+    // are borrowed and must outlive the data (and every subdata and copy taken from it).
+    [[nodiscard]] static Ref<Data> dataWithBytesNoCopy(void* bytes, uint32_t length, bool freeWhenDone = true);
+
+    // Options of dataWithContentsOfFile (bit 0 as the platform's "mapped if safe").
+    enum ReadingOptions : uint32_t {
+        ReadingUncached = 0,
+        // Map a regular file read-only instead of reading it; other files (pipes, devices) are
+        // read. A mapped file must not be truncated while the data lives.
+        ReadingMappedIfSafe = 1,
+    };
+    // +dataWithContentsOfFile:options:error: null on failure, with a POSIX error (errno; EFBIG
+    // for a file of 4 GiB or more) stored in `error` when it is given.
+    [[nodiscard]] static Ref<Data> dataWithContentsOfFile(const char* path, uint32_t options = ReadingUncached,
+        Ref<Error>* error = nullptr);
 
     uint32_t length() const { return _length; }
     // The first byte, or null when the data is empty.
-    const uint8_t* bytes() const;
+    const uint8_t* bytes() const { return _length ? _bytes : nullptr; }
     std::span<const uint8_t> span() const { return { bytes(), _length }; }
     std::string_view stringView() const { return { reinterpret_cast<const char*>(bytes()), _length }; }
 
     // -getBytes:range: copies range.length bytes to buffer.
     void getBytes(void* buffer, Range range) const;
-    // Shares this data's buffer.
+    // Shares this data's bytes (a mutable data's are copied).
     [[nodiscard]] Ref<Data> subdataWithRange(Range range) const;
 
     bool isEqualToData(const Data* other) const;
-    // An immutable data with the same bytes (shares the buffer).
+    // An immutable data with the same bytes (shares them).
     [[nodiscard]] Ref<Data> copy() const;
     [[nodiscard]] Ref<MutableData> mutableCopy() const;
 
@@ -52,15 +74,32 @@ public:
     // "<48656c6c 6f>": hexadecimal, a space after every four bytes.
     Ref<String> description() const override;
 
-protected:
-    // Makes this data a view of the other's bytes, sharing its buffer.
-    void shareBytesOf(const Data& other);
+    // Objects made by withInlineBytes come from one ::operator new of more than sizeof(Data);
+    // they are freed unsized, as every Data is.
+    static void operator delete(void* object) { ::operator delete(object); }
 
+protected:
     friend class MutableData;
 
-    std::shared_ptr<std::vector<uint8_t>> _storage;
-    uint32_t _offset { 0 };
+    // What the destructor does with _bytes.
+    enum class Ownership : uint8_t {
+        None, // inline after the object, borrowed, or kept alive by _owner
+        Free,
+        Unmap,
+    };
+
+    // A data whose `length` uninitialised bytes follow the object in its one allocation.
+    [[nodiscard]] static Ref<Data> withInlineBytes(uint32_t length);
+    // The object that keeps this data's bytes alive, for another Data that shares them.
+    virtual const Object* bytesOwner() const;
+    // Makes this data a view of `length` bytes kept alive by `owner`.
+    void shareBytes(const Object* owner, const uint8_t* bytes, uint32_t length);
+
+    const uint8_t* _bytes { nullptr };
     uint32_t _length { 0 };
+    Ownership _ownership { Ownership::None };
+    // Holds the bytes of a view (subdata, copy) alive: the data that owns them.
+    Ref<const Object> _owner;
 
     // NSRangeException for a range beyond the bytes, naming the selector.
     void checkRange(Range range, const char* selector) const;

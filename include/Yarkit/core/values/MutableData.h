@@ -5,17 +5,15 @@
 namespace yk {
 
 // Data that can be changed in place. Not safe to change while another thread reads it.
-// Pointers from bytes() and mutableBytes() stay valid until the next change of length; write
-// through mutableBytes() only before taking a copy, which shares the buffer until the next
-// change made through a method.
+// Its bytes live in a buffer of its own with room to grow; copy and mutableCopy share that
+// buffer (or the bytes the data was copied from) until the next change made through a method,
+// which copies them first. Pointers from bytes() and mutableBytes() stay valid until the next
+// change of length; write through mutableBytes() only before taking a copy.
 class MutableData : public Data {
     YK_OBJECT(MutableData, Data)
 public:
     MutableData() = default;
-    explicit MutableData(std::vector<uint8_t> bytes)
-        : Data(std::move(bytes))
-    {
-    }
+    explicit MutableData(const std::vector<uint8_t>& bytes);
 
     // +dataWithCapacity: (a hint) and +dataWithLength: (zero-filled).
     [[nodiscard]] static Ref<MutableData> dataWithCapacity(uint32_t capacity);
@@ -39,9 +37,16 @@ public:
     void increaseLengthBy(uint32_t extraLength);
     void setData(const Data* data);
 
+protected:
+    const Object* bytesOwner() const override { return _owner.get(); }
+
 private:
-    // Gives this object a buffer of its own that holds exactly its bytes, before a change.
-    std::vector<uint8_t>& ownStorage();
+    // The bytes, writable, in a buffer of this object's own that holds at least `capacity`
+    // bytes and keeps the current ones: shared or borrowed bytes are copied first.
+    uint8_t* writableBytes(uint32_t capacity);
+
+    // Bytes the buffer in _owner holds; 0 when _owner is not a buffer of this object's own.
+    uint32_t _capacity { 0 };
 };
 
 } // namespace yk

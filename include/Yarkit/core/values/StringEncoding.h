@@ -63,6 +63,12 @@ const char* icuConverterName(CFStringEncoding encoding);
 // Whether a converter for the encoding is installed (the platform's CFStringIsEncodingAvailable).
 bool isStringEncodingAvailable(CFStringEncoding encoding);
 
+// The encoding whose converter reads text in `encoding` best: the encoding itself when a
+// converter for it is installed, else its nearest relative that has one (Mac Japanese and
+// Shift_JIS X 0213 read as Shift_JIS, ISO-2022-JP-3 as ISO-2022-JP, whose converters lack
+// only the extra characters); kCFStringEncodingInvalidId when there is none.
+CFStringEncoding nearestConvertibleEncoding(CFStringEncoding encoding);
+
 // A short, stable name for the encoding ("UTF-8", "Shift_JIS", "EUC-JP", ...), or null for an
 // unknown constant. Tools print these.
 const char* stringEncodingName(CFStringEncoding encoding);
