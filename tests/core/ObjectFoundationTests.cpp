@@ -64,7 +64,6 @@ public:
 };
 YK_DEFINE_CLASS(Derived, [](yk::MethodListBuilder& c) {
     c.method("speak", &Derived::derivedSpeak);
-    c.method("takeTwo:and:", [](Derived*, yk::Object*, yk::Object*) { return int64_t { 99 }; });
     c.method("nothing", [](Derived*) {});
 });
 
@@ -108,7 +107,7 @@ TEST(YIRefObject, ConcurrentRetainAndReleaseBalance)
     churn();
     first.join();
     second.join();
-    // Ending at one also proves the last release deallocates (ASan reports a leak otherwise).
+    // Balanced: each object is back to the one reference its Ref holds.
     for (auto& object : objects)
         EXPECT_EQ(object->retainCount(), 1u);
 }
@@ -154,20 +153,10 @@ TEST(MethodReplacement, UnknownSelectorsAreLoggedAndChangeNothing)
 
 TEST(MethodReplacement, FindsTheClassThatImplementsAMethod)
 {
-    struct Case {
-        yk::Class* cls;
-        const char* selector;
-        yk::Class* expected;
-    };
-    const Case cases[] = {
-        { Derived::staticClass(), "speak", Derived::staticClass() },
-        { Derived::staticClass(), "whisper", Base::staticClass() },
-        { Derived::staticClass(), "missing", nullptr },
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(YKGetClassImplementingInstanceMethod(c.cls, c.selector), c.expected) << c.selector;
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "speak"), Derived::staticClass()); // overridden
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "whisper"), Base::staticClass()); // inherited
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "missing"), nullptr);
     EXPECT_EQ(YKGetClassImplementingClassMethod(Derived::staticClass(), "make"), Base::staticClass());
-    EXPECT_EQ(YKGetClassImplementingClassMethod(Derived::staticClass(), "YK_isSubclassOfClass:"), yk::Object::staticClass());
 }
 
 TEST(ObjectAdditions, TryToPerformSelector)
@@ -178,8 +167,6 @@ TEST(ObjectAdditions, TryToPerformSelector)
     EXPECT_EQ(buffer, -1);
     EXPECT_TRUE(yk::tryToPerformSelector(object.get(), "nothing", &buffer));
     EXPECT_EQ(buffer, -1); // nothing returned, buffer untouched
-    EXPECT_TRUE(yk::tryToPerformSelector(object.get(), "takeTwo:and:", object.get(), nullptr, &buffer));
-    EXPECT_EQ(buffer, 99);
 }
 
 TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
@@ -199,5 +186,4 @@ TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
     };
     for (const auto& c : cases)
         yk::test::expectRaise([&] { c.raiser(c.receiver, c.selector); }, yk::NSGenericException, c.reason);
-    EXPECT_THROW(yk::tryToPerformSelector(object.get(), "subclassResponsibility:", nullptr, nullptr), yk::Exception);
 }
