@@ -78,14 +78,6 @@ TEST(Exception, ACaughtExceptionIsKeptThroughCopyWithItsClassStackAndUserInfo)
     EXPECT_EQ(kept->userInfo()->objectForKey("PreviousException").get(), previous.get());
 }
 
-TEST(Exception, NullNameAndFormat)
-{
-    yk::test::expectRaise([] { yk::raise(NSInternalInconsistencyException, nullptr); }, NSInternalInconsistencyException, "");
-    auto nameless = Exception::exceptionWithName(nullptr, nullptr);
-    EXPECT_FALSE(nameless->name());
-    EXPECT_FALSE(nameless->description());
-}
-
 TEST(Error, DomainCodeAndDescriptions)
 {
     auto error = Error::posixError(ENOENT);
