@@ -31,20 +31,16 @@ namespace {
 using yk::test::TemporaryFolder;
 
 // Sets an environment variable for the life of the object.
-class ScopedEnvironment {
-public:
+struct ScopedEnvironment {
     ScopedEnvironment(const char* name, const std::string& value)
-        : _name(name)
+        : name(name)
+        , saved(std::getenv(name) ? std::optional<std::string>(std::getenv(name)) : std::nullopt)
     {
-        if (const char* old = std::getenv(name))
-            _saved = old;
         setenv(name, value.c_str(), 1);
     }
-    ~ScopedEnvironment() { _saved ? setenv(_name, _saved->c_str(), 1) : unsetenv(_name); }
-
-private:
-    const char* _name;
-    std::optional<std::string> _saved;
+    ~ScopedEnvironment() { saved ? setenv(name, saved->c_str(), 1) : unsetenv(name); }
+    const char* name;
+    std::optional<std::string> saved;
 };
 
 // Each test gets a defaults file of its own in a fresh folder.
@@ -133,8 +129,7 @@ TEST_F(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
         { "big", yk::Number::numberWithUnsignedLongLong(18446744073709551615ull) },
         { "double", yk::Number::numberWithDouble(0.1) }, { "wholeDouble", yk::Number::numberWithDouble(3.0) },
         { "infinity", yk::Number::numberWithDouble(HUGE_VAL) }, { "bool", yk::Number::numberWithBool(true) },
-        { "data", yk::Data::dataWithBytes("\x00\xff\x10", 3) }, { "emptyData", yk::Data::dataWithBytes(nullptr, 0) },
-        { "date", date },
+        { "data", yk::Data::dataWithBytes("\x00\xff\x10", 3) }, { "emptyData", yk::Data::dataWithBytes(nullptr, 0) }, { "date", date },
         { "array", yk::Array::arrayWithObjects({ str("a"), yk::Number::numberWithInt(1), date }) },
         { "dictionary", yk::Dictionary::dictionaryWithEntries({ { str("$data"), str("not data") }, { str("$$x"), str("y") } }) },
         { "$date", str("a key that looks like a tag") },
@@ -181,7 +176,7 @@ TEST_F(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
     EXPECT_NE(log.text().find("ignoring the value of \"badData\""), std::string::npos) << log.text();
 }
 
-TEST_F(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
+TEST_F(UserDefaults, SynchronizeReadsAnotherWritersChangesAndKeepsItsOwnWhenItCannotWrite)
 {
     writeFile(file, R"({"Mode": "old"})");
     yk::UserDefaults defaults(file, {});
@@ -191,17 +186,14 @@ TEST_F(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
     fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(5));
     EXPECT_TRUE(defaults.synchronize());
     EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "new");
-}
 
-TEST_F(UserDefaults, UnwritableFileKeepsTheChangesUnsaved)
-{
-    // A regular file where the folder should be.
+    // With a regular file where the folder should be, changes stay unsaved but kept.
     writeFile(folder.path() / "blocker", "");
     LogCapture log;
-    yk::UserDefaults defaults(folder.path() / "blocker" / "defaults.json", {});
-    defaults.setBool(true, "Flag");
-    EXPECT_FALSE(defaults.synchronize());
-    EXPECT_TRUE(defaults.boolForKey("Flag"));
+    yk::UserDefaults blocked(folder.path() / "blocker" / "defaults.json", {});
+    blocked.setBool(true, "Flag");
+    EXPECT_FALSE(blocked.synchronize());
+    EXPECT_TRUE(blocked.boolForKey("Flag"));
     EXPECT_NE(log.text().find("UserDefaults: cannot write"), std::string::npos);
 }
 

@@ -39,7 +39,6 @@ TEST(DictionaryAdditions, TypedGettersReadNumbersAndStringsElseTheDefault)
         // Numbers use their own accessors.
         { yk::Number::numberWithInt(70000), 4464, 4464, 70000, 70000, 70000.0f, 70000.0, true },
         { yk::Number::numberWithInt(-1), -1, 65535, -1, 4294967295u, -1.0f, -1.0, true },
-        { yk::Number::numberWithDouble(2.75), 2, 2, 2, 2, 2.75f, 2.75, true },
         { yk::Number::numberWithBool(false), 0, 0, 0, 0, 0.0f, 0.0, false },
         // Strings use intValue (cut to 16 bits, or its bit pattern), floatValue, doubleValue, YK_boolValue.
         { str("42"), 42, 42, 42, 42, 42.0f, 42.0, true },
@@ -127,7 +126,6 @@ TEST(DictionaryAdditions, EqualityExceptForKeys)
         if (keys && keys->count() == 1) {
             EXPECT_EQ(yk::isEqualToDictionaryExceptForKey(base.get(), other.get(), keys->objectAtIndex(0).get()), row.expected);
         }
-        EXPECT_EQ(base->count() + other->count(), row.date ? 6u : 5u); // neither is changed
     }
     EXPECT_FALSE(yk::isEqualToDictionaryExceptForKey(base.get(), nullptr, str("date").get()));
 }
