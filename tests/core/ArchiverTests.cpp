@@ -197,24 +197,13 @@ TEST(Archiver, ObjectsThatCannotBeArchivedRaise)
     for (unsigned i = 0; i < yk::Unarchiver::maximumDepth + 1; ++i)
         deep = yk::Array::arrayWithObjects({ deep });
 
-    struct Row {
-        const char* name;
-        const yk::Object* root;
-        const char* reasonPart;
-    } rows[] = {
-        { "cycle", cyclic.get(), "cycle" },
-        { "not coding", notCoding.get(), "cannot archive an object of class NotCoding" },
-        { "too deep", deep.get(), "nested more than 256 deep" },
-        { "array as a key", arrayKey.get(), "a dictionary key of class Array" },
+    const std::pair<const yk::Object*, const char*> rows[] = {
+        { cyclic.get(), "cycle" }, { notCoding.get(), "cannot archive an object of class NotCoding" },
+        { deep.get(), "nested more than 256 deep" }, { arrayKey.get(), "a dictionary key of class Array" },
     };
-    for (const auto& row : rows) {
-        try {
-            (void)yk::Archiver::archivedDataWithRootObject(row.root);
-            ADD_FAILURE() << row.name << ": no exception";
-        } catch (const yk::Exception& e) {
-            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidArchiveOperationException) << row.name;
-            EXPECT_NE(e.reason()->utf8().find(row.reasonPart), std::string::npos) << row.name << ": " << e.reason()->utf8();
-        }
+    for (const auto& [root, reasonPart] : rows) {
+        yk::test::expectRaise([&] { (void)yk::Archiver::archivedDataWithRootObject(root); },
+            yk::NSInvalidArchiveOperationException, reasonPart, true);
     }
     cyclic->removeAllObjects(); // breaks the cycle so the array is freed
 }
@@ -264,14 +253,8 @@ TEST(Unarchiver, MalformedArchivesGiveTheirError)
         ASSERT_TRUE(error);
         EXPECT_EQ(error->domain()->utf8(), yk::YKArchiveErrorDomain);
         EXPECT_EQ(error->code(), static_cast<int64_t>(row.code)) << error->localizedDescription()->utf8();
-
-        try {
-            (void)yk::Unarchiver::unarchiveObjectWithData(row.data.get());
-            ADD_FAILURE() << "no exception";
-        } catch (const yk::Exception& e) {
-            EXPECT_EQ(e.name()->utf8(), yk::NSInvalidUnarchiveOperationException);
-            EXPECT_NE(e.reason()->utf8().find(" at offset "), std::string::npos) << e.reason()->utf8();
-        }
+        yk::test::expectRaise([&] { (void)yk::Unarchiver::unarchiveObjectWithData(row.data.get()); },
+            yk::NSInvalidUnarchiveOperationException, " at offset ", true);
     }
 }
 

@@ -19,7 +19,6 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
-#include <thread>
 
 namespace fs = std::filesystem;
 using yk::Ref;

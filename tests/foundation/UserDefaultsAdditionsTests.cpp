@@ -10,8 +10,6 @@
 #include "core/CoreTestSupport.h"
 #include "core/TemporaryFolder.h"
 
-#include <functional>
-
 using yk::Ref;
 using yk::test::str;
 
