@@ -3,6 +3,7 @@
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Invocation.h>
+#include <Yarkit/core/runtime/Send.h>
 
 #include <benchmark/benchmark.h>
 
@@ -10,17 +11,30 @@
 
 namespace {
 
+// A delegate method of three arguments: an object, a bool and a uint32_t.
 class Counter : public yk::Object {
     YK_OBJECT(Counter, yk::Object)
 public:
-    virtual int32_t addVirtual(int32_t value) { return _total += value; }
-    int32_t add(int32_t value) { return _total += value; }
+    virtual bool counterShouldAddVirtual(Counter* counter, bool twice, uint32_t value) { return add(counter, twice, value); }
+    bool counterShouldAdd(Counter* counter, bool twice, uint32_t value) { return add(counter, twice, value); }
 
 private:
-    int32_t _total { 0 };
+    bool add(Counter* counter, bool twice, uint32_t value)
+    {
+        _total += twice ? 2 * value : value;
+        return counter == this;
+    }
+
+    uint32_t _total { 0 };
 };
 
-YK_DEFINE_CLASS(Counter, [](yk::MethodListBuilder& c) { c.method("add:", &Counter::add); });
+YK_DEFINE_CLASS(Counter, [](yk::MethodListBuilder& c) { c.method("counter:shouldAdd:twice:", &Counter::counterShouldAdd); });
+
+// The usual sender of a delegate message: a subclass passing itself.
+class SubCounter final : public Counter {
+    YK_OBJECT(SubCounter, Counter)
+};
+YK_DEFINE_CLASS(SubCounter);
 
 struct Plain {
     int32_t total { 0 };
@@ -77,37 +91,56 @@ void YIRefObjectRetainReleaseContended(benchmark::State& state)
 }
 BENCHMARK(YIRefObjectRetainReleaseContended)->Threads(2);
 
+// The three ways of calling the delegate method, beside a C++ virtual call.
 void DirectVirtualCall(benchmark::State& state)
 {
     auto counter = yk::make<Counter>();
     Counter* target = counter.get();
+    // Through a member pointer the compiler cannot see, so that the call stays virtual: the
+    // caller of a delegate does not know its class.
+    auto method = &Counter::counterShouldAddVirtual;
     benchmark::DoNotOptimize(target);
+    benchmark::DoNotOptimize(method);
     for (auto _ : state)
-        benchmark::DoNotOptimize(target->addVirtual(1));
+        benchmark::DoNotOptimize((target->*method)(target, true, 3u));
 }
 BENCHMARK(DirectVirtualCall);
 
-void MethodForSelectorCall(benchmark::State& state)
+// The caller's types are the method's: a direct call through the cached implementation.
+void Send(benchmark::State& state)
 {
     auto counter = yk::make<Counter>();
-    const auto add = counter->methodForSelector("add:").function<int32_t(int32_t)>();
+    yk::Object* target = counter.get();
+    benchmark::DoNotOptimize(target);
     for (auto _ : state)
-        benchmark::DoNotOptimize(add(counter.get(), 1));
+        benchmark::DoNotOptimize(yk::send<bool>(target, "counter:shouldAdd:twice:", counter.get(), true, 3u));
 }
-BENCHMARK(MethodForSelectorCall);
+BENCHMARK(Send);
 
-void InvocationCall(benchmark::State& state)
+// The same kinds spelled otherwise (a subclass's Ref, an int): a call through argument slots.
+void SendConvertingArguments(benchmark::State& state)
 {
     auto counter = yk::make<Counter>();
-    auto invocation = yk::Invocation::invocationWithMethodSignature(counter->methodSignatureForSelector("add:"));
-    invocation->setSelector("add:");
-    invocation->setArgument(int32_t { 1 }, 2);
+    auto sender = yk::make<SubCounter>();
+    yk::Object* target = counter.get();
+    benchmark::DoNotOptimize(target);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(yk::send<bool>(target, "counter:shouldAdd:twice:", sender, true, 3));
+}
+BENCHMARK(SendConvertingArguments);
+
+void InvocationEachTime(benchmark::State& state)
+{
+    auto counter = yk::make<Counter>();
+    yk::Object* target = counter.get();
+    benchmark::DoNotOptimize(target);
     for (auto _ : state) {
-        invocation->invokeWithTarget(counter.get());
-        benchmark::DoNotOptimize(invocation->returnValue<int32_t>());
+        auto invocation = yk::Invocation::invocationWithTarget(target, "counter:shouldAdd:twice:", counter.get(), true, 3u);
+        invocation->invoke();
+        benchmark::DoNotOptimize(invocation->returnValue<bool>());
     }
 }
-BENCHMARK(InvocationCall);
+BENCHMARK(InvocationEachTime);
 
 } // namespace
 

@@ -2,9 +2,28 @@
 
 #include <cstring>
 
+#include "core/system/CPUFeatures.h"
+
+#if defined(__x86_64__)
 #include <immintrin.h>
+#endif
 
 namespace yk::detail {
+
+const uint8_t* findFirstPortable(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength)
+{
+    const uint8_t* end = haystack + haystackLength;
+    for (const uint8_t* p = haystack; static_cast<size_t>(end - p) >= needleLength; ++p) {
+        p = static_cast<const uint8_t*>(std::memchr(p, needle[0], static_cast<size_t>(end - p) - needleLength + 1));
+        if (!p)
+            return nullptr;
+        if (std::memcmp(p, needle, needleLength) == 0)
+            return p;
+    }
+    return nullptr;
+}
+
+#if defined(__x86_64__)
 
 namespace {
 
@@ -51,17 +70,6 @@ inline const uint8_t* confirm(uint32_t mask, const uint8_t* position, const uint
     return nullptr;
 }
 
-// Checks the positions from `i` to the last one that fits, one at a time.
-const uint8_t* findInTail(const uint8_t* haystack, size_t haystackLength, size_t i, const uint8_t* needle, size_t needleLength)
-{
-    const size_t lastStart = haystackLength - needleLength;
-    for (; i <= lastStart; ++i) {
-        if (haystack[i] == needle[0] && std::memcmp(haystack + i + 1, needle + 1, needleLength - 1) == 0)
-            return haystack + i;
-    }
-    return nullptr;
-}
-
 } // namespace
 
 const uint8_t* findFirstSSE2(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength)
@@ -85,7 +93,9 @@ const uint8_t* findFirstSSE2(const uint8_t* haystack, size_t haystackLength, con
         if (overBudget(work, i))
             return fallback(haystack + i + 16, haystackLength - i - 16, needle, needleLength);
     }
-    return findInTail(haystack, haystackLength, i, needle, needleLength);
+    if (i == positions)
+        return nullptr;
+    return findFirstPortable(haystack + i, haystackLength - i, needle, needleLength);
 }
 
 __attribute__((target("avx2")))
@@ -115,17 +125,17 @@ const uint8_t* findFirstAVX2(const uint8_t* haystack, size_t haystackLength, con
     return findFirstSSE2(haystack + i, haystackLength - i, needle, needleLength);
 }
 
-bool substringSearchCanUseAVX2()
-{
-    static const bool supported = __builtin_cpu_supports("avx2");
-    return supported;
-}
+#endif
 
 const uint8_t* findFirst(const uint8_t* haystack, size_t haystackLength, const uint8_t* needle, size_t needleLength)
 {
-    if (substringSearchCanUseAVX2())
+#if defined(__x86_64__)
+    if (cpuFeatures().avx2)
         return findFirstAVX2(haystack, haystackLength, needle, needleLength);
-    return findFirstSSE2(haystack, haystackLength, needle, needleLength);
+    if (cpuFeatures().sse2)
+        return findFirstSSE2(haystack, haystackLength, needle, needleLength);
+#endif
+    return findFirstPortable(haystack, haystackLength, needle, needleLength);
 }
 
 } // namespace yk::detail

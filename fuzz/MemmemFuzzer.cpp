@@ -1,5 +1,6 @@
-// Every path of y_memmem and y_memrmem against a plain scan. The first byte splits the input
-// into needle and haystack; small alphabets come from the fuzzer's own choices.
+// Every path of y_memmem against the portable search, and y_memrmem's answer checked to be the
+// last occurrence. The first byte splits the input into needle and haystack; small alphabets
+// come from the fuzzer's own choices.
 #include <Yarkit/MemoryFunctions.h>
 
 #include <cstdint>
@@ -7,28 +8,15 @@
 #include <cstring>
 #include <vector>
 
+#include "core/system/CPUFeatures.h"
 #include "files/SubstringSearch.h"
 
 namespace {
 
-const uint8_t* scanFirst(const uint8_t* h, size_t hl, const uint8_t* n, size_t nl)
+void require(bool condition)
 {
-    for (size_t i = 0; nl <= hl && i <= hl - nl; ++i) {
-        if (std::memcmp(h + i, n, nl) == 0)
-            return h + i;
-    }
-    return nullptr;
-}
-
-const uint8_t* scanLast(const uint8_t* h, size_t hl, const uint8_t* n, size_t nl)
-{
-    if (nl > hl)
-        return nullptr;
-    for (size_t i = hl - nl + 1; i-- > 0;) {
-        if (std::memcmp(h + i, n, nl) == 0)
-            return h + i;
-    }
-    return nullptr;
+    if (!condition)
+        std::abort();
 }
 
 } // namespace
@@ -47,17 +35,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     size_t hl = haystack.size();
     const uint8_t* n = needle.data();
 
-    const uint8_t* first = hl ? scanFirst(h, hl, n, needleLength) : nullptr;
-    if (y_memmem(h, hl, n, needleLength) != first)
-        std::abort();
+    const uint8_t* first = hl >= needleLength ? yk::detail::findFirstPortable(h, hl, n, needleLength) : nullptr;
+    require(y_memmem(h, hl, n, needleLength) == first);
+#if defined(__x86_64__)
     if (hl >= needleLength) {
-        if (yk::detail::findFirstSSE2(h, hl, n, needleLength) != first)
-            std::abort();
-        if (yk::detail::substringSearchCanUseAVX2() && yk::detail::findFirstAVX2(h, hl, n, needleLength) != first)
-            std::abort();
+        require(yk::detail::findFirstSSE2(h, hl, n, needleLength) == first);
+        if (yk::detail::cpuFeatures().avx2)
+            require(yk::detail::findFirstAVX2(h, hl, n, needleLength) == first);
     }
-    const uint8_t* last = hl ? scanLast(h, hl, n, needleLength) : nullptr;
-    if (y_memrmem(h, hl, n, needleLength) != last)
-        std::abort();
+#endif
+    auto* last = static_cast<const uint8_t*>(y_memrmem(h, hl, n, needleLength));
+    require((last != nullptr) == (first != nullptr));
+    if (last) {
+        size_t after = static_cast<size_t>(last - h) + 1;
+        require(last >= first && std::memcmp(last, n, needleLength) == 0);
+        require(after + needleLength > hl || !yk::detail::findFirstPortable(h + after, hl - after, n, needleLength));
+    }
     return 0;
 }

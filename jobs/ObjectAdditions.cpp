@@ -23,16 +23,15 @@ bool tryToPerformSelector(Object* receiver, Selector selector, Object* object1, 
 {
     if (!receiver || !receiver->respondsToSelector(selector))
         return false;
-    auto signature = receiver->methodSignatureForSelector(selector);
-    auto invocation = Invocation::invocationWithMethodSignature(signature);
-    invocation->setSelector(selector);
+    auto invocation = Invocation::invocationWithTarget(receiver, selector);
+    const MethodSignature* signature = invocation->methodSignature();
     // The objects go into the declared slots as they are, whatever kind the slot has.
     const uint32_t argumentCount = signature->numberOfArguments() - 2;
     if (argumentCount >= 1)
         invocation->setArgumentBytes(&object1, 2);
     if (argumentCount >= 2)
         invocation->setArgumentBytes(&object2, 3);
-    invocation->invokeWithTarget(receiver);
+    invocation->invoke();
     if (returnValue && signature->methodReturnLength() != 0)
         invocation->getReturnValue(returnValue);
     return true;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 
+#include "core/system/CPUFeatures.h"
 #include "streams/Base64Codec.h"
 
 namespace yk::detail {
@@ -120,12 +121,59 @@ inline uint32_t decodeGroups(uint8_t* out, const uint8_t* in, uint32_t length, u
 
 inline bool isLineBreak(uint8_t c) { return c == CR || c == LF; }
 
+// The one or two bytes after the last complete group, padded with "=" when `pad` is set.
+char* encodeLastGroup(char* out, const uint8_t* in, uint32_t remaining, int pad)
+{
+    const char* alphabet = base64_alphabets[0];
+    if (remaining == 1) {
+        *out++ = alphabet[in[0] >> 2];
+        *out++ = alphabet[(in[0] & 3) << 4];
+        if (pad) {
+            *out++ = '=';
+            *out++ = '=';
+        }
+    } else if (remaining == 2) {
+        *out++ = alphabet[in[0] >> 2];
+        *out++ = alphabet[((in[0] & 3) << 4) | (in[1] >> 4)];
+        *out++ = alphabet[(in[1] & 15) << 2];
+        if (pad)
+            *out++ = '=';
+    }
+    return out;
+}
+
 } // namespace
 
 const std::array<uint8_t, 128> base64_val = makeDecodingTable();
 
 namespace {
 
+// The reference algorithm, one group at a time: after each complete group the column is
+// compared with the line length, so only a positive multiple of 4 can ever match.
+int32_t encodePortable(char* out, const uint8_t* in, uint32_t length, int32_t lineLength, int pad)
+{
+    const char* alphabet = base64_alphabets[0];
+    char* start = out;
+    int32_t column = 0;
+    uint32_t i = 0;
+    for (; length - i >= 3; i += 3) {
+        uint8_t b0 = in[i], b1 = in[i + 1], b2 = in[i + 2];
+        *out++ = alphabet[b0 >> 2];
+        *out++ = alphabet[((b0 & 3) << 4) | (b1 >> 4)];
+        *out++ = alphabet[((b1 & 15) << 2) | (b2 >> 6)];
+        *out++ = alphabet[b2 & 63];
+        column += 4;
+        if (column == lineLength) {
+            *out++ = CR;
+            *out++ = LF;
+            column = 0;
+        }
+    }
+    out = encodeLastGroup(out, in + i, length - i, pad);
+    return static_cast<int32_t>(out - start);
+}
+
+// The same answer with whole lines of groups from the tables or the vector path.
 template<Base64Path path>
 int32_t encode(char* out, const uint8_t* in, uint32_t length, int32_t lineLength, int pad)
 {
@@ -146,28 +194,13 @@ int32_t encode(char* out, const uint8_t* in, uint32_t length, int32_t lineLength
     }
     out = encodeGroups<path>(out, in, groups, end);
     in += 3 * groups;
-
-    const char* alphabet = base64_alphabets[0];
-    switch (length % 3) {
-    case 1:
-        *out++ = alphabet[in[0] >> 2];
-        *out++ = alphabet[(in[0] & 3) << 4];
-        if (pad) {
-            *out++ = '=';
-            *out++ = '=';
-        }
-        break;
-    case 2:
-        *out++ = alphabet[in[0] >> 2];
-        *out++ = alphabet[((in[0] & 3) << 4) | (in[1] >> 4)];
-        *out++ = alphabet[(in[1] & 15) << 2];
-        if (pad)
-            *out++ = '=';
-        break;
-    }
+    out = encodeLastGroup(out, in, length % 3, pad);
     return static_cast<int32_t>(out - start);
 }
 
+// The reference algorithm is the loop below one character at a time (the portable path); the
+// other paths first take whole groups of alphabet characters from the tables or the vector
+// path wherever no group is half collected, which gives the same bytes.
 template<Base64Path path>
 int32_t decode(uint8_t* out, const char* chars, uint32_t length, int pad)
 {
@@ -181,7 +214,7 @@ int32_t decode(uint8_t* out, const char* chars, uint32_t length, int pad)
 
     uint32_t i = 0;
     while (i < length) {
-        if (pending == 0) {
+        if (path != Base64Path::Portable && pending == 0) {
             uint32_t groups = decodeGroups<path>(out + count, in + i, length - i, capacity - count);
             i += 4 * groups;
             count += 3 * groups;
@@ -238,27 +271,48 @@ int32_t decode(uint8_t* out, const char* chars, uint32_t length, int pad)
 
 } // namespace
 
+std::vector<Base64Path> availableBase64Paths()
+{
+    if (cpuFeatures().avx2)
+        return { Base64Path::Tables, Base64Path::AVX2 };
+    return { Base64Path::Tables };
+}
+
 int32_t encodeBase64Using(Base64Path path, char* out, const uint8_t* bytes, uint32_t length, int32_t lineLength, int pad)
 {
-    return path == Base64Path::AVX2 ? encode<Base64Path::AVX2>(out, bytes, length, lineLength, pad)
-                                    : encode<Base64Path::Scalar>(out, bytes, length, lineLength, pad);
+    switch (path) {
+    case Base64Path::Portable:
+        return encodePortable(out, bytes, length, lineLength, pad);
+    case Base64Path::Tables:
+        return encode<Base64Path::Tables>(out, bytes, length, lineLength, pad);
+    case Base64Path::AVX2:
+        return encode<Base64Path::AVX2>(out, bytes, length, lineLength, pad);
+    }
+    return -1;
 }
 
 int32_t decodeBase64Using(Base64Path path, uint8_t* out, const char* chars, uint32_t length, int pad)
 {
-    return path == Base64Path::AVX2 ? decode<Base64Path::AVX2>(out, chars, length, pad)
-                                    : decode<Base64Path::Scalar>(out, chars, length, pad);
+    switch (path) {
+    case Base64Path::Portable:
+        return decode<Base64Path::Portable>(out, chars, length, pad);
+    case Base64Path::Tables:
+        return decode<Base64Path::Tables>(out, chars, length, pad);
+    case Base64Path::AVX2:
+        return decode<Base64Path::AVX2>(out, chars, length, pad);
+    }
+    return -1;
 }
 
 int32_t encode_base64_with_pad(char* out, const uint8_t* bytes, uint32_t length, int32_t lineLength, int pad)
 {
-    static const Base64Path path = base64CanUseAVX2() ? Base64Path::AVX2 : Base64Path::Scalar;
+    static const Base64Path path = availableBase64Paths().back();
     return encodeBase64Using(path, out, bytes, length, lineLength, pad);
 }
 
 int32_t decode_base64_with_pad(uint8_t* out, const char* chars, uint32_t length, int pad)
 {
-    static const Base64Path path = base64CanUseAVX2() ? Base64Path::AVX2 : Base64Path::Scalar;
+    static const Base64Path path = availableBase64Paths().back();
     return decodeBase64Using(path, out, chars, length, pad);
 }
 

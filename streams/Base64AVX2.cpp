@@ -97,10 +97,4 @@ __attribute__((target("avx2"))) uint32_t decodeGroupsAVX2(uint8_t* out, const ui
     return groups;
 }
 
-bool base64CanUseAVX2()
-{
-    static const bool supported = __builtin_cpu_supports("avx2");
-    return supported;
-}
-
 } // namespace yk::detail

@@ -1,9 +1,10 @@
 #pragma once
 
-// Fast forward scans over byte buffers, in a portable form and in SIMD forms chosen at run time
-// by the processor's features. The validators and repairs use them only to skip stretches that
-// their exact byte loops would accept unchanged, so every form gives the same final answers;
-// tests and fuzzers run each of them against a plain transcription.
+// Fast forward scans over byte buffers, in SIMD forms chosen at run time by the processor's
+// features. The validators and repairs use them only to skip stretches that their exact byte
+// loops would accept unchanged, so every form gives the same final answers. The portable
+// scanner skips nothing: with it each validator and repair is its plain byte loop, the
+// reference algorithm that tests and fuzzers hold the SIMD forms to.
 
 #include <cstddef>
 #include <cstdint>
@@ -34,14 +35,15 @@ struct ByteScanner {
     size_t (*shiftJISPrefix)(const uint8_t* bytes, size_t length);
 };
 
-// Eight bytes at a time in ordinary integer registers; runs everywhere. Its prefix scans stop
-// at the first byte above 0x7F.
+// One byte at a time; its prefix scans skip nothing. Runs where the processor has no SIMD
+// form.
 const ByteScanner& portableByteScanner();
 
-// Every scanner this processor can run, the portable one first.
+// Every SIMD scanner this processor can run, slowest first (empty where there is none).
 std::vector<const ByteScanner*> availableByteScanners();
 
-// The fastest scanner this processor can run, chosen once.
+// The fastest scanner this processor can run, chosen once; the portable one when there is no
+// SIMD form.
 const ByteScanner& activeByteScanner();
 
 #if defined(__x86_64__)
@@ -51,7 +53,8 @@ const ByteScanner* sse2ByteScanner();
 const ByteScanner* avx2ByteScanner();
 #endif
 
-// The byte-at-a-time ends of the findHighByte scans, for the bytes a vector does not cover.
+// The findHighByte scans one byte at a time: the portable scanner's, and the ends that a
+// vector does not cover.
 inline size_t findHighByteTail(const uint8_t* bytes, size_t from, size_t length)
 {
     while (from < length && bytes[from] < 0x80)

@@ -1,5 +1,7 @@
 #include "text/ByteScan.h"
 
+#include "core/system/CPUFeatures.h"
+
 #if defined(__x86_64__)
 
 #include <immintrin.h>
@@ -329,14 +331,12 @@ constexpr ByteScanner avx2Scanner { "avx2", avx2FindHighByte, avx2FindHighByteOr
 
 const ByteScanner* sse2ByteScanner()
 {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("sse2") ? &sse2Scanner : nullptr;
+    return cpuFeatures().sse2 ? &sse2Scanner : nullptr;
 }
 
 const ByteScanner* avx2ByteScanner()
 {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") ? &avx2Scanner : nullptr;
+    return cpuFeatures().avx2 ? &avx2Scanner : nullptr;
 }
 
 } // namespace yk::detail

@@ -1,6 +1,7 @@
 #include <Yarkit/core/runtime/Class.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <unordered_map>
 
 #include <Yarkit/core/runtime/Locker.h>
@@ -14,10 +15,12 @@ namespace yk {
 struct Class::Registry {
     std::vector<Ref<Class>> classes YK_GUARDED_BY(runtimeLock()); // registration order
     std::unordered_map<std::string, Class*> classesByName YK_GUARDED_BY(runtimeLock());
-    // Bumped, under the runtime's lock, by every change to a method list; lookup tables of
-    // older generations are rebuilt on their next use.
-    std::atomic<uint64_t> methodTablesGeneration { 1 };
 };
+
+// Bumped, under the runtime's lock, by every change to a method list; lookup tables of older
+// generations are rebuilt on their next use. Constant-initialised: classes register while the
+// program loads.
+constinit std::atomic<uint64_t> Class::_methodTablesGeneration { 1 };
 
 Class::Registry& Class::registry()
 {
@@ -51,38 +54,35 @@ YK_DEFINE_CLASS(Class);
 
 Class* Class::registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup)
 {
-    Class* cls = nullptr;
-    {
-        auto& rt = registry();
-        Locker guard(runtimeLock());
-        if (rt.classesByName.contains(std::string(name)))
-            detail::raiseInternalInconsistency("class " + std::string(name) + " is registered twice");
-        // The metaclass's superclass is the superclass's metaclass; the root's is the root class.
-        auto meta = Ref<Class>::adopt(new Class(std::string(name), nullptr, nullptr, nullptr, true));
-        auto created = Ref<Class>::adopt(new Class(std::string(name), superclass, meta.get(), factory, false));
-        meta->_superclass = superclass ? superclass->_metaClass : created.get();
-        meta->_metaClass = superclass ? superclass->_metaClass->_metaClass : meta.get();
-        cls = created.get();
-        rt.classes.push_back(created);
-        rt.classes.push_back(meta);
-        rt.classesByName.emplace(name, cls);
-    }
-    if (setup) {
-        MethodListBuilder builder(cls, {});
+    // The methods are collected first, so that a mistake in them leaves nothing registered.
+    MethodListBuilder builder(name);
+    if (setup)
         setup(builder);
-    }
+    auto& rt = registry();
+    Locker guard(runtimeLock());
+    if (rt.classesByName.contains(std::string(name)))
+        detail::raiseInternalInconsistency("class " + std::string(name) + " is registered twice");
+    // The metaclass's superclass is the superclass's metaclass; the root's is the root class.
+    auto meta = Ref<Class>::adopt(new Class(std::string(name), nullptr, nullptr, nullptr, true));
+    auto created = Ref<Class>::adopt(new Class(std::string(name), superclass, meta.get(), factory, false));
+    meta->_superclass = superclass ? superclass->_metaClass : created.get();
+    meta->_metaClass = superclass ? superclass->_metaClass->_metaClass : meta.get();
+    Class* cls = created.get();
+    rt.classes.push_back(created);
+    rt.classes.push_back(meta);
+    rt.classesByName.emplace(name, cls);
+    cls->addMethods({}, builder);
     return cls;
 }
 
 void Class::addCategory(std::string_view categoryName, Setup setup)
 {
-    {
-        Locker guard(runtimeLock());
-        methodListNamed(categoryName);
-        _metaClass->methodListNamed(categoryName);
-    }
-    MethodListBuilder builder(this, categoryName);
+    MethodListBuilder builder(_name);
     setup(builder);
+    Locker guard(runtimeLock());
+    methodListNamed(categoryName);
+    _metaClass->methodListNamed(categoryName);
+    addMethods(categoryName, builder);
 }
 
 Class* Class::named(std::string_view name)
@@ -131,17 +131,16 @@ Method* Class::lookupMethod(Selector selector) const
 const Class::LookupTable* Class::currentLookupTable() const
 {
     const LookupTable* table = _lookupTable.load(std::memory_order_acquire);
-    if (table && table->generation == registry().methodTablesGeneration.load(std::memory_order_acquire))
+    if (table && table->generation == methodTablesGeneration())
         return table;
     return rebuildLookupTable();
 }
 
 const Class::LookupTable* Class::rebuildLookupTable() const
 {
-    auto& rt = registry();
     Locker guard(runtimeLock());
     auto table = std::make_unique<LookupTable>();
-    table->generation = rt.methodTablesGeneration.load(std::memory_order_relaxed);
+    table->generation = _methodTablesGeneration.load(std::memory_order_relaxed);
     for (const Class* c = this; c; c = c->_superclass) {
         // Categories come after the class's own list; the newest category wins, and a class
         // wins over its superclasses: the first method found for a selector stays.
@@ -229,21 +228,21 @@ MethodList& Class::methodListNamed(std::string_view categoryName)
         return **found;
     auto list = std::make_unique<MethodList>();
     list->categoryName = std::string(categoryName);
-    registry().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
+    _methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
     // The class's own list always comes first, so categories override it.
     if (categoryName.empty())
         return **_methodLists.insert(_methodLists.begin(), std::move(list));
     return *_methodLists.emplace_back(std::move(list));
 }
 
+void Class::addMethods(std::string_view categoryName, const MethodListBuilder& builder)
+{
+    for (const auto& entry : builder.entries())
+        (entry.classSide ? _metaClass : this)->addMethod(categoryName, entry.selector, entry.imp);
+}
+
 void Class::addMethod(std::string_view categoryName, Selector selector, Imp imp)
 {
-    const uint32_t declared = imp.signature()->numberOfArguments() - 2;
-    if (selector.argumentCount() != declared) {
-        detail::raiseInvalidArgument("method " + std::string(selector.name()) + " of " + _name + " takes "
-            + std::to_string(declared) + " arguments");
-    }
-    Locker guard(runtimeLock());
     auto& list = methodListNamed(categoryName);
     for (auto& method : list.methods) {
         if (method->selector() == selector) {
@@ -252,13 +251,44 @@ void Class::addMethod(std::string_view categoryName, Selector selector, Imp imp)
         }
     }
     list.methods.push_back(std::make_unique<Method>(selector, imp));
-    registry().methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
+    _methodTablesGeneration.fetch_add(1, std::memory_order_acq_rel);
 }
 
 void MethodListBuilder::add(bool classSide, std::string_view selector, Imp imp)
 {
-    Class* target = classSide ? _class->metaClass() : _class;
-    target->addMethod(_categoryName, Selector(selector), imp);
+    const Selector interned(selector);
+    const uint32_t takes = imp.signature()->numberOfArguments() - 2;
+    if (interned.argumentCount() != takes) {
+        detail::raiseInvalidArgument("method " + std::string(selector) + " of class " + _className + ": the selector has "
+            + std::to_string(interned.argumentCount()) + " colons, the function takes " + std::to_string(takes) + " arguments");
+    }
+    _entries.push_back({ classSide, interned, imp });
 }
+
+namespace detail {
+
+void selectorColonCountDiffersFromTheFunctionArgumentCount()
+{
+}
+
+ClassRegistration::ClassRegistration(Class* (*registration)()) noexcept
+{
+    try {
+        registration();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "*** A class was not registered: %s\n", error.what());
+    }
+}
+
+ClassRegistration::ClassRegistration(Class* (*staticClass)(), std::string_view categoryName, Class::Setup setup) noexcept
+{
+    try {
+        staticClass()->addCategory(categoryName, setup);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "*** Category %.*s was not added: %s\n", static_cast<int>(categoryName.size()), categoryName.data(), error.what());
+    }
+}
+
+} // namespace detail
 
 } // namespace yk

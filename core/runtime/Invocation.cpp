@@ -13,6 +13,7 @@ YK_DEFINE_CLASS(Invocation);
 Invocation::Invocation(Ref<MethodSignature> signature)
     : _signature(std::move(signature))
     , _arguments(_signature ? _signature->numberOfArguments() : 0)
+    , _keptObjects(_arguments.size())
 {
     if (!_signature)
         detail::raiseInvalidArgument("*** -[Invocation initWithMethodSignature:]: nil string (or other) argument");
@@ -23,10 +24,23 @@ Ref<Invocation> Invocation::invocationWithMethodSignature(Ref<MethodSignature> s
     return make<Invocation>(std::move(signature));
 }
 
+Ref<Invocation> Invocation::invocationForMessage(Object* target, Selector selector, uint32_t argumentCount)
+{
+    const Imp imp = target ? target->methodForSelector(selector) : Imp();
+    if (!imp)
+        detail::raiseUnrecognizedSelector(target, selector);
+    if (argumentCount > imp.signature()->numberOfArguments() - 2)
+        detail::checkArgumentCount(target, selector, *imp.signature(), argumentCount);
+    auto invocation = make<Invocation>(Ref<MethodSignature>(imp.signature()));
+    invocation->setTarget(target);
+    invocation->setSelector(selector);
+    return invocation;
+}
+
 void Invocation::setTarget(Object* target)
 {
     _target = target;
-    keepAlive(target);
+    _keptObjects[0] = _retainsArguments ? target : nullptr;
 }
 
 void Invocation::checkArgumentIndex(uint32_t index) const
@@ -35,14 +49,20 @@ void Invocation::checkArgumentIndex(uint32_t index) const
         detail::raiseInvalidArgument("-[Invocation setArgument:atIndex:]: index (" + std::to_string(index) + ") out of bounds [2, " + std::to_string(_arguments.size()) + ")");
 }
 
-void Invocation::storeArgument(const detail::Slot& slot, ValueKind kind, uint32_t index)
+ValueKind Invocation::argumentKind(uint32_t index, detail::KindSet accepted, ValueKind given) const
 {
     checkArgumentIndex(index);
-    if (_signature->argumentKindAtIndex(index) != kind)
-        detail::raiseInvalidArgument("-[Invocation setArgument:atIndex:]: argument " + std::to_string(index) + " has another kind");
+    const ValueKind kind = _signature->argumentKindAtIndex(index);
+    if (!(accepted & detail::kindBit(kind)))
+        detail::raiseInvalidArgument("-[Invocation setArgument:atIndex:]: " + detail::argumentMismatch(index, given, kind));
+    return kind;
+}
+
+void Invocation::storeArgument(const detail::Slot& slot, uint32_t index, bool keep)
+{
     _arguments[index] = slot;
-    if (kind == ValueKind::Object)
-        keepAlive(slot.object);
+    if (_signature->argumentKindAtIndex(index) == ValueKind::Object)
+        _keptObjects[index] = keep || _retainsArguments ? slot.object : nullptr;
 }
 
 const detail::Slot& Invocation::loadArgument(ValueKind kind, uint32_t index) const
@@ -63,10 +83,9 @@ const detail::Slot& Invocation::loadReturnValue(ValueKind kind) const
 void Invocation::setArgumentBytes(const void* buffer, uint32_t index)
 {
     checkArgumentIndex(index);
-    const ValueKind kind = _signature->argumentKindAtIndex(index);
     detail::Slot slot {};
-    std::memcpy(&slot, buffer, sizeOfValueKind(kind));
-    storeArgument(slot, kind, index);
+    std::memcpy(&slot, buffer, sizeOfValueKind(_signature->argumentKindAtIndex(index)));
+    storeArgument(slot, index, false);
 }
 
 void Invocation::getArgumentBytes(void* buffer, uint32_t index) const
@@ -80,17 +99,11 @@ void Invocation::retainArguments()
     if (_retainsArguments)
         return;
     _retainsArguments = true;
-    keepAlive(_target);
+    _keptObjects[0] = _target;
     for (uint32_t index = 2; index < _arguments.size(); ++index) {
         if (_signature->argumentKindAtIndex(index) == ValueKind::Object)
-            keepAlive(_arguments[index].object);
+            _keptObjects[index] = _arguments[index].object;
     }
-}
-
-void Invocation::keepAlive(Object* object)
-{
-    if (_retainsArguments && object)
-        _retainedObjects.emplace_back(object);
 }
 
 void Invocation::invoke()
@@ -103,35 +116,18 @@ void Invocation::invokeWithTarget(Object* target)
     if (!target)
         return;
     const Imp imp = target->methodForSelector(_selector);
-    if (!imp) {
-        detail::raiseInvalidArgument(detail::methodName(target, _selector.name()) + ": unrecognized selector sent to "
-            + (target->isClass() ? "class" : "instance"));
-    }
+    if (!imp)
+        detail::raiseUnrecognizedSelector(target, _selector);
     if (imp.signature() != _signature.get() && !imp.signature()->isEqual(_signature.get()))
         detail::raiseInvalidArgument(detail::methodName(target, _selector.name()) + ": the invocation's signature does not match the method's");
     // The target may release its last outside reference during the call.
     Ref<Object> protectedTarget(target);
-    imp.invoke(target, *this);
+    imp.body()->invoke(*imp.body(), target, _arguments.data() + 2, _returnValue, _returnedObject);
 }
 
 void Invocation::getReturnValue(void* buffer) const
 {
     std::memcpy(buffer, &_returnValue, _signature->methodReturnLength());
 }
-
-namespace detail {
-
-const Slot& invocationArgumentSlot(const Invocation& invocation, uint32_t index)
-{
-    return invocation._arguments[index];
-}
-
-void setInvocationReturnValue(Invocation& invocation, const Slot& value, Ref<Object> keepAlive)
-{
-    invocation._returnValue = value;
-    invocation._returnedObject = std::move(keepAlive);
-}
-
-} // namespace detail
 
 } // namespace yk

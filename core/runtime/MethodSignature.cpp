@@ -42,11 +42,9 @@ MethodSignature::MethodSignature(ValueKind returnKind, std::vector<ValueKind> me
     _arguments.insert(_arguments.end(), methodArguments.begin(), methodArguments.end());
 }
 
-ValueKind MethodSignature::argumentKindAtIndex(uint32_t index) const
+void MethodSignature::raiseIndexOutOfBounds(uint32_t index) const
 {
-    if (index >= _arguments.size())
-        detail::raiseInvalidArgument("-[MethodSignature argumentKindAtIndex:]: index (" + std::to_string(index) + ") out of bounds");
-    return _arguments[index];
+    detail::raiseInvalidArgument("-[MethodSignature argumentKindAtIndex:]: index (" + std::to_string(index) + ") out of bounds");
 }
 
 bool MethodSignature::isEqual(const Object* other) const

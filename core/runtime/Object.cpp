@@ -1,11 +1,12 @@
 #include <Yarkit/core/runtime/Object.h>
 
 #include <Yarkit/core/runtime/Class.h>
-#include <Yarkit/core/runtime/Invocation.h>
+#include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/values/String.h> // reaches up: the root object's description is a string
 
 #include "core/runtime/RuntimeErrors.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace yk {
@@ -84,40 +85,49 @@ Ref<MethodSignature> Object::methodSignatureForSelector(Selector selector) const
 
 namespace {
 
-Ref<Object> performWithObjects(Object* receiver, Selector selector, std::initializer_list<Object*> arguments)
+template <typename R>
+R sendObjects(Object* receiver, Selector selector, uint32_t count, Object* argument1, Object* argument2)
 {
-    Imp imp = receiver->methodForSelector(selector);
-    if (!imp)
-        detail::raiseInvalidArgument(detail::methodName(receiver, selector.name()) + ": unrecognized selector sent to " + (receiver->isClass() ? "class" : "instance"));
-    auto invocation = make<Invocation>(Ref<MethodSignature>(imp.signature()));
-    invocation->setSelector(selector);
-    uint32_t index = 2;
-    for (Object* argument : arguments) {
-        if (index >= imp.signature()->numberOfArguments())
-            break;
-        invocation->setArgument(argument, index++);
+    switch (count) {
+    case 0:
+        return send<R>(receiver, selector);
+    case 1:
+        return send<R>(receiver, selector, argument1);
+    default:
+        return send<R>(receiver, selector, argument1, argument2);
     }
-    invocation->invokeWithTarget(receiver);
-    if (imp.signature()->methodReturnKind() != ValueKind::Object)
+}
+
+Ref<Object> performWithObjects(Object* receiver, Selector selector, Object* argument1, Object* argument2)
+{
+    const Imp imp = receiver->methodForSelector(selector);
+    if (!imp)
+        detail::raiseUnrecognizedSelector(receiver, selector);
+    // Up to two arguments are passed, as many as the method takes; a method that takes more
+    // gets two and send raises.
+    const uint32_t count = std::min(imp.signature()->numberOfArguments() - 2, 2u);
+    if (imp.signature()->methodReturnKind() != ValueKind::Object) {
+        sendObjects<void>(receiver, selector, count, argument1, argument2);
         return nullptr;
-    return Ref<Object>(invocation->returnValue<Object*>());
+    }
+    return sendObjects<Ref<Object>>(receiver, selector, count, argument1, argument2);
 }
 
 } // namespace
 
 Ref<Object> Object::performSelector(Selector selector)
 {
-    return performWithObjects(this, selector, {});
+    return performWithObjects(this, selector, nullptr, nullptr);
 }
 
 Ref<Object> Object::performSelector(Selector selector, Object* argument)
 {
-    return performWithObjects(this, selector, { argument });
+    return performWithObjects(this, selector, argument, nullptr);
 }
 
 Ref<Object> Object::performSelector(Selector selector, Object* argument1, Object* argument2)
 {
-    return performWithObjects(this, selector, { argument1, argument2 });
+    return performWithObjects(this, selector, argument1, argument2);
 }
 
 } // namespace yk

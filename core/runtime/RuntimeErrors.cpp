@@ -56,4 +56,48 @@ std::string methodName(const Object* receiver, const char* selector)
     return name;
 }
 
+void raiseUnrecognizedSelector(const Object* receiver, Selector selector)
+{
+    raiseInvalidArgument(methodName(receiver, selector.name()) + ": unrecognized selector sent to " + (receiver && receiver->isClass() ? "class" : "instance"));
+}
+
+void checkArgumentCount(const Object* receiver, Selector selector, const MethodSignature& signature, uint32_t count)
+{
+    const uint32_t takes = signature.numberOfArguments() - 2;
+    if (count != takes)
+        raiseInvalidArgument(methodName(receiver, selector.name()) + ": the method takes " + std::to_string(takes) + " arguments, " + std::to_string(count) + " given");
+}
+
+std::string argumentMismatch(uint32_t index, ValueKind given, ValueKind slot)
+{
+    return "argument " + std::to_string(index) + ": " + nameOfValueKind(given) + " does not convert to " + nameOfValueKind(slot);
+}
+
+const char* nameOfValueKind(ValueKind kind)
+{
+    switch (kind) {
+    case ValueKind::Void:
+        return "void";
+    case ValueKind::Object:
+        return "object";
+    case ValueKind::Bool:
+        return "bool";
+    case ValueKind::Int32:
+        return "int32";
+    case ValueKind::Int64:
+        return "int64";
+    case ValueKind::Float:
+        return "float";
+    case ValueKind::Double:
+        return "double";
+    case ValueKind::Selector:
+        return "selector";
+    case ValueKind::Pointer:
+        return "pointer";
+    case ValueKind::Range:
+        return "range";
+    }
+    return "?";
+}
+
 } // namespace yk::detail

@@ -3,11 +3,9 @@
 // Raising the platform's standard exceptions from inside the core, where the runtime must not
 // depend on the value classes' headers.
 
-#include <string>
+#include <Yarkit/core/runtime/MethodSignature.h>
 
-namespace yk {
-class Object;
-}
+#include <string>
 
 namespace yk::detail {
 
@@ -23,5 +21,15 @@ namespace yk::detail {
 
 // "-[Class selector]" or "+[Class selector]" for a receiver, as messages name methods.
 std::string methodName(const Object* receiver, const char* selector);
+
+// NSInvalidArgumentException "-[<class> <selector>]: unrecognized selector sent to instance"
+// (or "class"): the one reason every way of sending a message gives for a missing method.
+[[noreturn]] void raiseUnrecognizedSelector(const Object* receiver, Selector selector);
+// Raises NSInvalidArgumentException unless the method takes exactly count arguments.
+void checkArgumentCount(const Object* receiver, Selector selector, const MethodSignature& signature, uint32_t count);
+// "argument <index>: <given kind> does not convert to <slot kind>".
+std::string argumentMismatch(uint32_t index, ValueKind given, ValueKind slot);
+// "int32", "object", ...: a kind as messages name it.
+const char* nameOfValueKind(ValueKind kind);
 
 } // namespace yk::detail

@@ -2,13 +2,13 @@
 
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/system/Notification.h>
 
 #include "core/runtime/RuntimeErrors.h"
 
 #include <algorithm>
 #include <thread>
-#include <typeinfo>
 
 namespace yk {
 
@@ -151,22 +151,6 @@ bool NotificationCenter::beginCall(Observation& observation)
     return true;
 }
 
-namespace {
-
-void deliver(Object* observer, Selector selector, Notification* notification)
-{
-    Imp imp = observer->methodForSelector(selector);
-    // The usual method, void(Notification*), is called directly; any other one-object method
-    // (and a missing method, which raises) goes through the runtime's generic send.
-    if (imp && *imp.body()->type == typeid(void(Notification*))) {
-        TypedImp<void(Notification*)>(imp.body())(observer, notification);
-        return;
-    }
-    observer->performSelector(selector, notification);
-}
-
-} // namespace
-
 void NotificationCenter::postNotification(Notification* notification)
 {
     if (!notification)
@@ -184,7 +168,7 @@ void NotificationCenter::postNotification(Notification* notification)
         if (!beginCall(*observation))
             continue;
         Call call(*this, *observation);
-        deliver(observation->observer, observation->selector, notification);
+        send(observation->observer, observation->selector, notification);
     }
 }
 

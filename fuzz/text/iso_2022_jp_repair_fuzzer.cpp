@@ -1,7 +1,4 @@
-#include <Yarkit/ByteSequenceRepair.h>
-
 #include "repair_fuzzer.h"
-#include "text/ByteSequenceRepairDetail.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -10,14 +7,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // The first byte switches the trailing-escape rule; with it a second repair may drop
     // another final escape, so only without it must a repair be final.
     bool rule = data[0] & 1;
-    auto fix = [rule](const uint8_t* b, uint32_t l, unsigned char** o, uint32_t* ol,
-                   const yk::detail::ByteScanner&) {
-        return yk::detail::fixISO2022JPBytes(b, l, o, ol, rule);
-    };
-    auto oracleFix = [rule](const oracle::Bytes& bytes) {
-        return oracle::fixISO2022JP(bytes, rule);
+    yk::setISO2022JPTrailingEscapeRuleEnabled(rule);
+    auto fix = [rule](std::string_view bytes, const yk::detail::ByteScanner&) {
+        return yk::detail::fixISO2022JPBytes(bytes, rule);
     };
     // A bad katakana byte becomes seven bytes.
-    textfuzz::checkRepair(data + 1, size - 1, fix, oracleFix, 7, !rule);
+    textfuzz::checkRepair(data + 1, size - 1, fix, YKFixISO2022JPBytes, 7, !rule);
     return 0;
 }

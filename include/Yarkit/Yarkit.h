@@ -29,6 +29,8 @@
 #include <Yarkit/core/runtime/Range.h>
 #include <Yarkit/core/runtime/Ref.h>
 #include <Yarkit/core/runtime/Selector.h>
+#include <Yarkit/core/runtime/Send.h>
+#include <Yarkit/core/runtime/Slot.h>
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/values/ComparisonResult.h>

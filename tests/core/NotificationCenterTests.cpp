@@ -5,6 +5,8 @@
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/values/String.h>
 
+#include "CoreTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -88,8 +90,7 @@ TEST(NotificationCenter, MatchesByNameAndObjectWithNullAsAny)
         auto listener = yk::make<Listener>("L", &log);
         center->addObserver(listener.get(), "heard:", nameOrNull(row.observedName).get(), senders.get(row.observedObject));
         center->postNotificationName(row.postedName, senders.get(row.postedObject));
-        EXPECT_EQ(log.size(), row.heard ? 1u : 0u) << "observed " << (row.observedName ? row.observedName : "(any)") << "/" << (row.observedObject ? row.observedObject : '*')
-                                                   << " posted " << row.postedName << "/" << (row.postedObject ? row.postedObject : '*');
+        EXPECT_EQ(log.size(), row.heard ? 1u : 0u) << (row.observedName ? row.observedName : "(any)") << "/" << (row.observedObject ? row.observedObject : '*') << " for " << row.postedName << "/" << (row.postedObject ? row.postedObject : '*');
     }
 }
 
@@ -206,13 +207,16 @@ TEST(NotificationCenter, RejectsMissingArgumentsAndUnknownMethods)
     auto center = yk::make<yk::NotificationCenter>();
     std::vector<std::string> log;
     auto listener = yk::make<Listener>("L", &log);
-    EXPECT_THROW(center->addObserver(nullptr, "heard:", nullptr, nullptr), std::exception);
-    EXPECT_THROW(center->addObserver(listener.get(), yk::Selector(), nullptr, nullptr), std::exception);
-    EXPECT_THROW(center->postNotification(nullptr), std::exception);
-    EXPECT_THROW(center->postNotificationName(static_cast<const yk::String*>(nullptr), nullptr), std::exception);
+    const char* nilArgument = "*** -[NotificationCenter addObserver:selector:name:object:]: nil string (or other) argument";
+    yk::test::expectRaise([&] { center->addObserver(nullptr, "heard:", nullptr, nullptr); }, yk::NSInvalidArgumentException, nilArgument);
+    yk::test::expectRaise([&] { center->addObserver(listener.get(), yk::Selector(), nullptr, nullptr); }, yk::NSInvalidArgumentException, nilArgument);
+    yk::test::expectRaise([&] { center->postNotification(nullptr); }, yk::NSInvalidArgumentException,
+        "*** -[NotificationCenter postNotification:]: nil string (or other) argument");
+    EXPECT_THROW(center->postNotificationName(static_cast<const yk::String*>(nullptr), nullptr), yk::Exception);
     center->removeObserver(nullptr);
     center->addObserver(listener.get(), "noSuchMethod:", nullptr, nullptr);
-    EXPECT_THROW(center->postNotificationName("Ping", nullptr), std::exception);
+    yk::test::expectRaise([&] { center->postNotificationName("Ping", nullptr); }, yk::NSInvalidArgumentException,
+        "-[Listener noSuchMethod:]: unrecognized selector sent to instance");
 }
 
 TEST(NotificationCenter, DeliversTheUserInfoAndKeepsItsOwnCopyOfAMutableName)

@@ -1,4 +1,3 @@
-#include <Yarkit/ClassCompatibility.h>
 #include <Yarkit/MethodReplacement.h>
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
@@ -93,12 +92,6 @@ TEST(YPostLoadProcessor, RunsEveryHookOnceAndLogsOneThatRaises)
     EXPECT_EQ(hookCalls(), (std::vector<std::string> { "class", "category", "later" }));
 }
 
-TEST(YPostLoadProcessor, TheLibrarysOwnClassesWereProcessedAtLoad)
-{
-    // The library initialised YObject when it was loaded, which processes the hooks.
-    EXPECT_TRUE(yk::YObject::staticClass()->respondsToSelector("initialize"));
-}
-
 TEST(YIRefObject, CountsReferencesBeyondTheFirst)
 {
     auto* object = yk::make<yk::YIRefObject>().leakRef();
@@ -108,14 +101,6 @@ TEST(YIRefObject, CountsReferencesBeyondTheFirst)
     object->release();
     EXPECT_EQ(object->retainCount(), 1u);
     object->release(); // deallocates; ASan reports a leak or a double free if not
-}
-
-TEST(YIRefObject, StripeIsBitsFourToEightOfTheAddress)
-{
-    EXPECT_EQ(yk::YIRefObject::lockIndexForAddress(reinterpret_cast<void*>(0x0)), 0u);
-    EXPECT_EQ(yk::YIRefObject::lockIndexForAddress(reinterpret_cast<void*>(0x1F)), 1u);
-    EXPECT_EQ(yk::YIRefObject::lockIndexForAddress(reinterpret_cast<void*>(0x1F0)), 31u);
-    EXPECT_EQ(yk::YIRefObject::lockIndexForAddress(reinterpret_cast<void*>(0x200)), 0u);
 }
 
 TEST(YIRefObject, ConcurrentRetainAndReleaseBalance)
@@ -215,15 +200,6 @@ TEST(ObjectAdditions, TryToPerformSelector)
     EXPECT_TRUE(object->respondsToSelector("tryToPerformSelector:withObject:withObject:returnValue:"));
 }
 
-TEST(ObjectAdditions, BecomeObjectOfClass)
-{
-    auto object = yk::make<Derived>();
-    EXPECT_EQ(yk::becomeObjectOfClass(object.get(), Base::staticClass()), object.get());
-    EXPECT_EQ(yk::becomeObjectOfClass<Derived>(object.get()), object.get());
-    EXPECT_EQ(yk::becomeObjectOfClass(object.get(), yk::String::staticClass()), nullptr);
-    EXPECT_EQ(yk::becomeObjectOfClass(nullptr, Base::staticClass()), nullptr);
-}
-
 TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
 {
     auto object = yk::make<Base>();
@@ -242,12 +218,4 @@ TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
     for (const auto& c : cases)
         yk::test::expectRaise([&] { c.raiser(c.receiver, c.selector); }, yk::NSGenericException, c.reason);
     EXPECT_THROW(yk::tryToPerformSelector(object.get(), "subclassResponsibility:", nullptr, nullptr), yk::Exception);
-}
-
-TEST(ClassCompatibility, IsSubclassOfClass)
-{
-    EXPECT_TRUE(yk::YK_isSubclassOfClass(Derived::staticClass(), Base::staticClass()));
-    EXPECT_TRUE(yk::YK_isSubclassOfClass(Base::staticClass(), Base::staticClass()));
-    EXPECT_FALSE(yk::YK_isSubclassOfClass(Base::staticClass(), Derived::staticClass()));
-    EXPECT_TRUE(Derived::staticClass()->respondsToSelector("YK_isSubclassOfClass:"));
 }

@@ -1,42 +1,45 @@
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Invocation.h>
+#include <Yarkit/core/runtime/Send.h>
+#include <Yarkit/core/values/Exception.h>
 #include <Yarkit/core/values/String.h>
+
+#include "CoreTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <functional>
 #include <thread>
 #include <vector>
 
 namespace {
 
+using yk::test::expectRaise;
+using yk::test::str;
+
 // A receiver with one method per argument kind; each records what it got.
 class Recorder : public yk::Object {
     YK_OBJECT(Recorder, yk::Object)
 public:
-    yk::Object* lastObject { nullptr };
-    bool lastBool { false };
     int32_t lastInt32 { 0 };
-    int64_t lastInt64 { 0 };
-    float lastFloat { 0 };
-    double lastDouble { 0 };
-    yk::Selector lastSelector;
-    void* lastPointer { nullptr };
-    yk::Range lastRange;
 
-    yk::Object* takeObject(yk::Object* value) { return lastObject = value; }
-    bool takeBool(bool value) { return lastBool = value; }
+    yk::Object* takeObject(yk::Object* value) { return value; }
+    bool takeBool(bool value) { return value; }
     int32_t takeInt32(int32_t value) { return lastInt32 = value; }
-    int64_t takeInt64(int64_t value) { return lastInt64 = value; }
-    float takeFloat(float value) { return lastFloat = value; }
-    double takeDouble(double value) { return lastDouble = value; }
-    yk::Selector takeSelector(yk::Selector value) { return lastSelector = value; }
-    void* takePointer(void* value) { return lastPointer = value; }
-    yk::Range takeRange(yk::Range value) { return lastRange = value; }
+    int64_t takeInt64(int64_t value) { return value; }
+    float takeFloat(float value) { return value; }
+    double takeDouble(double value) { return value; }
+    yk::Selector takeSelector(yk::Selector value) { return value; }
+    void* takePointer(void* value) { return value; }
+    yk::Range takeRange(yk::Range value) { return value; }
+    int32_t takeString(const yk::String* value) { return value ? static_cast<int32_t>(value->length()) : -1; }
     uint32_t add(uint32_t a, uint32_t b) const { return a + b; }
+    bool decide(Recorder* other, bool flag, uint32_t count) { return other == this && flag && count == 7; }
     yk::Ref<yk::String> greeting() const { return yk::String::withUTF8("hello"); }
+    int32_t version() { return 1; }
     void renamed() { lastInt32 = 1; }
     void original() { lastInt32 = 2; }
 
@@ -53,8 +56,11 @@ YK_DEFINE_CLASS(Recorder, [](yk::MethodListBuilder& c) {
     c.method("takeSelector:", &Recorder::takeSelector);
     c.method("takePointer:", &Recorder::takePointer);
     c.method("takeRange:", &Recorder::takeRange);
+    c.method("takeString:", &Recorder::takeString);
     c.method("add:to:", &Recorder::add);
+    c.method("recorder:decide:count:", &Recorder::decide);
     c.method("greeting", &Recorder::greeting);
+    c.method("version", &Recorder::version);
     c.method("original", &Recorder::original);
     c.classMethod("answer", &Recorder::classAnswer);
 });
@@ -72,22 +78,44 @@ YK_DEFINE_CATEGORY(Recorder, "Extras", [](yk::MethodListBuilder& c) {
 template <typename T>
 T roundTrip(Recorder& recorder, const char* selector, T value)
 {
-    auto invocation = yk::Invocation::invocationWithMethodSignature(recorder.methodSignatureForSelector(selector));
-    invocation->setSelector(selector);
-    invocation->setArgument(value, 2);
-    invocation->invokeWithTarget(&recorder);
+    auto invocation = yk::Invocation::invocationWithTarget(&recorder, selector, value);
+    invocation->invoke();
     T copied {};
     invocation->getReturnValue(&copied);
     EXPECT_EQ(std::memcmp(&copied, &value, sizeof(T)), 0) << selector;
-    return invocation->returnValue<T>();
+    return invocation->template returnValue<T>();
 }
 
 } // namespace
 
+namespace app {
+
+// Overloads of one C++ name, registered under two selectors without a cast.
+class Mailbox : public yk::Object {
+    YK_OBJECT(Mailbox, yk::Object)
+public:
+    int32_t count { 0 };
+    yk::Ref<yk::String> name;
+    void store(int32_t value) { count = value; }
+    void store(yk::String* value) { name = value; }
+};
+
+class Folder : public yk::Object {
+    YK_OBJECT(Folder, yk::Object)
+};
+
+} // namespace app
+
+YK_DEFINE_CLASS(app::Mailbox, [](yk::MethodListBuilder& c) {
+    c.method<void(int32_t)>("storeCount:", &app::Mailbox::store);
+    c.method<void(yk::String*)>("storeName:", &app::Mailbox::store);
+});
+YK_DEFINE_CLASS_NAMED(app::Folder, "AppFolder");
+
 TEST(Invocation, CarriesEveryArgumentKind)
 {
     auto recorder = yk::make<Recorder>();
-    auto text = yk::String::withUTF8("x");
+    auto text = str("x");
     int local = 0;
 
     EXPECT_EQ(roundTrip<yk::Object*>(*recorder, "takeObject:", text.get()), text.get());
@@ -99,41 +127,140 @@ TEST(Invocation, CarriesEveryArgumentKind)
     EXPECT_EQ(roundTrip(*recorder, "takeSelector:", yk::Selector("a:b:")), yk::Selector("a:b:"));
     EXPECT_EQ(roundTrip<void*>(*recorder, "takePointer:", &local), &local);
     EXPECT_EQ(roundTrip(*recorder, "takeRange:", yk::Range { 3, 4 }), (yk::Range { 3, 4 }));
-
-    EXPECT_EQ(recorder->lastObject, text.get());
-    EXPECT_EQ(recorder->lastRange, (yk::Range { 3, 4 }));
 }
 
-TEST(Invocation, RejectsArgumentsOfTheWrongKindOrIndex)
+TEST(Invocation, RejectsArgumentsOfTheWrongKindCountOrIndex)
 {
     auto recorder = yk::make<Recorder>();
     auto invocation = yk::Invocation::invocationWithMethodSignature(recorder->methodSignatureForSelector("takeInt32:"));
-    EXPECT_ANY_THROW(invocation->setArgument(1.0, 2));
-    EXPECT_ANY_THROW(invocation->setArgument(int32_t { 1 }, 3));
-    EXPECT_ANY_THROW(invocation->setArgument(int32_t { 1 }, 1));
+    struct Row {
+        std::function<void()> body;
+        const char* reason;
+    };
+    const Row rows[] = {
+        { [&] { invocation->setArgument(1.0, 2); }, "-[Invocation setArgument:atIndex:]: argument 2: double does not convert to int32" },
+        { [&] { invocation->setArgument(int64_t { 1 }, 2); }, "-[Invocation setArgument:atIndex:]: argument 2: int64 does not convert to int32" },
+        { [&] { invocation->setArgument(int32_t { 1 }, 3); }, "-[Invocation setArgument:atIndex:]: index (3) out of bounds [2, 3)" },
+        { [&] { invocation->setArgument(int32_t { 1 }, 1); }, "-[Invocation setArgument:atIndex:]: index (1) out of bounds [2, 3)" },
+        { [&] { yk::Invocation::invocationWithTarget(recorder.get(), "takeInt32:", 1, 2); }, "-[Recorder takeInt32:]: the method takes 1 arguments, 2 given" },
+        { [&] { yk::Invocation::invocationWithTarget(recorder.get(), "missing:", 1); }, "-[Recorder missing:]: unrecognized selector sent to instance" },
+    };
+    for (const Row& row : rows)
+        expectRaise(row.body, yk::NSInvalidArgumentException, row.reason);
 }
 
-TEST(Invocation, KeepsAReturnedObjectAlive)
+TEST(Invocation, KeepsRefArgumentsAndRetainsRawOnesOnlyWhenAsked)
 {
     auto recorder = yk::make<Recorder>();
-    auto invocation = yk::Invocation::invocationWithMethodSignature(recorder->methodSignatureForSelector("greeting"));
-    invocation->setSelector("greeting");
+    // The string exists only as the argument: the invocation keeps it (ASan sees a use after
+    // free otherwise).
+    auto invocation = yk::Invocation::invocationWithTarget(recorder.get(), "takeString:", str("temporary"));
+    invocation->invoke();
+    EXPECT_EQ(invocation->returnValue<int32_t>(), 9);
+    invocation->setArgument(str("s"), 2);
     invocation->invokeWithTarget(recorder.get());
-    auto* greeting = static_cast<yk::String*>(invocation->returnValue<yk::Object*>());
-    EXPECT_EQ(greeting->utf8(), "hello");
+    EXPECT_EQ(invocation->returnValue<int32_t>(), 1);
+
+    invocation->setArgument(nullptr, 2);
+    invocation->invoke();
+    EXPECT_EQ(invocation->returnValue<int32_t>(), -1);
+
+    auto raw = str("raw");
+    invocation->setArgument(raw.get(), 2);
+    EXPECT_EQ(raw->retainCount(), 1u);
+    EXPECT_EQ(recorder->retainCount(), 1u);
+    invocation->retainArguments();
+    EXPECT_EQ(raw->retainCount(), 2u);
+    EXPECT_EQ(recorder->retainCount(), 2u);
+
+    auto greeting = yk::Invocation::invocationWithTarget(recorder.get(), "greeting");
+    greeting->invoke(); // the returned string's only reference is the invocation's
+    EXPECT_EQ(static_cast<yk::String*>(greeting->returnValue<yk::Object*>())->utf8(), "hello");
 }
 
-TEST(Invocation, RetainsArgumentsOnlyWhenAsked)
+TEST(Send, ConvertsArgumentsByKindAndRejectsNarrowing)
 {
     auto recorder = yk::make<Recorder>();
-    auto argument = yk::String::withUTF8("kept");
-    auto invocation = yk::Invocation::invocationWithMethodSignature(recorder->methodSignatureForSelector("takeObject:"));
-    invocation->setTarget(recorder.get());
-    invocation->setArgument<yk::Object*>(argument.get(), 2);
-    EXPECT_EQ(argument->retainCount(), 1u);
-    invocation->retainArguments();
-    EXPECT_EQ(argument->retainCount(), 2u);
-    EXPECT_EQ(recorder->retainCount(), 2u);
+    auto sub = yk::make<SubRecorder>();
+    struct Row {
+        const char* what;
+        std::function<int64_t(Recorder*)> send;
+        int64_t expected;
+        const char* reason; // null: the send succeeds with expected
+    };
+    const Row rows[] = {
+        { "exact types", [](Recorder* r) { return yk::send<bool>(r, "recorder:decide:count:", r, true, 7u); }, 1, nullptr },
+        { "Ref and int", [&](Recorder* r) { return yk::send<bool>(r, "recorder:decide:count:", recorder, true, 7); }, 1, nullptr },
+        { "subclass for its class", [&](Recorder*) { return yk::send<bool>(sub, "recorder:decide:count:", sub, true, 7); }, 1, nullptr },
+        { "Ref target", [&](Recorder*) { return yk::send<uint32_t>(recorder, "add:to:", 2, 3u); }, 5, nullptr },
+        { "int to int64", [](Recorder* r) { return yk::send<int64_t>(r, "takeInt64:", -3); }, -3, nullptr },
+        { "uint32_t to int64", [](Recorder* r) { return yk::send<int64_t>(r, "takeInt64:", 0xFFFFFFFFu); }, 0xFFFFFFFF, nullptr },
+        { "uint32_t to int32 keeps the bits", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", 0xFFFFFFFFu); }, -1, nullptr },
+        { "char to int32", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", 'A'); }, 65, nullptr },
+        { "float to double", [](Recorder* r) { return static_cast<int64_t>(4 * yk::send<double>(r, "takeDouble:", 1.25f)); }, 5, nullptr },
+        { "nullptr to object", [](Recorder* r) { return yk::send<int32_t>(r, "takeString:", nullptr); }, -1, nullptr },
+        { "const object", [](Recorder* r) { return yk::send<int32_t>(r, "takeString:", static_cast<const yk::String*>(str("ab").get())); }, 2, nullptr },
+        { "result dropped", [](Recorder* r) { return (yk::send(r, "takeInt32:", 9), r->lastInt32); }, 9, nullptr },
+        { "object result", [](Recorder* r) { return static_cast<int64_t>(yk::send<yk::Ref<yk::String>>(r, "greeting")->length()); }, 5, nullptr },
+        { "null target", [](Recorder*) { return yk::send<int64_t>(static_cast<yk::Object*>(nullptr), "takeInt64:", 1); }, 0, nullptr },
+        { "double to int32", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", 2.0); }, 0, "-[Recorder takeInt32:]: argument 2: double does not convert to int32" },
+        { "int64 to int32", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", int64_t { 1 }); }, 0, "-[Recorder takeInt32:]: argument 2: int64 does not convert to int32" },
+        { "int to double", [](Recorder* r) { return static_cast<int64_t>(yk::send<double>(r, "takeDouble:", 1)); }, 0, "-[Recorder takeDouble:]: argument 2: int32 does not convert to double" },
+        { "object to int", [](Recorder* r) { return yk::send<int32_t>(r, "takeInt32:", r); }, 0, "-[Recorder takeInt32:]: argument 2: object does not convert to int32" },
+        { "object of another class", [](Recorder* r) { return yk::send<bool>(r, "recorder:decide:count:", str("x"), true, 7u); }, 0, "argument of class String where (anonymous namespace)::Recorder is expected" },
+        { "too few arguments", [](Recorder* r) { return yk::send<uint32_t>(r, "add:to:", 1u); }, 0, "-[Recorder add:to:]: the method takes 2 arguments, 1 given" },
+        { "result of another kind", [](Recorder* r) { return yk::send<int32_t>(r, "greeting"); }, 0, "-[Recorder greeting]: the method returns object, not int32" },
+        { "unknown selector", [](Recorder* r) { return (yk::send(r, "noSuchMethod"), 0); }, 0, "-[Recorder noSuchMethod]: unrecognized selector sent to instance" },
+        { "unknown class method", [](Recorder*) { return (yk::send(Recorder::staticClass(), "noSuchMethod"), 0); }, 0, "+[Recorder noSuchMethod]: unrecognized selector sent to class" },
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        if (row.reason)
+            expectRaise([&] { row.send(recorder.get()); }, yk::NSInvalidArgumentException, row.reason);
+        else
+            EXPECT_EQ(row.send(recorder.get()), row.expected);
+    }
+}
+
+TEST(Send, SeesMethodsAddedOrReplacedAfterItsFirstCall)
+{
+    // One call site for both classes, so its cache must tell them and their generations apart.
+    const auto version = [](yk::Object* target) { return yk::send<int32_t>(target, "version"); };
+    auto recorder = yk::make<Recorder>();
+    auto sub = yk::make<SubRecorder>();
+    EXPECT_EQ(version(recorder.get()), 1);
+    EXPECT_EQ(version(sub.get()), 1);
+
+    SubRecorder::staticClass()->addCategory("Newer", [](yk::MethodListBuilder& c) { c.method("version", [](SubRecorder*) { return int32_t { 2 }; }); });
+    EXPECT_EQ(version(recorder.get()), 1);
+    EXPECT_EQ(version(sub.get()), 2);
+
+    // Swapping an implementation changes no method table.
+    yk::Method* method = Recorder::staticClass()->lookupMethod("version");
+    const yk::Imp previous = method->setImplementation(yk::Imp::fromFunction([](Recorder*) { return int32_t { 3 }; }));
+    EXPECT_EQ(version(recorder.get()), 3);
+    method->setImplementation(previous);
+    EXPECT_EQ(version(recorder.get()), 1);
+}
+
+TEST(Send, ConcurrentCallersOfOneSiteWithTwoClasses)
+{
+    auto recorder = yk::make<Recorder>();
+    auto sub = yk::make<SubRecorder>();
+    std::atomic<int> wrong { 0 };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([&, t] {
+            yk::Object* target = t ? recorder.get() : sub.get();
+            for (uint32_t i = 0; i < 20000; ++i) {
+                if (yk::send<uint32_t>(target, "add:to:", i, 1u) != i + 1)
+                    ++wrong;
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong.load(), 0);
 }
 
 TEST(Runtime, ClassIsTheTargetOfItsClassMethods)
@@ -143,26 +270,7 @@ TEST(Runtime, ClassIsTheTargetOfItsClassMethods)
     EXPECT_FALSE(cls->respondsToSelector("takeBool:"));
     EXPECT_TRUE(SubRecorder::staticClass()->respondsToSelector("answer"));
     EXPECT_EQ(cls->methodForSelector("answer").function<int32_t()>()(cls), 42);
-
-    auto invocation = yk::Invocation::invocationWithMethodSignature(cls->methodSignatureForSelector("answer"));
-    invocation->setSelector("answer");
-    invocation->invokeWithTarget(cls);
-    EXPECT_EQ(invocation->returnValue<int32_t>(), 42);
-}
-
-TEST(Runtime, InheritanceAndKindTests)
-{
-    auto sub = yk::make<SubRecorder>();
-    EXPECT_TRUE(sub->respondsToSelector("add:to:"));
-    EXPECT_TRUE(sub->isKindOfClass(Recorder::staticClass()));
-    EXPECT_TRUE(sub->isKindOfClass(yk::Object::staticClass()));
-    EXPECT_FALSE(sub->isMemberOfClass(Recorder::staticClass()));
-    EXPECT_TRUE(sub->isMemberOfClass(SubRecorder::staticClass()));
-    EXPECT_EQ(yk::Class::named("SubRecorder"), SubRecorder::staticClass());
-    EXPECT_EQ(SubRecorder::staticClass()->superclass(), Recorder::staticClass());
-    auto created = SubRecorder::staticClass()->createInstance();
-    ASSERT_TRUE(created);
-    EXPECT_TRUE(created->isMemberOfClass(SubRecorder::staticClass()));
+    EXPECT_EQ(yk::send<int32_t>(SubRecorder::staticClass(), "answer"), 42);
 }
 
 TEST(Runtime, CategoriesAddAndOverrideMethods)
@@ -172,34 +280,61 @@ TEST(Runtime, CategoriesAddAndOverrideMethods)
     EXPECT_EQ(recorder->lastInt32, 7);
     recorder->performSelector("original");
     EXPECT_EQ(recorder->lastInt32, 1);
-    auto lists = Recorder::staticClass()->methodLists();
-    ASSERT_EQ(lists.size(), 2u);
-    EXPECT_EQ(lists[0]->categoryName, "");
-    EXPECT_EQ(lists[1]->categoryName, "Extras");
+    EXPECT_EQ(Recorder::staticClass()->methodLists()[1]->categoryName, "Extras");
 }
 
 TEST(Runtime, TypedImpChecksTheMethodType)
 {
     auto recorder = yk::make<Recorder>();
-    auto add = recorder->methodForSelector("add:to:").function<uint32_t(uint32_t, uint32_t)>();
-    EXPECT_EQ(add(recorder.get(), 2, 3), 5u);
-    EXPECT_ANY_THROW(recorder->methodForSelector("add:to:").function<int32_t(int32_t, int32_t)>());
+    const yk::Imp imp = recorder->methodForSelector("add:to:");
+    EXPECT_EQ(imp.function<uint32_t(uint32_t, uint32_t)>()(recorder.get(), 2, 3), 5u);
+    EXPECT_TRUE(imp.tryFunction<uint32_t(uint32_t, uint32_t)>());
+    EXPECT_FALSE(imp.tryFunction<int32_t(int32_t, int32_t)>());
+    expectRaise([&] { imp.function<int32_t(int32_t, int32_t)>(); }, yk::NSInvalidArgumentException,
+        "implementation of type unsigned int (unsigned int, unsigned int) used as int (int, int)");
 }
 
-TEST(Runtime, PerformSelectorRaisesForAnUnknownSelector)
+TEST(Runtime, PerformSelectorPassesAsManyObjectsAsTheMethodTakes)
 {
     auto recorder = yk::make<Recorder>();
-    EXPECT_ANY_THROW(recorder->performSelector("noSuchMethod"));
-    EXPECT_EQ(recorder->performSelector("takeObject:", recorder.get()), recorder);
+    EXPECT_EQ(recorder->performSelector("takeObject:", recorder.get(), recorder.get()), recorder);
+    EXPECT_EQ(recorder->performSelector("takeObject:"), nullptr); // the missing argument is null
+    EXPECT_EQ(recorder->performSelector("version"), nullptr); // not an object
+    expectRaise([&] { recorder->performSelector("noSuchMethod"); }, yk::NSInvalidArgumentException,
+        "-[Recorder noSuchMethod]: unrecognized selector sent to instance");
 }
 
-TEST(Runtime, SelectorsAreInterned)
+TEST(Runtime, ClassesInANamespaceRegisterUnderTheirOwnOrAChosenName)
 {
-    const std::string dynamic = std::string("jobDid") + "End:";
-    EXPECT_EQ(yk::Selector(dynamic), yk::Selector("jobDidEnd:"));
-    EXPECT_EQ(yk::Selector(dynamic).name(), yk::Selector("jobDidEnd:").name());
-    EXPECT_EQ(yk::Selector("jobCenter:shouldExecuteJob:withRunningJobs:").argumentCount(), 3u);
-    EXPECT_STREQ(yk::Selector().name(), "(null)");
+    EXPECT_EQ(yk::Class::named("Mailbox"), app::Mailbox::staticClass());
+    EXPECT_EQ(yk::Class::named("app::Mailbox"), nullptr);
+    EXPECT_EQ(yk::Class::named("AppFolder"), app::Folder::staticClass());
+
+    auto mailbox = yk::make<app::Mailbox>();
+    yk::send(mailbox, "storeCount:", 3);
+    yk::send(mailbox, "storeName:", str("受信箱"));
+    EXPECT_EQ(mailbox->count, 3);
+    EXPECT_EQ(mailbox->name->utf8(), "受信箱");
+}
+
+TEST(Runtime, RegistrationRejectsASelectorThatDoesNotMatchTheArgumentsAndAddsNothing)
+{
+    const size_t lists = Recorder::staticClass()->methodLists().size();
+    expectRaise(
+        [] {
+            Recorder::staticClass()->addCategory("Mistaken", [](yk::MethodListBuilder& c) {
+                c.method(std::string_view("fine"), &Recorder::version);
+                c.method(std::string_view("takeTwo:and:"), &Recorder::takeInt32);
+            });
+        },
+        yk::NSInvalidArgumentException, "method takeTwo:and: of class Recorder: the selector has 2 colons, the function takes 1 arguments");
+    EXPECT_EQ(Recorder::staticClass()->methodLists().size(), lists);
+    EXPECT_FALSE(Recorder::staticClass()->instancesRespondToSelector("fine"));
+
+    // While the program loads, the reason is reported and the process goes on.
+    testing::internal::CaptureStderr();
+    yk::detail::ClassRegistration twice([] { return yk::Class::registerClass("Recorder", nullptr, nullptr, nullptr); });
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "*** A class was not registered: class Recorder is registered twice\n");
 }
 
 namespace {

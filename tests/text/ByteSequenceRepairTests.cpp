@@ -14,8 +14,6 @@ using namespace texttest;
 using yk::RepairEdit;
 using yk::RepairResult;
 
-using RepairFunction = std::function<RepairResult(const Bytes&)>;
-
 // The input with the edits applied; it must give the repaired bytes.
 Bytes applyEdits(const Bytes& input, const std::vector<RepairEdit>& edits)
 {
@@ -31,156 +29,126 @@ Bytes applyEdits(const Bytes& input, const std::vector<RepairEdit>& edits)
     return output + input.substr(std::min(at, input.size()));
 }
 
-RepairResult fixUTF8(const Bytes& bytes)
-{
-    return yk::fixUTF8Bytes(bytes);
-}
-
-RepairResult fixShiftJIS(const Bytes& bytes, int variant)
-{
-    return yk::fixShiftJISBytes(bytes, variant);
-}
-
-RepairResult fixEUCJP(const Bytes& bytes)
-{
-    return yk::fixEUCJPBytes(bytes);
-}
-
 RepairResult fixISO2022JP(const Bytes& bytes, bool trailingEscapeRule = false)
 {
     return yk::detail::fixISO2022JPBytes(bytes, trailingEscapeRule);
 }
 
+// `output` is what a repair gives; it equals the input where nothing is repaired.
 struct RepairCase {
     const char* scenario;
     Bytes input;
-    bool repaired;
-    Bytes output; // when repaired
+    Bytes output;
+    int variant = 0; // Shift_JIS only
 };
 
-void expectRepairs(const char* function, const RepairCase* begin, const RepairCase* end,
-    const RepairFunction& fix)
-{
-    for (const RepairCase* c = begin; c != end; ++c) {
-        RepairResult actual = fix(c->input);
-        Bytes expected = c->repaired ? c->output : c->input;
-        EXPECT_EQ(actual.repaired, c->repaired) << function << ", " << c->scenario << ": " << hex(c->input);
-        EXPECT_EQ(hex(actual.bytes), hex(expected)) << function << ", " << c->scenario << ": " << hex(c->input);
-        EXPECT_EQ(hex(applyEdits(c->input, actual.edits)), hex(expected))
-            << function << ", " << c->scenario << ": " << hex(c->input);
-        EXPECT_EQ(actual.edits.empty(), !c->repaired) << function << ", " << c->scenario;
-    }
-}
-
 template<size_t N>
-void expectRepairs(const char* function, const RepairCase (&cases)[N], const RepairFunction& fix)
+void expectRepairs(const RepairCase (&cases)[N], const std::function<RepairResult(const Bytes&, int)>& fix)
 {
-    expectRepairs(function, cases, cases + N, fix);
+    for (const RepairCase& c : cases) {
+        RepairResult actual = fix(c.input, c.variant);
+        SCOPED_TRACE(std::string(c.scenario) + ": " + hex(c.input) + " variant " + std::to_string(c.variant));
+        EXPECT_EQ(actual.repaired, c.output != c.input);
+        EXPECT_EQ(hex(actual.bytes), hex(c.output));
+        EXPECT_EQ(hex(applyEdits(c.input, actual.edits)), hex(c.output));
+        EXPECT_EQ(actual.edits.empty(), !actual.repaired);
+    }
 }
 
 TEST(YKFixUTF8Bytes, ReplacesEachMalformedSequenceWithOneQuestionMark)
 {
     const RepairCase cases[] = {
-        { "ASCII", "plain text\r\n", false, "" },
-        { "valid Japanese", "\xE6\x97\xA5\xE6\x9C\xAC", false, "" },
-        { "wide forms and surrogates are valid", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80"
-                                                 "\xF5\x80\x80\x80\xED\xA0\x80",
-            false, "" },
-        { "ASCII after a broken lead is kept", "\x41\xC3\x42", true, "\x41?\x42" },
-        { "truncated at the end", "\xE3\x81", true, "?" },
-        { "a following lead is swallowed", "\xC3\xC3\xA9", true, "??" },
-        { "swallowing stops at the expected length", "\xE3\x81\xE3\x81\x82", true, "???" },
-        { "lone continuation bytes", "\x80\xBF", true, "??" },
-        { "overlong four-byte form", "\xF0\x80\x80\x80z", true, "?z" },
-        { "above U+10FFFF", "\xF4\x90\x80\x80", true, "?" },
-        { "0xFE and 0xFF", "\xFE\xFF", true, "??" },
-        { "six-byte form cut short", "\xFC\x80\x80\x80\x80", true, "?" },
-        { "valid text around a repair", "\xC3\xA9\xC3\xC3\xA9", true, "\xC3\xA9??" },
+        { "ASCII", "plain text\r\n", "plain text\r\n" },
+        { "valid Japanese", "\xE6\x97\xA5\xE6\x9C\xAC", "\xE6\x97\xA5\xE6\x9C\xAC" },
+        { "wide forms are valid", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80" },
+        { "0xF5 leads and surrogates are valid", "\xF5\x80\x80\x80\xED\xA0\x80", "\xF5\x80\x80\x80\xED\xA0\x80" },
+        { "ASCII after a broken lead is kept", "\x41\xC3\x42", "\x41?\x42" },
+        { "truncated at the end", "\xE3\x81", "?" },
+        { "a following lead is swallowed", "\xC3\xC3\xA9", "??" },
+        { "swallowing stops at the expected length", "\xE3\x81\xE3\x81\x82", "???" },
+        { "lone continuation bytes", "\x80\xBF", "??" },
+        { "overlong four-byte form", "\xF0\x80\x80\x80z", "?z" },
+        { "above U+10FFFF", "\xF4\x90\x80\x80", "?" },
+        { "0xFE and 0xFF", "\xFE\xFF", "??" },
+        { "six-byte form cut short", "\xFC\x80\x80\x80\x80", "?" },
+        { "valid text around a repair", "\xC3\xA9\xC3\xC3\xA9", "\xC3\xA9??" },
     };
-    expectRepairs("YKFixUTF8Bytes", cases, fixUTF8);
+    expectRepairs(cases, [](const Bytes& bytes, int) { return yk::fixUTF8Bytes(bytes); });
 }
 
 TEST(YKFixShiftJISBytes, ChecksPairsAgainstTheVariantsTable)
 {
-    struct VariantCase {
-        RepairCase repair;
-        int variant;
+    const RepairCase cases[] = {
+        { "defined hiragana", "\x82\xA0", "\x82\xA0", 0 },
+        { "row 9 is not plain Shift_JIS", "\x85\x40", "?", 0 },
+        { "row 9 cell 1 is DOS", "\x85\x40", "\x85\x40", 2 },
+        { "row 9 cell 1 is Mac", "\x85\x40", "\x85\x40", 1 },
+        { "defined symbol", "\x81\x41", "\x81\x41", 0 },
+        { "the swallowed trail may be ASCII", "\x81\x20", "?", 0 },
+        { "0x7F is judged as 0x80", "\x81\x7F", "\x81\x7F", 0 },
+        { "no cell above 0xFC", "\x81\xFDx", "?x", 0 },
+        { "lead at the end", "ab\x82", "ab?", 2 },
+        { "0xA0 becomes a space", "\xA0", " ", 0 },
+        { "0xA0 becomes a space", "\xA0", " ", 1 },
+        { "0xA0 becomes a space", "\xA0", " ", 2 },
+        { "0xA0 becomes a space", "\xA0", " ", 7 },
+        { "0xFD is not a character", "\xFD", "?", 0 },
+        { "0xFD is not a character", "\x80\xFD\xFE\xFF", "????", 2 },
+        { "0x80 and 0xFD-0xFF are Mac characters", "\x80\xFD\xFE\xFF", "\x80\xFD\xFE\xFF", 1 },
+        { "other variants look nothing up", "\x85\x40\xFD\x82", "\x85\x40\xFD\x82", 3 },
+        { "other variants look nothing up", "\x81\x20", "\x81\x20", -1 },
+        { "the trail of a pair is never judged alone", "\x81\xA0", "\x81\xA0", 0 },
+        { "half-width katakana", "\xB1\xDF", "\xB1\xDF", 0 },
+        { "user-defined area", "\xF0\x40\xFC\xFC", "\xF0\x40\xFC\xFC", 0 },
+        { "DOS stops at row 119 cell 12", "\xFC\x4B\xFC\x4C", "\xFC\x4B?", 2 },
+        { "Mac-only category 2 is a character", "\xEB\x41", "\xEB\x41", 1 },
+        { "Mac-only category 2 is not Shift_JIS", "\xEB\x41", "?", 0 },
+        { "NEC row 13", "\x87\x40", "\x87\x40", 2 },
+        { "IBM rows 89-92", "\xED\x40\xEE\xEC\xEE\xED", "\xED\x40\xEE\xEC?", 2 },
     };
-    const VariantCase cases[] = {
-        { { "defined hiragana", "\x82\xA0", false, "" }, 0 },
-        { { "row 9 is not plain Shift_JIS", "\x85\x40", true, "?" }, 0 },
-        { { "row 9 cell 1 is DOS", "\x85\x40", false, "" }, 2 },
-        { { "row 9 cell 1 is Mac", "\x85\x40", false, "" }, 1 },
-        { { "defined symbol", "\x81\x41", false, "" }, 0 },
-        { { "the swallowed trail may be ASCII", "\x81\x20", true, "?" }, 0 },
-        { { "0x7F is judged as 0x80", "\x81\x7F", false, "" }, 0 },
-        { { "no cell above 0xFC", "\x81\xFDx", true, "?x" }, 0 },
-        { { "lead at the end", "ab\x82", true, "ab?" }, 2 },
-        { { "0xA0 becomes a space", "\xA0", true, " " }, 0 },
-        { { "0xA0 becomes a space", "\xA0", true, " " }, 1 },
-        { { "0xA0 becomes a space", "\xA0", true, " " }, 2 },
-        { { "0xA0 becomes a space", "\xA0", true, " " }, 7 },
-        { { "0xFD is not a character", "\xFD", true, "?" }, 0 },
-        { { "0xFD is not a character", "\x80\xFD\xFE\xFF", true, "????" }, 2 },
-        { { "0x80 and 0xFD-0xFF are Mac characters", "\x80\xFD\xFE\xFF", false, "" }, 1 },
-        { { "other variants look nothing up", "\x85\x40\xFD\x82", false, "" }, 3 },
-        { { "other variants look nothing up", "\x81\x20", false, "" }, -1 },
-        { { "the trail of a pair is never judged alone", "\x81\xA0", false, "" }, 0 },
-        { { "half-width katakana", "\xB1\xDF", false, "" }, 0 },
-        { { "user-defined area", "\xF0\x40\xFC\xFC", false, "" }, 0 },
-        { { "DOS stops at row 119 cell 12", "\xFC\x4B\xFC\x4C", true, "\xFC\x4B?" }, 2 },
-        { { "Mac-only category 2 is a character", "\xEB\x41", false, "" }, 1 },
-        { { "Mac-only category 2 is not Shift_JIS", "\xEB\x41", true, "?" }, 0 },
-        { { "NEC row 13", "\x87\x40", false, "" }, 2 },
-        { { "IBM rows 89-92", "\xED\x40\xEE\xEC\xEE\xED", true, "\xED\x40\xEE\xEC?" }, 2 },
-    };
-    for (const auto& c : cases) {
-        expectRepairs("YKFixShiftJISBytes", &c.repair, &c.repair + 1,
-            [&c](const Bytes& bytes) { return fixShiftJIS(bytes, c.variant); });
-    }
+    expectRepairs(cases, [](const Bytes& bytes, int variant) { return yk::fixShiftJISBytes(bytes, variant); });
 }
 
 TEST(YKFixEUCJPBytes, ChecksPairsAgainstTheStandardMacCharacters)
 {
     const RepairCase cases[] = {
-        { "hiragana", "\xA4\xA2", false, "" },
-        { "single shift 3 is kept, then an ordinary pair", "\x8F\xB0\xA1", false, "" },
-        { "single shift 3 is kept, then an undefined pair", "\x8F\xA2\xAF", true, "\x8F?" },
-        { "row 86", "\xF6\xA1", true, "?" },
-        { "half-width katakana", "\x8E\xB1\x8E\xDF", false, "" },
-        { "single shift 2 outside katakana", "\x8E\xE0", true, "?" },
-        { "single shift 2 swallows ASCII", "\x8E\x41x", true, "?x" },
-        { "single shift 2 at the end", "\x8E", true, "?" },
-        { "lead at the end", "x\xA4", true, "x?" },
-        { "a 7-bit trail is judged as if high", "\xA4\x22", false, "" },
-        { "trail without a cell", "\xA4\xFF", true, "?" },
-        { "NEC row 13 standard part", "\xAD\xA1", false, "" },
-        { "Mac-only category 2", "\xAD\xF1", true, "?" },
-        { "stray high bytes are kept", "\x80\x8D\x90\xA0\xFF", false, "" },
+        { "hiragana", "\xA4\xA2", "\xA4\xA2" },
+        { "single shift 3 is kept, then an ordinary pair", "\x8F\xB0\xA1", "\x8F\xB0\xA1" },
+        { "single shift 3 is kept, then an undefined pair", "\x8F\xA2\xAF", "\x8F?" },
+        { "row 86", "\xF6\xA1", "?" },
+        { "half-width katakana", "\x8E\xB1\x8E\xDF", "\x8E\xB1\x8E\xDF" },
+        { "single shift 2 outside katakana", "\x8E\xE0", "?" },
+        { "single shift 2 swallows ASCII", "\x8E\x41x", "?x" },
+        { "single shift 2 at the end", "\x8E", "?" },
+        { "lead at the end", "x\xA4", "x?" },
+        { "a 7-bit trail is judged as if high", "\xA4\x22", "\xA4\x22" },
+        { "trail without a cell", "\xA4\xFF", "?" },
+        { "NEC row 13 standard part", "\xAD\xA1", "\xAD\xA1" },
+        { "Mac-only category 2", "\xAD\xF1", "?" },
+        { "stray high bytes are kept", "\x80\x8D\x90\xA0\xFF", "\x80\x8D\x90\xA0\xFF" },
     };
-    expectRepairs("YKFixEUCJPBytes", cases, fixEUCJP);
+    expectRepairs(cases, [](const Bytes& bytes, int) { return yk::fixEUCJPBytes(bytes); });
 }
 
 TEST(YKFixISO2022JPBytes, BracketsRepairsWithEscapes)
 {
     const RepairCase cases[] = {
-        { "clean text", "a\x1B$B\x24\x22\x1B(B\r\n", false, "" },
-        { "line break in JIS X 0208 mode", "\x1B$B\x24\x22\r\n", true,
-            "\x1B$B\x24\x22\x1B(B\r\n" },
-        { "line break in katakana mode", "\x1B(I\x31\n", true, "\x1B(I\x31\x1B(B\n" },
-        { "line break in JIS Roman mode", "\x1B(J\\\r\n", false, "" },
-        { "unknown escape", "\x1B\x4B", true, "\x1B(B\x4B" },
-        { "escape at the end", "a\x1B", true, "a\x1B(B" },
-        { "four-byte escape is unknown here", "\x1B$(D", true, "\x1B(B$(D" },
-        { "bad pair in 1983 mode", "\x1B$B\x7F\x21", true, "\x1B$B\x1B(B?\x1B$B" },
-        { "bad pair in 1978 mode", "\x1B$@\x7F\x21", true, "\x1B$@\x1B(B?\x1B$@" },
-        { "Mac-only character", "\x1B$B\x2D\x51", true, "\x1B$B\x1B(B?\x1B$B" },
-        { "lone byte at the end", "\x1B$B\x24", true, "\x1B$B\x1B(B?\x1B$B" },
-        { "a bad pair swallows a line feed", "\x1B$B\x24\n", true, "\x1B$B\x1B(B?\x1B$B" },
-        { "bad katakana byte", "\x1B(I\x31\x60", true, "\x1B(I\x31\x1B(B?\x1B(I" },
-        { "ASCII mode keeps high bytes", "\x80\xFF", false, "" },
+        { "clean text", "a\x1B$B\x24\x22\x1B(B\r\n", "a\x1B$B\x24\x22\x1B(B\r\n" },
+        { "line break in JIS X 0208 mode", "\x1B$B\x24\x22\r\n", "\x1B$B\x24\x22\x1B(B\r\n" },
+        { "line break in katakana mode", "\x1B(I\x31\n", "\x1B(I\x31\x1B(B\n" },
+        { "line break in JIS Roman mode", "\x1B(J\\\r\n", "\x1B(J\\\r\n" },
+        { "unknown escape", "\x1B\x4B", "\x1B(B\x4B" },
+        { "escape at the end", "a\x1B", "a\x1B(B" },
+        { "four-byte escape is unknown here", "\x1B$(D", "\x1B(B$(D" },
+        { "bad pair in 1983 mode", "\x1B$B\x7F\x21", "\x1B$B\x1B(B?\x1B$B" },
+        { "bad pair in 1978 mode", "\x1B$@\x7F\x21", "\x1B$@\x1B(B?\x1B$@" },
+        { "Mac-only character", "\x1B$B\x2D\x51", "\x1B$B\x1B(B?\x1B$B" },
+        { "lone byte at the end", "\x1B$B\x24", "\x1B$B\x1B(B?\x1B$B" },
+        { "a bad pair swallows a line feed", "\x1B$B\x24\n", "\x1B$B\x1B(B?\x1B$B" },
+        { "bad katakana byte", "\x1B(I\x31\x60", "\x1B(I\x31\x1B(B?\x1B(I" },
+        { "ASCII mode keeps high bytes", "\x80\xFF", "\x80\xFF" },
     };
-    expectRepairs("YKFixISO2022JPBytes", cases, [](const Bytes& b) { return fixISO2022JP(b); });
+    expectRepairs(cases, [](const Bytes& bytes, int) { return fixISO2022JP(bytes); });
 }
 
 TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
@@ -388,13 +356,10 @@ TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
             if (!below(8))
                 iso += "\x1B$B";
         }
-        auto decoded = [](const char* converter, const Bytes&, const RepairResult& r) {
-            return icuDecode(converter, withoutEmptySegments(r.bytes));
-        };
-        EXPECT_TRUE(decoded("UTF-8", utf8, fixUTF8(utf8))) << hex(utf8);
-        EXPECT_TRUE(decoded("Shift_JIS", sjis, fixShiftJIS(sjis, 0))) << hex(sjis);
-        EXPECT_TRUE(decoded("EUC-JP", euc, fixEUCJP(euc))) << hex(euc);
-        EXPECT_TRUE(decoded("ISO_2022,locale=ja,version=0", iso, fixISO2022JP(iso))) << hex(iso);
+        EXPECT_TRUE(icuDecode("UTF-8", yk::fixUTF8Bytes(utf8).bytes)) << hex(utf8);
+        EXPECT_TRUE(icuDecode("Shift_JIS", yk::fixShiftJISBytes(sjis, 0).bytes)) << hex(sjis);
+        EXPECT_TRUE(icuDecode("EUC-JP", yk::fixEUCJPBytes(euc).bytes)) << hex(euc);
+        EXPECT_TRUE(icuDecode("ISO_2022,locale=ja,version=0", withoutEmptySegments(fixISO2022JP(iso).bytes))) << hex(iso);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <unicode/ucnv_err.h>
 
 #include <cstdio>
+#include <iterator>
 
 namespace texttest {
 
@@ -95,61 +96,49 @@ Bytes InputGenerator::longText()
     return bytes;
 }
 
+// One token: 7-bit text, an escape (known, unknown or cut off), a line break, 0xA0, a
+// byte-order mark, a UTF-8 sequence of any lead (valid or not), a Shift_JIS, EUC-JP or JIS pair
+// with any trail now and then, a single high byte, or any byte.
 void InputGenerator::appendToken(Bytes& bytes)
 {
-    static const char* const escapes[] = { "\x1B$@", "\x1B$B", "\x1B(B", "\x1B(J", "\x1B(I",
+    static const char* const fixed[] = { "\x1B$@", "\x1B$B", "\x1B(B", "\x1B(J", "\x1B(I",
         "\x1B$A", "\x1B.A", "\x1B.F", "\x1B$(C", "\x1B$(D", "\x1B$(O", "\x1B$(P", "\x1B[",
-        "\x1B$(", "\x1B", "\x1B(", "\x1B$" };
+        "\x1B$(", "\x1B", "\x1B(", "\x1B$", "\r\n", "\n", "\xA0", "\xFF\xFE", "\xFE\xFF" };
     auto add = [&bytes](unsigned byte) { bytes += static_cast<char>(byte); };
-    switch (below(12)) {
+    switch (below(9)) {
     case 0:
         bytes.append(below(40), static_cast<char>(0x21 + below(0x5E)));
         break;
     case 1:
-        bytes += escapes[below(sizeof escapes / sizeof escapes[0])];
+        bytes += fixed[below(std::size(fixed))];
         break;
-    case 2: { // a UTF-8 sequence, valid or not, of any lead
-        uint8_t lead = byteIn(0xC0, 0xFF);
-        add(lead);
-        unsigned continuations = below(6);
-        for (unsigned i = 0; i < continuations; ++i)
+    case 2: // UTF-8: any lead, up to five continuations, now and then not one
+        add(byteIn(0xC0, 0xFF));
+        for (unsigned i = below(6); i > 0; --i)
             add(below(8) ? byteIn(0x80, 0xBF) : below(256));
         break;
-    }
-    case 3: // Shift_JIS pair with any trail
+    case 3:
         add(below(2) ? byteIn(0x80, 0x9F) : byteIn(0xE0, 0xFF));
         add(below(4) ? byteIn(0x40, 0xFC) : below(256));
         break;
-    case 4: // EUC-JP pair, sometimes single-shifted
+    case 4:
         if (!below(5))
             add(below(2) ? 0x8E : 0x8F);
         add(byteIn(0xA1, 0xFE));
         add(below(6) ? byteIn(0xA1, 0xFE) : below(256));
         break;
-    case 5: // JIS pair as in ISO-2022-JP
+    case 5:
         add(byteIn(0x21, 0x7E));
         add(below(8) ? byteIn(0x21, 0x7E) : below(128));
         break;
-    case 6:
-        bytes += below(2) ? "\r\n" : "\n";
-        break;
-    case 7: // half-width katakana or the Mac single bytes
+    case 6: // half-width katakana or the Mac single bytes
         add(below(2) ? byteIn(0xA1, 0xDF) : (below(2) ? 0x80 : byteIn(0xFD, 0xFF)));
         break;
-    case 8:
-        add(0xA0);
+    case 7: // a valid three-byte UTF-8 sequence, as Japanese text is made of
+        add(byteIn(0xE1, 0xEF)), add(byteIn(0x80, 0xBF)), add(byteIn(0x80, 0xBF));
         break;
-    case 9: { // a valid three-byte UTF-8 sequence, as Japanese text is made of
-        add(byteIn(0xE1, 0xEF));
-        add(byteIn(0x80, 0xBF));
-        add(byteIn(0x80, 0xBF));
-        break;
-    }
-    case 10:
+    default:
         add(below(256));
-        break;
-    default: // byte-order marks
-        bytes += below(2) ? "\xFF\xFE" : "\xFE\xFF";
         break;
     }
 }

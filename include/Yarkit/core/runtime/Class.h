@@ -40,37 +40,96 @@ struct MethodList {
     std::vector<std::unique_ptr<Method>> methods;
 };
 
-// Adds methods to one method list of a class, on its instance side (method) and its class side
-// (classMethod). An implementation is a member function of the class or a function whose
-// first parameter is the receiver; its signature is deduced from its type:
+namespace detail {
+// Called when a selector literal's colons do not match the function's arguments; not constexpr,
+// so the mistake stops the compilation with this name in the message.
+void selectorColonCountDiffersFromTheFunctionArgumentCount();
+} // namespace detail
+
+// The selector of a method being registered, for a function of Arity arguments. A string
+// literal is checked when compiling: its colons must match the arity. A selector made at run
+// time is checked when the method is registered.
+template <uint32_t Arity>
+class MethodSelector {
+public:
+    template <size_t N>
+    consteval MethodSelector(const char (&text)[N])
+        : _text(text, N - 1)
+    {
+        uint32_t colons = 0;
+        for (char c : _text)
+            colons += c == ':';
+        if (colons != Arity)
+            detail::selectorColonCountDiffersFromTheFunctionArgumentCount();
+    }
+    MethodSelector(std::string_view text)
+        : _text(text)
+    {
+    }
+    MethodSelector(const std::string& text)
+        : _text(text)
+    {
+    }
+
+    std::string_view text() const { return _text; }
+
+private:
+    std::string_view _text;
+};
+
+// Collects the methods of one method list of a class, on its instance side (method) and its
+// class side (classMethod); the class gets them all at once when the setup function returns.
+// An implementation is a member function of the class or a function whose first parameter is
+// the receiver; its signature is deduced from its type:
 //     c.method("jobDidEnd:", &Delegate::jobDidEnd);
+//     c.method<void(yk::String*)>("setName:", &Delegate::set);   // one of several overloads
 //     c.classMethod("postLoad", &Delegate::postLoad);   // static void postLoad(yk::Class*)
+// Raises NSInvalidArgumentException when a selector's colons do not match the arguments.
 class MethodListBuilder {
 public:
-    MethodListBuilder(Class* cls, std::string_view categoryName)
-        : _class(cls)
-        , _categoryName(categoryName)
+    explicit MethodListBuilder(std::string_view className)
+        : _className(className)
     {
     }
 
     template <typename F>
-    MethodListBuilder& method(std::string_view selector, F function)
+    MethodListBuilder& method(MethodSelector<detail::ArityOf<F>::value> selector, F function)
     {
-        add(false, selector, Imp::fromFunction(function));
+        add(false, selector.text(), Imp::fromFunction(function));
+        return *this;
+    }
+    // Picks the overload of a member function whose type, without the receiver, is Signature.
+    template <typename Signature, typename T>
+    MethodListBuilder& method(MethodSelector<detail::ArityOf<Signature>::value> selector, std::type_identity_t<Signature> T::*function)
+    {
+        add(false, selector.text(), Imp::fromFunction(function));
+        return *this;
+    }
+    template <typename Signature, typename T>
+    MethodListBuilder& method(MethodSelector<detail::ArityOf<Signature>::value> selector, detail::ConstSignature<Signature> T::*function)
+    {
+        add(false, selector.text(), Imp::fromFunction(function));
         return *this;
     }
     template <typename F>
-    MethodListBuilder& classMethod(std::string_view selector, F function)
+    MethodListBuilder& classMethod(MethodSelector<detail::ArityOf<F>::value> selector, F function)
     {
-        add(true, selector, Imp::fromFunction(function));
+        add(true, selector.text(), Imp::fromFunction(function));
         return *this;
     }
+
+    struct Entry {
+        bool classSide;
+        Selector selector;
+        Imp imp;
+    };
+    const std::vector<Entry>& entries() const { return _entries; }
 
 private:
     void add(bool classSide, std::string_view selector, Imp imp);
 
-    Class* _class;
-    std::string _categoryName;
+    std::string _className;
+    std::vector<Entry> _entries;
 };
 
 // A class of the object runtime: its name, superclass, method lists (its own and its
@@ -83,16 +142,23 @@ public:
     using Factory = Ref<Object> (*)();
     using Setup = void (*)(MethodListBuilder&);
 
-    // Registers a class once; called by YK_DEFINE_CLASS. Raises NSInternalInconsistencyException
-    // when another class of the same name exists.
+    // Registers a class once with the methods of setup; called by YK_DEFINE_CLASS. Raises
+    // NSInternalInconsistencyException when another class of the same name exists, and
+    // NSInvalidArgumentException when a method's selector does not match its arguments; then
+    // nothing is registered.
     static Class* registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup);
     template <typename T>
     static Class* registerClassOf(std::string_view name, Setup setup = nullptr);
 
     static Class* staticClass();
 
-    // Adds a category's methods; called by YK_DEFINE_CATEGORY.
+    // Adds a category's methods, all or none; called by YK_DEFINE_CATEGORY. Raises like
+    // registerClass.
     void addCategory(std::string_view categoryName, Setup setup);
+
+    // Changes whenever a method list of any class changes; a cached lookup made under another
+    // generation is stale.
+    static uint64_t methodTablesGeneration() { return _methodTablesGeneration.load(std::memory_order_acquire); }
 
     // Looks a class up by name, or null.
     static Class* named(std::string_view name);
@@ -138,8 +204,8 @@ private:
     Class(std::string name, Class* superclass, Class* metaClass, Factory factory, bool isMetaClass);
 
     MethodList& methodListNamed(std::string_view categoryName) YK_REQUIRES(runtimeLock());
-    void addMethod(std::string_view categoryName, Selector selector, Imp imp);
-    friend class MethodListBuilder;
+    void addMethod(std::string_view categoryName, Selector selector, Imp imp) YK_REQUIRES(runtimeLock());
+    void addMethods(std::string_view categoryName, const MethodListBuilder& builder) YK_REQUIRES(runtimeLock());
 
     // Every method this class uses, by selector, flattened from its lists and its superclasses';
     // rebuilt after any method list of any class changed.
@@ -152,6 +218,8 @@ private:
     static Registry& registry();
     static SharedMutex& runtimeLock();
     static RecursiveMutex& initializationLock();
+
+    static std::atomic<uint64_t> _methodTablesGeneration;
 
     const std::string _name;
     Class* _superclass;
@@ -178,9 +246,24 @@ Class* Class::registerClassOf(std::string_view name, Setup setup)
 }
 
 namespace detail {
+
+// Runs a registration when the program or library loads. Registration raises on mistakes that
+// cannot be caught when compiling; here that would end the process before main, so the reason
+// is written to standard error instead, and the class or category stays unregistered (its
+// staticClass() raises the same reason when called).
 struct ClassRegistration {
-    explicit ClassRegistration(Class*) { }
+    explicit ClassRegistration(Class* (*registration)()) noexcept;
+    ClassRegistration(Class* (*staticClass)(), std::string_view categoryName, Class::Setup setup) noexcept;
 };
+
+// "Mailbox" for "app::Mailbox": the name a class registers under by default.
+constexpr std::string_view unqualifiedName(std::string_view name)
+{
+    const size_t end = name.find('<');
+    const size_t colons = name.rfind("::", end);
+    return colons == std::string_view::npos ? name : name.substr(colons + 2);
+}
+
 } // namespace detail
 
 } // namespace yk
@@ -189,19 +272,21 @@ struct ClassRegistration {
 #define YK_CONCAT(a, b) YK_CONCAT_INNER(a, b)
 
 // Defines the runtime class of Type (declared with YK_OBJECT) and registers it when the
-// program or library loads. The optional argument adds methods:
+// program or library loads, under its name without namespaces. The optional argument adds
+// methods:
 //     YK_DEFINE_CLASS(Delegate, [](yk::MethodListBuilder& c) { c.method("jobDidEnd:", &Delegate::jobDidEnd); })
-#define YK_DEFINE_CLASS(Type, ...)                                                                 \
+#define YK_DEFINE_CLASS(Type, ...) YK_DEFINE_CLASS_NAMED(Type, ::yk::detail::unqualifiedName(#Type) __VA_OPT__(, ) __VA_ARGS__)
+
+// The same, under a name of the caller's choice: the name Class::named finds and archives carry.
+//     YK_DEFINE_CLASS_NAMED(app::Mailbox, "AppMailbox")
+#define YK_DEFINE_CLASS_NAMED(Type, Name, ...)                                                     \
     ::yk::Class* Type::staticClass()                                                               \
     {                                                                                              \
-        static ::yk::Class* const cls = ::yk::Class::registerClassOf<Type>(#Type __VA_OPT__(, ) __VA_ARGS__); \
+        static ::yk::Class* const cls = ::yk::Class::registerClassOf<Type>(Name __VA_OPT__(, ) __VA_ARGS__); \
         return cls;                                                                                \
     }                                                                                              \
-    static const ::yk::detail::ClassRegistration YK_CONCAT(ykClassRegistration_, __LINE__) { Type::staticClass() }
+    static const ::yk::detail::ClassRegistration YK_CONCAT(ykClassRegistration_, __LINE__) { &Type::staticClass }
 
 // Adds a named category of methods to Type when the program or library loads.
-#define YK_DEFINE_CATEGORY(Type, CategoryName, setup)                                   \
-    static const bool YK_CONCAT(ykCategoryRegistration_, __LINE__) = [] {               \
-        Type::staticClass()->addCategory(CategoryName, setup);                          \
-        return true;                                                                    \
-    }()
+#define YK_DEFINE_CATEGORY(Type, CategoryName, setup) \
+    static const ::yk::detail::ClassRegistration YK_CONCAT(ykCategoryRegistration_, __LINE__) { &Type::staticClass, CategoryName, setup }

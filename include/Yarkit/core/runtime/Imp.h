@@ -1,151 +1,37 @@
 #pragma once
 
-#include <Yarkit/core/runtime/MethodSignature.h>
-#include <Yarkit/core/runtime/Range.h>
+#include <Yarkit/core/runtime/Slot.h>
 
 #include <cstring>
-#include <tuple>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
 
 namespace yk {
 
-class Invocation;
-
 namespace detail {
-
-// One argument or return value of a dynamic call.
-union Slot {
-    Slot()
-        : int64(0)
-    {
-    }
-
-    Object* object;
-    bool boolean;
-    int32_t int32;
-    int64_t int64;
-    float float32;
-    double float64;
-    const char* selector; // the interned name, see Selector
-    void* pointer;
-    Range range;
-};
-
-// How a C++ type travels through an invocation slot.
-template <typename T, typename = void>
-struct SlotTraits;
-
-[[noreturn]] void raiseArgumentClassMismatch(const Object* object, const std::type_info& expected);
-
-template <typename T>
-T* castObjectArgument(Object* object)
-{
-    if constexpr (std::is_same_v<std::remove_const_t<T>, Object>) {
-        return object;
-    } else {
-        if (!object)
-            return nullptr;
-        if (auto* cast = dynamic_cast<T*>(object))
-            return cast;
-        raiseArgumentClassMismatch(object, typeid(T));
-    }
-}
-
-template <typename T>
-struct SlotTraits<T*, std::enable_if_t<std::is_base_of_v<Object, std::remove_const_t<T>>>> {
-    static constexpr ValueKind kind = ValueKind::Object;
-    static T* get(const Slot& slot) { return castObjectArgument<T>(slot.object); }
-    static void put(Slot& slot, T* value) { slot.object = const_cast<Object*>(static_cast<const Object*>(value)); }
-};
-template <typename T>
-struct SlotTraits<Ref<T>> {
-    static constexpr ValueKind kind = ValueKind::Object;
-    static Ref<T> get(const Slot& slot) { return Ref<T>(castObjectArgument<T>(slot.object)); }
-    static void put(Slot& slot, const Ref<T>& value) { slot.object = value.get(); }
-};
-template <>
-struct SlotTraits<bool> {
-    static constexpr ValueKind kind = ValueKind::Bool;
-    static bool get(const Slot& slot) { return slot.boolean; }
-    static void put(Slot& slot, bool value) { slot.boolean = value; }
-};
-template <typename T>
-struct SlotTraits<T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T, bool> && sizeof(T) == 4>> {
-    static constexpr ValueKind kind = ValueKind::Int32;
-    static T get(const Slot& slot) { return static_cast<T>(slot.int32); }
-    static void put(Slot& slot, T value) { slot.int32 = static_cast<int32_t>(value); }
-};
-template <typename T>
-struct SlotTraits<T, std::enable_if_t<std::is_integral_v<T> && sizeof(T) == 8>> {
-    static constexpr ValueKind kind = ValueKind::Int64;
-    static T get(const Slot& slot) { return static_cast<T>(slot.int64); }
-    static void put(Slot& slot, T value) { slot.int64 = static_cast<int64_t>(value); }
-};
-template <>
-struct SlotTraits<float> {
-    static constexpr ValueKind kind = ValueKind::Float;
-    static float get(const Slot& slot) { return slot.float32; }
-    static void put(Slot& slot, float value) { slot.float32 = value; }
-};
-template <>
-struct SlotTraits<double> {
-    static constexpr ValueKind kind = ValueKind::Double;
-    static double get(const Slot& slot) { return slot.float64; }
-    static void put(Slot& slot, double value) { slot.float64 = value; }
-};
-template <>
-struct SlotTraits<Selector> {
-    static constexpr ValueKind kind = ValueKind::Selector;
-    static Selector get(const Slot& slot) { return Selector::fromInternedName(slot.selector); }
-    static void put(Slot& slot, Selector value) { slot.selector = value.isNull() ? nullptr : value.name(); }
-};
-template <typename T>
-struct SlotTraits<T*, std::enable_if_t<!std::is_base_of_v<Object, std::remove_const_t<T>>>> {
-    static constexpr ValueKind kind = ValueKind::Pointer;
-    static T* get(const Slot& slot) { return static_cast<T*>(slot.pointer); }
-    static void put(Slot& slot, T* value) { slot.pointer = const_cast<void*>(static_cast<const void*>(value)); }
-};
-template <>
-struct SlotTraits<Range> {
-    static constexpr ValueKind kind = ValueKind::Range;
-    static Range get(const Slot& slot) { return slot.range; }
-    static void put(Slot& slot, Range value) { slot.range = value; }
-};
-
-template <typename T>
-using Plain = std::remove_cv_t<std::remove_reference_t<T>>;
-
-template <typename R>
-constexpr ValueKind returnKindOf()
-{
-    if constexpr (std::is_void_v<R>)
-        return ValueKind::Void;
-    else
-        return SlotTraits<Plain<R>>::kind;
-}
 
 struct ImpBody;
 
-// Reads the arguments from an invocation, calls the function and stores its result there.
-using Invoker = void (*)(const ImpBody&, Object* self, Invocation&);
+// Calls the function with the method's own arguments, read from slots, and stores its result;
+// an object result is also kept in returnedObject, so that it outlives the call.
+using SlotInvoker = void (*)(const ImpBody&, Object* self, const Slot* arguments, Slot& result, Ref<Object>& returnedObject);
 
 // The implementation of a method, created once when the method is registered and never freed.
 struct ImpBody {
     Ref<MethodSignature> signature;
     const std::type_info* type; // the method's C++ type R(Args...), without the receiver
-    Invoker invoke;
+    SlotInvoker invoke;
     void (*direct)(); // R (*)(const ImpBody&, Object*, Args...), cast back by TypedImp
     alignas(std::max_align_t) unsigned char function[2 * sizeof(void*)];
 };
 
-// The receiver, return and argument types of something that can implement a method.
 template <typename F>
 struct MethodTraits;
 
 template <typename R, typename T, typename... A>
 struct MethodTraits<R (T::*)(A...)> {
+    static constexpr uint32_t arity = sizeof...(A);
     using Receiver = T;
     using Return = R;
     using Function = R(A...);
@@ -165,6 +51,7 @@ struct MethodTraits<R (T::*)(A...) const noexcept> : MethodTraits<R (T::*)(A...)
 };
 template <typename R, typename T, typename... A>
 struct MethodTraits<R (*)(T*, A...)> {
+    static constexpr uint32_t arity = sizeof...(A);
     using Receiver = T;
     using Return = R;
     using Function = R(A...);
@@ -191,22 +78,16 @@ R callDirect(const ImpBody& body, Object* self, A... args)
     return Traits::call(loadFunction<F>(body), receiver, std::forward<A>(args)...);
 }
 
-const Slot& invocationArgumentSlot(const Invocation&, uint32_t index);
-void setInvocationReturnValue(Invocation&, const Slot& value, Ref<Object> keepAlive);
-
 template <typename F, typename R, typename... A, size_t... I>
-void invokeFromSlots(const ImpBody& body, Object* self, Invocation& invocation, std::index_sequence<I...>)
+void invokeFromSlots(const ImpBody& body, Object* self, const Slot* arguments, Slot& result, Ref<Object>& returnedObject, std::index_sequence<I...>)
 {
     if constexpr (std::is_void_v<R>) {
-        callDirect<F, R, A...>(body, self, SlotTraits<Plain<A>>::get(invocationArgumentSlot(invocation, I + 2))...);
+        callDirect<F, R, A...>(body, self, SlotTraits<Plain<A>>::get(arguments[I])...);
     } else {
-        R result = callDirect<F, R, A...>(body, self, SlotTraits<Plain<A>>::get(invocationArgumentSlot(invocation, I + 2))...);
-        Slot slot {};
-        SlotTraits<Plain<R>>::put(slot, result);
-        Ref<Object> keepAlive;
+        R value = callDirect<F, R, A...>(body, self, SlotTraits<Plain<A>>::get(arguments[I])...);
+        SlotTraits<Plain<R>>::put(result, value);
         if constexpr (SlotTraits<Plain<R>>::kind == ValueKind::Object)
-            keepAlive = slot.object;
-        setInvocationReturnValue(invocation, slot, std::move(keepAlive));
+            returnedObject = result.object;
     }
 }
 
@@ -215,9 +96,9 @@ struct ImpMaker;
 
 template <typename F, typename R, typename... A>
 struct ImpMaker<F, R(A...)> {
-    static void invoke(const ImpBody& body, Object* self, Invocation& invocation)
+    static void invoke(const ImpBody& body, Object* self, const Slot* arguments, Slot& result, Ref<Object>& returnedObject)
     {
-        invokeFromSlots<F, R, A...>(body, self, invocation, std::index_sequence_for<A...>());
+        invokeFromSlots<F, R, A...>(body, self, arguments, result, returnedObject, std::index_sequence_for<A...>());
     }
     static ImpBody make(F function)
     {
@@ -241,6 +122,37 @@ struct ImpMaker<F, R(A...)> {
 // Keeps an implementation's body for the life of the process.
 const ImpBody* internImpBody(ImpBody body);
 
+// The number of arguments (without the receiver) of something that can implement a method, or
+// of a signature R(A...); 0 for anything else, so that overloads that do not apply drop out.
+template <typename F, typename = void>
+struct ArityOf {
+    static constexpr uint32_t value = 0;
+};
+template <typename F>
+struct ArityOf<F, std::void_t<decltype(MethodTraits<F>::arity)>> {
+    static constexpr uint32_t value = MethodTraits<F>::arity;
+};
+template <typename F>
+struct ArityOf<F, std::enable_if_t<std::is_class_v<F>, std::void_t<decltype(+std::declval<F>())>>> : ArityOf<decltype(+std::declval<F>())> {
+};
+template <typename R, typename... A>
+struct ArityOf<R(A...)> {
+    static constexpr uint32_t value = sizeof...(A);
+};
+template <typename R, typename... A>
+struct ArityOf<R(A...) const> : ArityOf<R(A...)> {
+};
+
+// R(A...) const, the type of a const member function without its class.
+template <typename Signature>
+struct AddConst;
+template <typename R, typename... A>
+struct AddConst<R(A...)> {
+    using Type = R(A...) const;
+};
+template <typename Signature>
+using ConstSignature = typename AddConst<Signature>::Type;
+
 } // namespace detail
 
 template <typename Signature>
@@ -253,8 +165,9 @@ typedef const yk::detail::ImpBody* IMP;
 
 namespace yk {
 
-// The implementation of a method: what methodForSelector returns. Calls go through an
-// invocation (invoke) or, on hot paths, through a typed function checked once (function<>).
+// The implementation of a method: what methodForSelector returns. It is called through
+// argument slots (by an Invocation, or by send when the caller's types are not exactly the
+// method's) or, on hot paths, as a typed function checked once (function<>, tryFunction<>).
 class Imp {
 public:
     Imp() = default;
@@ -280,11 +193,11 @@ public:
     const detail::ImpBody* body() const { return _body; }
     MethodSignature* signature() const { return _body ? _body->signature.get() : nullptr; }
 
-    // Calls the implementation with the invocation's arguments on the receiver.
-    void invoke(Object* self, Invocation& invocation) const { _body->invoke(*_body, self, invocation); }
-
-    // The implementation as a typed function, R(A...) without the receiver. Raises
-    // NSInvalidArgumentException when the method's type is not exactly that.
+    // The implementation as a typed function, R(A...) without the receiver, when the method's
+    // C++ type is exactly that; an empty TypedImp otherwise.
+    template <typename Signature>
+    TypedImp<Signature> tryFunction() const;
+    // The same, but raises NSInvalidArgumentException when the type is not exactly Signature.
     template <typename Signature>
     TypedImp<Signature> function() const;
 
@@ -298,27 +211,43 @@ namespace detail {
 [[noreturn]] void raiseImpTypeMismatch(const std::type_info& requested, const std::type_info& actual);
 }
 
+// A method's implementation as a typed function; the receiver is passed first. Made by
+// Imp::tryFunction or Imp::function, which check the type; empty when the check failed.
 template <typename R, typename... A>
 class TypedImp<R(A...)> {
 public:
+    TypedImp() = default;
+
+    explicit operator bool() const { return _body != nullptr; }
+    R operator()(Object* self, A... args) const { return _call(*_body, self, std::forward<A>(args)...); }
+
+private:
+    friend class Imp;
     explicit TypedImp(const detail::ImpBody* body)
         : _body(body)
         , _call(reinterpret_cast<R (*)(const detail::ImpBody&, Object*, A...)>(body->direct))
     {
     }
-    R operator()(Object* self, A... args) const { return _call(*_body, self, std::forward<A>(args)...); }
 
-private:
-    const detail::ImpBody* _body;
-    R (*_call)(const detail::ImpBody&, Object*, A...);
+    const detail::ImpBody* _body { nullptr };
+    R (*_call)(const detail::ImpBody&, Object*, A...) { nullptr };
 };
+
+template <typename Signature>
+TypedImp<Signature> Imp::tryFunction() const
+{
+    if (!_body || *_body->type != typeid(Signature))
+        return {};
+    return TypedImp<Signature>(_body);
+}
 
 template <typename Signature>
 TypedImp<Signature> Imp::function() const
 {
-    if (!_body || *_body->type != typeid(Signature))
+    auto typed = tryFunction<Signature>();
+    if (!typed)
         detail::raiseImpTypeMismatch(typeid(Signature), _body ? *_body->type : typeid(void));
-    return TypedImp<Signature>(_body);
+    return typed;
 }
 
 } // namespace yk

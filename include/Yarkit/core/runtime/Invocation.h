@@ -8,14 +8,30 @@ namespace yk {
 
 // A message packaged for later delivery: a method signature, a target, a selector, typed
 // argument slots and, after invoke, the return value. Argument indices follow the signature:
-// 0 is the target, 1 the selector, the method's own arguments start at 2. The target and object
-// arguments are not retained unless retainArguments() was called; an object that the method
-// returns is kept alive by the invocation.
+// 0 is the target, 1 the selector, the method's own arguments start at 2. An object argument
+// given as a Ref<T> is kept by the invocation; the target and arguments given as raw pointers
+// are not retained unless retainArguments() was called. An object that the method returns is
+// kept alive by the invocation.
 class Invocation final : public Object {
     YK_OBJECT(Invocation, Object)
 public:
     explicit Invocation(Ref<MethodSignature> signature);
     static Ref<Invocation> invocationWithMethodSignature(Ref<MethodSignature> signature);
+
+    // An invocation of the target's method for the selector, its first arguments set in order
+    // (the others stay zero until set):
+    //     auto invocation = Invocation::invocationWithTarget(delegate, "job:didEnd:", job, true);
+    // Raises NSInvalidArgumentException when the target does not respond to the selector, when
+    // more arguments are given than the method takes, or when an argument does not convert to
+    // its slot (see setArgument).
+    template <typename... Arguments>
+    static Ref<Invocation> invocationWithTarget(Object* target, Selector selector, Arguments&&... arguments)
+    {
+        auto invocation = invocationForMessage(target, selector, sizeof...(Arguments));
+        uint32_t index = 2;
+        (invocation->setArgument(std::forward<Arguments>(arguments), index++), ...);
+        return invocation;
+    }
 
     MethodSignature* methodSignature() const { return _signature.get(); }
 
@@ -24,14 +40,18 @@ public:
     Selector selector() const { return _selector; }
     void setSelector(Selector selector) { _selector = selector; }
 
-    // Typed slots. Raise NSInvalidArgumentException when the index is out of range or the
-    // value's kind is not the one the signature declares there.
+    // Typed slots. An argument converts to the slot's kind where C++ converts without
+    // narrowing (an int to an int64 slot, a float to a double one); nullptr fills an object
+    // slot. Raise NSInvalidArgumentException when the index is out of range or the value does
+    // not convert to the kind the signature declares there.
     template <typename T>
-    void setArgument(T value, uint32_t index)
+    void setArgument(const T& value, uint32_t index)
     {
+        using Type = std::decay_t<T>;
+        const ValueKind kind = argumentKind(index, detail::acceptedKinds<Type>(), detail::argumentKindOf<Type>());
         detail::Slot slot {};
-        detail::SlotTraits<detail::Plain<T>>::put(slot, value);
-        storeArgument(slot, detail::SlotTraits<detail::Plain<T>>::kind, index);
+        detail::putArgument<Type>(slot, kind, value);
+        storeArgument(slot, index, detail::isRef<Type>); // a Ref argument is always kept
     }
     template <typename T>
     T argument(uint32_t index) const
@@ -60,23 +80,23 @@ public:
     }
 
 private:
-    friend const detail::Slot& detail::invocationArgumentSlot(const Invocation&, uint32_t);
-    friend void detail::setInvocationReturnValue(Invocation&, const detail::Slot&, Ref<Object>);
-
-    void storeArgument(const detail::Slot& slot, ValueKind kind, uint32_t index);
+    static Ref<Invocation> invocationForMessage(Object* target, Selector selector, uint32_t argumentCount);
+    // The kind of the slot at index, when it is one of accepted; raises otherwise.
+    ValueKind argumentKind(uint32_t index, detail::KindSet accepted, ValueKind given) const;
+    void storeArgument(const detail::Slot& slot, uint32_t index, bool keep);
     const detail::Slot& loadArgument(ValueKind kind, uint32_t index) const;
     const detail::Slot& loadReturnValue(ValueKind kind) const;
     void checkArgumentIndex(uint32_t index) const;
-    void keepAlive(Object* object);
 
     Ref<MethodSignature> _signature;
     Object* _target { nullptr };
     Selector _selector;
     std::vector<detail::Slot> _arguments; // index 0 and 1 unused: target and selector have fields
+    // Per slot, the object argument the invocation keeps (index 0: the target), or null.
+    std::vector<Ref<Object>> _keptObjects;
     detail::Slot _returnValue {};
     Ref<Object> _returnedObject;
     bool _retainsArguments { false };
-    std::vector<Ref<Object>> _retainedObjects;
 };
 
 } // namespace yk

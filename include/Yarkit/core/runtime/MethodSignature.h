@@ -35,7 +35,12 @@ public:
 
     uint32_t numberOfArguments() const { return static_cast<uint32_t>(_arguments.size()); }
     // Raises NSInvalidArgumentException for an index past the end.
-    ValueKind argumentKindAtIndex(uint32_t index) const;
+    ValueKind argumentKindAtIndex(uint32_t index) const
+    {
+        if (index >= _arguments.size())
+            raiseIndexOutOfBounds(index);
+        return _arguments[index];
+    }
     ValueKind methodReturnKind() const { return _returnKind; }
     uint32_t methodReturnLength() const { return sizeOfValueKind(_returnKind); }
 
@@ -43,6 +48,8 @@ public:
     size_t hash() const override;
 
 private:
+    [[noreturn]] void raiseIndexOutOfBounds(uint32_t index) const;
+
     ValueKind _returnKind;
     std::vector<ValueKind> _arguments;
 };

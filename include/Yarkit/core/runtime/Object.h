@@ -7,17 +7,27 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace yk {
 
 // Declares the runtime class of a type derived from yk::Object; put it first in the class body
-// and YK_DEFINE_CLASS in the source file. The C++ hierarchy and the runtime's must agree.
-#define YK_OBJECT(Type, Super)                                                   \
-public:                                                                          \
-    using SuperClass = Super;                                                    \
-    static ::yk::Class* staticClass();                                           \
-    ::yk::Class* classObject() const override { return Type::staticClass(); } \
-                                                                                 \
+// and YK_DEFINE_CLASS in the source file. The C++ hierarchy and the runtime's must agree, so a
+// Type that is not the class being declared, or a Super that is not its base, does not compile.
+#define YK_OBJECT(Type, Super)                                                                       \
+public:                                                                                              \
+    using SuperClass = Super;                                                                        \
+    using RuntimeClassType = Type;                                                                   \
+    static ::yk::Class* staticClass();                                                               \
+    ::yk::Class* classObject() const override                                                        \
+    {                                                                                                \
+        static_assert(std::is_same_v<Type, std::remove_cvref_t<decltype(*this)>>,                     \
+            "YK_OBJECT(" #Type ", " #Super "): " #Type " is not the class being declared");          \
+        static_assert(std::is_base_of_v<Super, Type> && !std::is_same_v<Super, Type>,                 \
+            "YK_OBJECT(" #Type ", " #Super "): " #Super " is not a base class of " #Type);           \
+        return Type::staticClass();                                                                  \
+    }                                                                                                \
+                                                                                                     \
 private:
 
 // The root of every reference-counted object: an intrusive atomic count that starts at one
@@ -54,8 +64,9 @@ public:
     Imp methodForSelector(Selector selector) const;
     Ref<MethodSignature> methodSignatureForSelector(Selector selector) const;
 
-    // Sends a message with zero, one or two object arguments. The result is the returned
-    // object, or null for methods that return something else. Raises
+    // Sends a message with zero, one or two object arguments, through yk::send. Arguments the
+    // method does not take are dropped; those it takes but were not given are null. The result
+    // is the returned object, or null for methods that return something else. Raises
     // NSInvalidArgumentException when the object does not respond to the selector.
     Ref<Object> performSelector(Selector selector);
     Ref<Object> performSelector(Selector selector, Object* argument);
