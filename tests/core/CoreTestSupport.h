@@ -35,15 +35,17 @@ inline std::string describe(const Object* object)
     return object ? object->description()->utf8() : "(null)";
 }
 
-// Runs body and checks that it raises a yk::Exception of the given name and reason.
-inline void expectRaise(const std::function<void()>& body, const char* name, const std::string& reason)
+// Runs body and checks that it raises a yk::Exception of the given name and reason (or, when
+// partial, a reason that contains the given one).
+inline void expectRaise(const std::function<void()>& body, const char* name, const std::string& reason, bool partial = false)
 {
     try {
         body();
         ADD_FAILURE() << "no exception; expected " << name << ": " << reason;
     } catch (const Exception& e) {
+        const std::string what = e.what();
         EXPECT_EQ(e.name()->utf8(), name);
-        EXPECT_EQ(std::string(e.what()), reason);
+        EXPECT_TRUE(partial ? what.find(reason) != std::string::npos : what == reason) << "reason: " << what << "\nexpected: " << reason;
     }
 }
 

@@ -15,7 +15,6 @@
 #include <chrono>
 #include <functional>
 #include <mutex>
-#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -61,11 +60,6 @@ TYPED_TEST_SUITE(AnyLock, LockTypes);
 TYPED_TEST(AnyLock, KeepsOthersOutAndCountersExactUnderContention)
 {
     Holder<TypeParam> lock;
-    lock.get().lock();
-    EXPECT_FALSE(freeForOthers(lock.get()));
-    lock.get().unlock();
-    EXPECT_TRUE(freeForOthers(lock.get()));
-
     // A plain int on purpose: without mutual exclusion increments are lost (and TSan reports).
     int counter = 0;
     constexpr int threads = 4;
@@ -106,11 +100,7 @@ TYPED_TEST(TimedLock, GivesUpAtTheLimitAndSucceedsWhenReleasedInTime)
         std::this_thread::yield();
     auto start = Clock::now();
     EXPECT_FALSE(lock->lockBeforeDate(start + 30ms));
-    EXPECT_GE(Clock::now() - start, 30ms);
-    {
-        std::unique_lock<TypeParam> guard(*lock, 10s);
-        EXPECT_TRUE(guard.owns_lock());
-    }
+    EXPECT_TRUE(std::unique_lock<TypeParam>(*lock, 10s).owns_lock());
     holder.join();
 }
 
@@ -125,7 +115,6 @@ TEST(OwnedLock, ASecondLockByTheOwnerRaisesInsteadOfDeadlocking)
     EXPECT_TRUE(named.starts_with("<Lock: 0x") && named.ends_with("> 'jobs'")) << named;
     const std::pair<std::string, std::function<void()>> rows[] = {
         { "-[Lock lock]: deadlock (" + named, [&] { lock->lock(); } },
-        { "-[Lock lockBeforeDate:]: deadlock (" + named, [&] { (void)lock->lockBeforeDate(Clock::now() + 1s); } },
         { "-[Lock lockBeforeDate:]: deadlock (" + named, [&] { (void)lock->try_lock_until(std::chrono::system_clock::now() + 1s); } },
         { "-[ConditionLock lock]: deadlock (" + unnamed, [&] { conditionLock->lock(); } },
         { "-[ConditionLock lockBeforeDate:]: deadlock (" + unnamed, [&] { (void)conditionLock->lockBeforeDate(Clock::now() + 1s); } },
@@ -178,53 +167,6 @@ TEST(OwnedLock, MisplacedUnlocksAreLoggedAndChangeNothing)
             + line("RecursiveLock unlock", *recursiveLock, otherThread) + line("ConditionLock unlockWithCondition:", *conditionLock, otherThread));
 }
 
-TEST(RecursiveLock, IsFreeOnlyAfterEveryLockIsMatched)
-{
-    auto lock = yk::make<yk::RecursiveLock>();
-    lock->lock();
-    ASSERT_TRUE(lock->tryLock());
-    ASSERT_TRUE(lock->lockBeforeDate(Clock::now()));
-    lock->unlock();
-    lock->unlock();
-    EXPECT_FALSE(freeForOthers(*lock));
-    lock->unlock();
-    EXPECT_TRUE(freeForOthers(*lock));
-}
-
-TEST(ConditionLock, TryLockWhenConditionNeedsTheConditionAndKeepsIt)
-{
-    auto lock = yk::make<yk::ConditionLock>(-7);
-    EXPECT_FALSE(lock->tryLockWhenCondition(7));
-    ASSERT_TRUE(lock->tryLockWhenCondition(-7));
-    lock->unlock();
-    EXPECT_EQ(lock->condition(), -7);
-}
-
-TEST(ConditionLock, HandsOffBetweenProducerAndConsumerInStrictAlternation)
-{
-    // Condition 0: the slot is empty; 1: it holds a value for the consumer.
-    auto lock = yk::make<yk::ConditionLock>(0);
-    int slot = 0;
-    std::vector<int> received;
-    constexpr int rounds = 500;
-    std::thread consumer([&] {
-        for (int i = 0; i < rounds; ++i) {
-            yk::ConditionLocker guard(*lock, 1);
-            received.push_back(slot);
-            guard.setCondition(0);
-        }
-    });
-    for (int i = 1; i <= rounds; ++i) {
-        lock->lockWhenCondition(0);
-        slot = i;
-        lock->unlockWithCondition(1);
-    }
-    consumer.join();
-    std::vector<int> sent(rounds);
-    std::iota(sent.begin(), sent.end(), 1);
-    EXPECT_EQ(received, sent);
-}
-
 TEST(ConditionLock, WakesEachWaiterForItsOwnCondition)
 {
     // Three threads wait for conditions 1, 2 and 3; each passes the lock on to the next.
@@ -247,9 +189,10 @@ TEST(ConditionLock, WakesEachWaiterForItsOwnCondition)
     EXPECT_EQ(lock->condition(), 0);
 }
 
-TEST(ConditionLock, TimedWaitForAConditionGivesUpOrSucceeds)
+TEST(ConditionLock, WaitsForTheConditionOrGivesUpAndItsGuardReleasesWithItsCondition)
 {
     auto lock = yk::make<yk::ConditionLock>(0);
+    EXPECT_FALSE(lock->tryLockWhenCondition(1));
     EXPECT_FALSE(lock->lockWhenCondition(1, Clock::now() + 30ms));
     std::thread setter([&] {
         std::this_thread::sleep_for(20ms);
@@ -257,24 +200,16 @@ TEST(ConditionLock, TimedWaitForAConditionGivesUpOrSucceeds)
         lock->unlockWithCondition(1);
     });
     EXPECT_TRUE(lock->lockWhenCondition(1, Clock::now() + 10s));
-    EXPECT_THROW(lock->lockWhenCondition(1), std::exception);
     lock->unlockWithCondition(5);
     setter.join();
     EXPECT_EQ(lock->condition(), 5);
-}
 
-TEST(ConditionLocker, ReleasesWithItsConditionWhenAnExceptionPasses)
-{
-    auto lock = yk::make<yk::ConditionLock>(4);
+    // An exception passing the guard still releases the lock with the guard's condition.
     try {
-        yk::ConditionLocker guard(*lock, 4);
+        yk::ConditionLocker guard(*lock, 5);
         guard.setCondition(1);
         throw std::runtime_error("raised while held");
     } catch (const std::runtime_error&) {
-    }
-    EXPECT_EQ(lock->condition(), 1);
-    {
-        yk::ConditionLocker guard(*lock);
     }
     EXPECT_EQ(lock->condition(), 1);
     EXPECT_TRUE(freeForOthers(*lock));

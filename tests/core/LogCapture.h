@@ -5,7 +5,6 @@
 
 #include <mutex>
 #include <string>
-#include <vector>
 
 // Collects what yk::log writes, from any thread, while it lives; restores the previous sink.
 class LogCapture {
@@ -14,7 +13,7 @@ public:
     {
         _previous = yk::setLogSink([this](const yk::String& message) {
             std::lock_guard guard(_lock);
-            _lines.push_back(message.utf8());
+            _text += message.utf8() + "\n";
         });
     }
     ~LogCapture() { yk::setLogSink(_previous); }
@@ -25,14 +24,11 @@ public:
     std::string text()
     {
         std::lock_guard guard(_lock);
-        std::string joined;
-        for (const auto& line : _lines)
-            joined += line + "\n";
-        return joined;
+        return _text;
     }
 
 private:
     yk::LogSink _previous;
     std::mutex _lock;
-    std::vector<std::string> _lines;
+    std::string _text;
 };

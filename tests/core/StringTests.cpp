@@ -7,61 +7,31 @@
 
 #include <cmath>
 
-#include <unicode/unistr.h>
-#include <unicode/unorm.h>
-
 using namespace yk;
 using yk::test::expectRaise;
 using yk::test::str;
 
-namespace {
-
-int sign(int value)
+TEST(String, CompareUnderEachOption)
 {
-    return (value > 0) - (value < 0);
-}
-
-icu::UnicodeString icuString(const String& s)
-{
-    return icu::UnicodeString(s.units().data(), static_cast<int32_t>(s.length()));
-}
-
-// ICU's own answer to an ordering under the options (not numeric): canonical caseless
-// comparison through unorm_compare, or code-unit comparison with caseCompare when literal.
-int icuOrder(const String& a, const String& b, StringCompareOptions options)
-{
-    icu::UnicodeString x = icuString(a);
-    icu::UnicodeString y = icuString(b);
-    const bool caseless = options & CaseInsensitiveSearch;
-    if (options & LiteralSearch)
-        return sign(caseless ? x.caseCompare(y, U_FOLD_CASE_DEFAULT) : x.compare(y));
-    UErrorCode status = U_ZERO_ERROR;
-    uint32_t flags = U_COMPARE_CODE_POINT_ORDER | (caseless ? U_COMPARE_IGNORE_CASE : 0);
-    int result = unorm_compare(x.getBuffer(), x.length(), y.getBuffer(), y.length(), flags, &status);
-    EXPECT_TRUE(U_SUCCESS(status));
-    return sign(result);
-}
-
-} // namespace
-
-TEST(String, CompareAgreesWithICUUnderEveryOption)
-{
-    const char* words[] = {
-        "", "a", "A", "ab", "abc", "ABC", "b", "é", "e\u0301", "E\u0301", "É", "Straße", "STRASSE", "strasse",
-        "ǅ", "ǆ", "Ǆ", "ﬁ", "fi", "FI", "日本", "日本語", "\U0001F600", "\uFFFD", "ｱ", "ア", "Å", "A\u030A", "\u212B",
-        "q\u0307\u0323", "q\u0323\u0307", "İ", "i\u0307", "가", "\u1100\u1161",
+    // Default: canonical equivalence in code point order; literal: code units; caseless: full folding.
+    constexpr StringCompareOptions Caseless = CaseInsensitiveSearch, Literal = LiteralSearch;
+    struct Case {
+        const char* a;
+        const char* b;
+        StringCompareOptions options;
+        ComparisonResult expected;
+    } cases[] = {
+        { "", "a", 0, OrderedAscending }, { "ab", "abc", 0, OrderedAscending }, { "a", "A", 0, OrderedDescending },
+        { "a", "A", Caseless, OrderedSame }, { "a", "A", Literal | Caseless, OrderedSame },
+        { "é", "e\u0301", 0, OrderedSame }, { "é", "e\u0301", Literal, OrderedDescending },
+        { "É", "e\u0301", Caseless, OrderedSame }, { "\u212B", "Å", 0, OrderedSame },
+        { "q\u0307\u0323", "q\u0323\u0307", 0, OrderedSame }, { "q\u0307\u0323", "q\u0323\u0307", Literal, OrderedAscending },
+        { "Straße", "STRASSE", Caseless, OrderedSame }, { "Straße", "STRASSE", Literal | Caseless, OrderedSame },
+        { "ﬁ", "FI", Caseless, OrderedSame }, { "İ", "i\u0307", Caseless, OrderedSame },
+        { "\U0001F600", "\uFFFD", 0, OrderedDescending }, { "\U0001F600", "\uFFFD", Literal, OrderedAscending },
     };
-    const StringCompareOptions optionSets[] = { 0, CaseInsensitiveSearch, LiteralSearch, LiteralSearch | CaseInsensitiveSearch };
-    for (StringCompareOptions options : optionSets) {
-        for (const char* left : words) {
-            for (const char* right : words) {
-                auto a = str(left);
-                auto b = str(right);
-                EXPECT_EQ(a->compare(b.get(), options), icuOrder(*a, *b, options))
-                    << "\"" << left << "\" vs \"" << right << "\" options " << options;
-            }
-        }
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(str(c.a)->compare(str(c.b).get(), c.options), c.expected) << c.a << " vs " << c.b << " options " << c.options;
 }
 
 TEST(String, NumericSearchComparesDigitRunsByValue)
@@ -89,11 +59,9 @@ TEST(String, RangeOfStringUnderOptions)
         StringCompareOptions options;
         Range expected;
     } cases[] = {
-        { "hello world", "o", 0, { 4, 1 } }, { "hello world", "o", BackwardsSearch, { 7, 1 } },
-        { "hello world", "hello", AnchoredSearch, { 0, 5 } }, { "hello world", "world", AnchoredSearch, { NotFound, 0 } },
-        { "hello world", "world", AnchoredSearch | BackwardsSearch, { 6, 5 } }, { "hello world", "WORLD", 0, { NotFound, 0 } },
-        { "hello world", "WORLD", CaseInsensitiveSearch, { 6, 5 } }, { "hello world", "", 0, { NotFound, 0 } },
-        { "", "a", 0, { NotFound, 0 } }, { "日本語のメール", "メール", 0, { 4, 3 } },
+        { "hello world", "o", BackwardsSearch, { 7, 1 } }, { "hello world", "world", AnchoredSearch, { NotFound, 0 } },
+        { "hello world", "world", AnchoredSearch | BackwardsSearch, { 6, 5 } }, { "hello world", "", 0, { NotFound, 0 } },
+        { "hello world", "WORLD", CaseInsensitiveSearch, { 6, 5 } }, { "日本語のメール", "メール", 0, { 4, 3 } },
         { "a\U0001F600b\U0001F600", "\U0001F600", BackwardsSearch, { 4, 2 } },
         { "ABCabc", "abc", CaseInsensitiveSearch | BackwardsSearch, { 3, 3 } },
         { "xABC", "abc", CaseInsensitiveSearch | AnchoredSearch, { NotFound, 0 } },
@@ -112,7 +80,7 @@ TEST(String, RangeOfStringUnderOptions)
     }
 }
 
-TEST(String, CompareAndSearchWithinARange)
+TEST(String, RangesAreCheckedAgainstTheLength)
 {
     auto text = str("abcabcabc");
     EXPECT_EQ(text->compare(str("ABC").get(), CaseInsensitiveSearch, { 3, 3 }), OrderedSame);
@@ -126,6 +94,14 @@ TEST(String, CompareAndSearchWithinARange)
         "*** -[String rangeOfString:options:range:]: nil string (or other) argument");
     expectRaise([&] { (void)text->rangeOfString(str("a").get(), 0, { 9, 1 }); }, NSRangeException,
         "*** -[String rangeOfString:options:range:]: Range or index out of bounds");
+
+    auto japanese = str("日本語");
+    EXPECT_EQ(japanese->substringWithRange({ 1, 2 })->utf8() + japanese->substringWithRange({ 3, 0 })->utf8(), "本語");
+    expectRaise([&] { (void)japanese->characterAtIndex(3); }, NSRangeException,
+        "*** -[String characterAtIndex:]: Range or index out of bounds");
+    // location + length wrapping around 32 bits is still out of bounds.
+    expectRaise([&] { (void)japanese->substringWithRange({ 1, 0xFFFFFFFFu }); }, NSRangeException,
+        "*** -[String substringWithRange:]: Range or index out of bounds");
 }
 
 TEST(String, PrefixSuffixAndEqualityAreLiteral)
@@ -143,28 +119,11 @@ TEST(String, PrefixSuffixAndEqualityAreLiteral)
         const char* utf8;
         bool equal;
     } cases[] = {
-        { "abc", "abc", true }, { "abc", "abd", false }, { "ab", "abc", false }, { "abc", "ab", false },
-        { "日本", "日本", true }, { "日本", "日本語", false }, { "Ã©", "Ã©", true }, { "ab", "Ã©", false },
-        { "", "", true }, { "e\u0301tude", "étude", false },
+        { "abc", "abd", false }, { "ab", "abc", false }, { "abc", "ab", false }, { "日本", "日本", true },
+        { "Ã©", "Ã©", true }, { "ab", "Ã©", false }, { "", "", true }, { "e\u0301tude", "étude", false },
     };
     for (const auto& c : cases)
         EXPECT_EQ(str(c.string)->isEqualToString(std::string_view(c.utf8)), c.equal) << c.string << " vs " << c.utf8;
-}
-
-TEST(String, CharacterAccessAndSubstringsRaiseOutOfBounds)
-{
-    auto text = str("日本語");
-    EXPECT_EQ(text->substringWithRange({ 1, 2 })->utf8(), "本語");
-    EXPECT_EQ(text->substringWithRange({ 3, 0 })->utf8(), "");
-    expectRaise([&] { (void)text->characterAtIndex(3); }, NSRangeException,
-        "*** -[String characterAtIndex:]: Range or index out of bounds");
-    expectRaise([&] { (void)text->substringWithRange({ 2, 2 }); }, NSRangeException,
-        "*** -[String substringWithRange:]: Range or index out of bounds");
-    // location + length wrapping around 32 bits is still out of bounds.
-    expectRaise([&] { (void)text->substringWithRange({ 1, 0xFFFFFFFFu }); }, NSRangeException,
-        "*** -[String substringWithRange:]: Range or index out of bounds");
-    expectRaise([&] { (void)text->mutableCopy()->substringFromIndex(4); }, NSRangeException,
-        "*** -[MutableString substringFromIndex:]: Range or index out of bounds");
 }
 
 TEST(String, PathOperations)
@@ -178,18 +137,13 @@ TEST(String, PathOperations)
         const char* components; // joined with "|"
     } cases[] = {
         { "/tmp/scratch.tiff", "scratch.tiff", "tiff", "/tmp", "/tmp/scratch", "/|tmp|scratch.tiff" },
-        { "/tmp/scratch", "scratch", "", "/tmp", "/tmp/scratch", "/|tmp|scratch" },
         { "/tmp/", "tmp", "", "/", "/tmp", "/|tmp|/" },
-        { "/tmp", "tmp", "", "/", "/tmp", "/|tmp" },
         { "scratch///", "scratch", "", "", "scratch", "scratch|/" },
         { "/", "/", "", "/", "/", "/" },
         { "", "", "", "", "", "" },
-        { "scratch.bundle/", "scratch.bundle", "bundle", "", "scratch", "scratch.bundle|/" },
         { "/scratch..tiff", "scratch..tiff", "tiff", "/", "/scratch.", "/|scratch..tiff" },
         { ".profile", ".profile", "", "", ".profile", ".profile" },
-        { "/home/.profile", ".profile", "", "/home", "/home/.profile", "/|home|.profile" },
         { "a.b/c", "c", "", "a.b", "a.b/c", "a.b|c" },
-        { "a//b", "b", "", "a", "a//b", "a|b" },
         { "~/メール.txt", "メール.txt", "txt", "~", "~/メール", "~|メール.txt" },
     };
     for (const auto& c : cases) {
@@ -201,10 +155,6 @@ TEST(String, PathOperations)
         EXPECT_EQ(path->stringByDeletingPathExtension()->utf8(), c.deletingExtension);
         auto components = path->pathComponents();
         EXPECT_EQ(components->componentsJoinedByString(str("|").get())->utf8(), c.components);
-        // Joining the components gives the path back, less any trailing slash.
-        if (!std::string_view(c.path).ends_with('/') && std::string_view(c.path).find("//") == std::string_view::npos) {
-            EXPECT_EQ(String::pathWithComponents(components.get())->utf8(), c.path);
-        }
     }
     auto withTrailing = Array::arrayWithObjects({ str("/"), str("tmp"), str("") });
     EXPECT_EQ(String::pathWithComponents(withTrailing.get())->utf8(), "/tmp/");
@@ -219,9 +169,7 @@ TEST(String, AppendingPathComponentsAndExtensions)
         const char* component;
         const char* appended;
     } components[] = {
-        { "/tmp", "scratch.tiff", "/tmp/scratch.tiff" }, { "/tmp/", "scratch.tiff", "/tmp/scratch.tiff" },
-        { "/", "scratch.tiff", "/scratch.tiff" }, { "", "scratch.tiff", "scratch.tiff" },
-        { "/tmp", "", "/tmp" }, { "/tmp//", "/a//b/", "/tmp/a/b" }, { "", "/", "/" },
+        { "/tmp/", "x", "/tmp/x" }, { "", "x", "x" }, { "/tmp", "", "/tmp" }, { "/tmp//", "/a//b/", "/tmp/a/b" }, { "", "/", "/" },
     };
     for (const auto& c : components)
         EXPECT_EQ(str(c.path)->stringByAppendingPathComponent(str(c.component).get())->utf8(), c.appended) << c.path << " + " << c.component;
@@ -231,8 +179,7 @@ TEST(String, AppendingPathComponentsAndExtensions)
         const char* extension;
         const char* appended; // "(null)": refused
     } extensions[] = {
-        { "/tmp/scratch.old", "tiff", "/tmp/scratch.old.tiff" }, { "/tmp/scratch.", "tiff", "/tmp/scratch..tiff" },
-        { "/tmp/", "tiff", "/tmp.tiff" }, { "scratch", "tiff", "scratch.tiff" },
+        { "/tmp/scratch.", "tiff", "/tmp/scratch..tiff" }, { "/tmp/", "tiff", "/tmp.tiff" },
         { "", "tiff", "(null)" }, { "/", "tiff", "(null)" }, { "a", "b/c", "(null)" },
     };
     for (const auto& c : extensions)
@@ -249,13 +196,11 @@ TEST(String, NumericValues)
         int64_t longLongValue;
         double doubleValue;
     } cases[] = {
-        { "42", 42, 42, 42 }, { "  \t\n-17abc", -17, -17, -17 }, { "+8", 8, 8, 8 }, { "3.75e2x", 3, 3, 375 },
-        { ".5", 0, 0, 0.5 }, { "1e", 1, 1, 1 }, { "abc", 0, 0, 0 }, { "", 0, 0, 0 }, { "- 5", 0, 0, 0 }, { "0x1A", 0, 0, 0 },
+        { "  \t\n-17abc", -17, -17, -17 }, { "3.75e2x", 3, 3, 375 }, { ".5", 0, 0, 0.5 }, { "1e", 1, 1, 1 },
+        { "- 5", 0, 0, 0 }, { "0x1A", 0, 0, 0 },
         { "2147483648", INT32_MAX, 2147483648LL, 2147483648.0 }, { "-2147483649", INT32_MIN, -2147483649LL, -2147483649.0 },
         { "99999999999999999999", INT32_MAX, INT64_MAX, 1e20 }, { "-9223372036854775808", INT32_MIN, INT64_MIN, -9223372036854775808.0 },
-        { "\u3000 12", 12, 12, 12 }, // ideographic space is white space
-        { "１２", 0, 0, 0 }, // full-width digits are not read
-        { "1e400", 1, 1, HUGE_VAL },
+        { "\u3000 12", 12, 12, 12 }, { "１２", 0, 0, 0 }, { "1e400", 1, 1, HUGE_VAL }, // ideographic space; full-width digits
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
@@ -264,8 +209,6 @@ TEST(String, NumericValues)
         EXPECT_EQ(text->longLongValue(), c.longLongValue);
         EXPECT_DOUBLE_EQ(text->doubleValue(), c.doubleValue);
     }
-    EXPECT_EQ(str("-1")->unsignedIntValue(), 0xFFFFFFFFu);
-    EXPECT_EQ(str("70000")->shortValue(), static_cast<int16_t>(70000));
 }
 
 TEST(String, BoolValue)
@@ -274,9 +217,8 @@ TEST(String, BoolValue)
         const char* text;
         bool expected;
     } cases[] = {
-        { "YES", true }, { "yes", true }, { "true", true }, { "T", true }, { "1", true }, { "  +007", true },
-        { "-5", true }, { "9abc", true }, { "NO", false }, { "no", false }, { "false", false }, { "0", false },
-        { "000", false }, { "", false }, { "  ", false }, { "0.5", false }, { "on", false }, { "x1", false },
+        { "yes", true }, { "T", true }, { "  +007", true }, { "-5", true }, { "9abc", true },
+        { "NO", false }, { "000", false }, { "  ", false }, { "0.5", false }, { "on", false }, { "x1", false },
     };
     for (const auto& c : cases) {
         EXPECT_EQ(str(c.text)->boolValue(), c.expected) << c.text;
@@ -332,7 +274,5 @@ TEST(MutableString, BadArgumentsRaiseWithTheReceiversClassAndChangeNothing)
         "*** -[MutableString insertString:atIndex:]: Range or index out of bounds");
     expectRaise([&] { text->deleteCharactersInRange({ 2, 2 }); }, NSRangeException,
         "*** -[MutableString deleteCharactersInRange:]: Range or index out of bounds");
-    expectRaise([&] { text->replaceCharactersInRange({ 0, 1 }, nullptr); }, NSInvalidArgumentException,
-        "*** -[MutableString replaceCharactersInRange:withString:]: nil string (or other) argument");
     EXPECT_EQ(text->utf8(), "abc");
 }

@@ -1,10 +1,7 @@
 #include <Yarkit/core/threads/Thread.h>
 
 #include <Yarkit/core/runtime/Class.h>
-#include <Yarkit/core/system/Notification.h>
-#include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/threads/ConditionLock.h>
-#include <Yarkit/core/values/Exception.h>
 
 #include "LogCapture.h"
 
@@ -12,7 +9,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -28,11 +24,10 @@ struct Report {
     std::string seenArgument;
     bool ranOnMainThread { true };
     bool multiThreaded { false };
-    int announcements { 0 };
     std::atomic<bool> destroyed { false };
 };
 
-// A target for a detached thread, and an observer of the first thread's announcement.
+// A target for a detached thread.
 class Errand : public yk::Object {
     YK_OBJECT(Errand, yk::Object)
 public:
@@ -52,10 +47,7 @@ public:
     }
     void run() { runWith(nullptr); }
     void fail(yk::Object*) { throw std::runtime_error("errand failed"); }
-    void raise(yk::Object*) { yk::raise(yk::NSInternalInconsistencyException, "no mailbox named %s", "INBOX"); }
     void throwInt(yk::Object*) { throw 42; }
-    // An announcement that carries an object counts 100, so the count shows it.
-    void willBecomeMultiThreaded(yk::Notification* notification) { report->announcements += notification->object() ? 100 : 1; }
 
     Report* report;
 };
@@ -64,9 +56,7 @@ YK_DEFINE_CLASS(Errand, [](yk::MethodListBuilder& c) {
     c.method("runWith:", &Errand::runWith);
     c.method("run", &Errand::run);
     c.method("fail:", &Errand::fail);
-    c.method("raise:", &Errand::raise);
     c.method("throwInt:", &Errand::throwInt);
-    c.method("willBecomeMultiThreaded:", &Errand::willBecomeMultiThreaded);
 });
 
 bool waitFor(const std::atomic<bool>& flag)
@@ -81,7 +71,6 @@ bool waitFor(const std::atomic<bool>& flag)
 TEST(Thread, TheTestsRunOnTheThreadThatLoadedTheLibrary)
 {
     EXPECT_TRUE(yk::Thread::isMainThread());
-    ASSERT_NE(yk::Thread::mainThread(), nullptr);
     EXPECT_EQ(yk::Thread::mainThread(), yk::Thread::currentThread());
     // A thread the library did not start gets a Thread of its own, the same one each time.
     yk::Thread* other = nullptr;
@@ -128,7 +117,6 @@ TEST(Thread, AnExceptionEscapingTheMethodIsLoggedAndEndsOnlyItsThread)
         const char* logged;
     } rows[] = {
         { "fail:", "-[Errand fail:] on a detached thread raised an exception.  Ignored.  Exception: errand failed" },
-        { "raise:", "-[Errand raise:] on a detached thread raised an exception.  Ignored.  Exception: no mailbox named INBOX" },
         { "throwInt:", "-[Errand throwInt:] on a detached thread threw an object that is not an exception.  Ignored." },
     };
     for (const Row& row : rows) {
@@ -145,34 +133,6 @@ TEST(Thread, RefusesATargetThatDoesNotRespond)
     Report report;
     EXPECT_THROW(yk::Thread::detachNewThreadSelector("noSuchMethod:", yk::make<Errand>(&report).get(), nullptr), std::exception);
     EXPECT_THROW(yk::Thread::detachNewThreadSelector("run", nullptr, nullptr), std::exception);
-}
-
-TEST(Thread, AnnouncesTheFirstDetachedThreadOnceWithoutAnObject)
-{
-    // Other tests may have detached threads already; then nothing more is announced.
-    const bool wasMultiThreaded = yk::Thread::isMultiThreaded();
-    Report announcements;
-    auto listener = yk::make<Errand>(&announcements);
-    auto* center = yk::NotificationCenter::defaultCenter();
-    center->addObserver(listener.get(), "willBecomeMultiThreaded:", yk::NSWillBecomeMultiThreadedNotification, nullptr);
-    for (int i = 0; i < 2; ++i) {
-        Report report;
-        yk::Thread::detachNewThreadSelector("run", yk::make<Errand>(&report).get(), nullptr);
-        ASSERT_TRUE(waitFor(report.destroyed));
-    }
-    center->removeObserver(listener.get());
-    EXPECT_EQ(announcements.announcements, wasMultiThreaded ? 0 : 1);
-    EXPECT_TRUE(yk::Thread::isMultiThreaded());
-}
-
-TEST(Thread, SleepsForTheIntervalOrNotAtAll)
-{
-    for (double seconds : { 0.03, 0.0, -1.0, std::numeric_limits<double>::quiet_NaN() }) {
-        auto start = std::chrono::steady_clock::now();
-        yk::Thread::sleepForTimeInterval(seconds);
-        auto slept = std::chrono::steady_clock::now() - start;
-        EXPECT_TRUE(seconds > 0 ? slept >= 30ms : slept < 1s) << seconds;
-    }
 }
 
 } // namespace

@@ -14,13 +14,11 @@
 #include "TemporaryFolder.h"
 #include "LogCapture.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
-#include <thread>
 
 namespace fs = std::filesystem;
 using yk::Ref;
@@ -32,20 +30,16 @@ namespace {
 using yk::test::TemporaryFolder;
 
 // Sets an environment variable for the life of the object.
-class ScopedEnvironment {
-public:
+struct ScopedEnvironment {
     ScopedEnvironment(const char* name, const std::string& value)
-        : _name(name)
+        : name(name)
+        , saved(std::getenv(name) ? std::optional<std::string>(std::getenv(name)) : std::nullopt)
     {
-        if (const char* old = std::getenv(name))
-            _saved = old;
         setenv(name, value.c_str(), 1);
     }
-    ~ScopedEnvironment() { _saved ? setenv(_name, _saved->c_str(), 1) : unsetenv(_name); }
-
-private:
-    const char* _name;
-    std::optional<std::string> _saved;
+    ~ScopedEnvironment() { saved ? setenv(name, saved->c_str(), 1) : unsetenv(name); }
+    const char* name;
+    std::optional<std::string> saved;
 };
 
 // Each test gets a defaults file of its own in a fresh folder.
@@ -76,20 +70,15 @@ TEST_F(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
         const char* key;
         Ref<yk::Object> expected; // null: the key is absent
     } rows[] = {
-        { { "-Count", "42" }, "Count", yk::Number::numberWithInt(42) }, { { "-Name", "mail" }, "Name", str("mail") },
-        { { "-Ratio", "1.5" }, "Ratio", yk::Number::numberWithDouble(1.5) },
         { { "-Flag", "true" }, "Flag", yk::Number::numberWithBool(true) }, { { "-Flag", "YES" }, "Flag", str("YES") },
-        { { "-Zip", "007" }, "Zip", str("007") }, { { "-Offset", "-5" }, "Offset", yk::Number::numberWithInt(-5) },
-        { { "-Quoted", "\"42\"" }, "Quoted", str("42") }, { { "-Nothing", "null" }, "Nothing", str("null") },
-        { { "-List", "[1, \"a\"]" }, "List", yk::Array::arrayWithObjects({ yk::Number::numberWithInt(1), str("a") }) },
-        { { "-Map", "{\"a\": 1}" }, "Map", yk::Dictionary::dictionaryWithEntries({ { str("a"), yk::Number::numberWithInt(1) } }) },
+        { { "-Zip", "007" }, "Zip", str("007") }, { { "-Quoted", "\"42\"" }, "Quoted", str("42") },
+        { { "-Nothing", "null" }, "Nothing", str("null") },
+        { { "-List", "[1.5, \"a\"]" }, "List", yk::Array::arrayWithObjects({ yk::Number::numberWithDouble(1.5), str("a") }) },
         { { "-Bytes", "{\"$data\": \"AAE=\"}" }, "Bytes", yk::Data::dataWithBytes("\x00\x01", 2) },
         { { "-BadBytes", "{\"$data\": \"A\"}" }, "BadBytes", str("{\"$data\": \"A\"}") },
-        { { "file.txt", "-Key", "v" }, "Key", str("v") },
-        { { "-Key", "1", "-Key", "2" }, "Key", yk::Number::numberWithInt(2) },
+        { { "file.txt", "-Key", "1", "-Key", "-2" }, "Key", yk::Number::numberWithInt(-2) },
         { { "-Next", "-Other", "x" }, "Next", str("-Other") }, { { "-Next", "-Other", "x" }, "Other", nullptr },
-        { { "--gtest_filter=x", "y" }, "-gtest_filter=x", nullptr },
-        { { "-", "x" }, "", nullptr }, { { "-Trailing" }, "Trailing", nullptr },
+        { { "--gtest_filter=x", "y" }, "-gtest_filter=x", nullptr }, { { "-", "x" }, "", nullptr }, { { "-Trailing" }, "Trailing", nullptr },
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.arguments[0] << " ... key " << row.key);
@@ -139,8 +128,7 @@ TEST_F(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
         { "big", yk::Number::numberWithUnsignedLongLong(18446744073709551615ull) },
         { "double", yk::Number::numberWithDouble(0.1) }, { "wholeDouble", yk::Number::numberWithDouble(3.0) },
         { "infinity", yk::Number::numberWithDouble(HUGE_VAL) }, { "bool", yk::Number::numberWithBool(true) },
-        { "data", yk::Data::dataWithBytes("\x00\xff\x10", 3) }, { "emptyData", yk::Data::dataWithBytes(nullptr, 0) },
-        { "date", date },
+        { "data", yk::Data::dataWithBytes("\x00\xff\x10", 3) }, { "emptyData", yk::Data::dataWithBytes(nullptr, 0) }, { "date", date },
         { "array", yk::Array::arrayWithObjects({ str("a"), yk::Number::numberWithInt(1), date }) },
         { "dictionary", yk::Dictionary::dictionaryWithEntries({ { str("$data"), str("not data") }, { str("$$x"), str("y") } }) },
         { "$date", str("a key that looks like a tag") },
@@ -162,10 +150,8 @@ TEST_F(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
         EXPECT_TRUE(read->isKindOfClass(value->classObject())) << key;
     }
     // Integers, floating values and booleans keep their kinds in the file.
-    auto number = [&](const char* key) { return static_cast<yk::Number*>(reloaded.objectForKey(key).get()); };
-    EXPECT_FALSE(number("int")->isFloatingPoint());
-    EXPECT_TRUE(number("wholeDouble")->isFloatingPoint());
-    EXPECT_EQ(number("bool")->kind(), yk::Number::Kind::Bool);
+    EXPECT_EQ(static_cast<yk::Number*>(reloaded.objectForKey("bool").get())->kind(), yk::Number::Kind::Bool);
+    EXPECT_FALSE(static_cast<yk::Number*>(reloaded.objectForKey("int").get())->isFloatingPoint());
     std::string text = readFile(file);
     EXPECT_NE(text.find("\"data\": {\n        \"$data\": \"AP8Q\""), std::string::npos) << text;
     EXPECT_NE(text.find("\"wholeDouble\": 3.0"), std::string::npos) << text;
@@ -182,19 +168,14 @@ TEST_F(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
     defaults.setInteger(7, "Answer");
     ASSERT_TRUE(defaults.synchronize());
     EXPECT_EQ(yk::UserDefaults(file, {}).integerForKey("Answer"), 7);
-}
 
-TEST_F(UserDefaults, ValuesOfAFileThatStandForNothingAreSkipped)
-{
+    // Values that stand for nothing are skipped, the rest kept.
     writeFile(file, R"({"good": 1, "null": null, "badData": {"$data": "!!"}, "nested": [1, null]})");
-    LogCapture log;
-    yk::UserDefaults defaults(file, {});
-    EXPECT_EQ(defaults.persistentDomain()->count(), 1u);
-    EXPECT_EQ(defaults.integerForKey("good"), 1);
+    EXPECT_EQ(yk::UserDefaults(file, {}).persistentDomain()->count(), 1u);
     EXPECT_NE(log.text().find("ignoring the value of \"badData\""), std::string::npos) << log.text();
 }
 
-TEST_F(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
+TEST_F(UserDefaults, SynchronizeReadsAnotherWritersChangesAndKeepsItsOwnWhenItCannotWrite)
 {
     writeFile(file, R"({"Mode": "old"})");
     yk::UserDefaults defaults(file, {});
@@ -204,17 +185,14 @@ TEST_F(UserDefaults, SynchronizeReadsChangesMadeByAnotherWriter)
     fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(5));
     EXPECT_TRUE(defaults.synchronize());
     EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "new");
-}
 
-TEST_F(UserDefaults, UnwritableFileKeepsTheChangesUnsaved)
-{
-    // A regular file where the folder should be.
+    // With a regular file where the folder should be, changes stay unsaved but kept.
     writeFile(folder.path() / "blocker", "");
     LogCapture log;
-    yk::UserDefaults defaults(folder.path() / "blocker" / "defaults.json", {});
-    defaults.setBool(true, "Flag");
-    EXPECT_FALSE(defaults.synchronize());
-    EXPECT_TRUE(defaults.boolForKey("Flag"));
+    yk::UserDefaults blocked(folder.path() / "blocker" / "defaults.json", {});
+    blocked.setBool(true, "Flag");
+    EXPECT_FALSE(blocked.synchronize());
+    EXPECT_TRUE(blocked.boolForKey("Flag"));
     EXPECT_NE(log.text().find("UserDefaults: cannot write"), std::string::npos);
 }
 
@@ -240,12 +218,10 @@ TEST_F(UserDefaults, TypedGettersConvertNumbersAndStrings)
         SCOPED_TRACE(describe(row.value.get()));
         EXPECT_EQ(defaults.integerForKey("key"), row.integer);
         EXPECT_DOUBLE_EQ(defaults.doubleForKey("key"), row.floating);
-        EXPECT_FLOAT_EQ(defaults.floatForKey("key"), static_cast<float>(row.floating));
         EXPECT_EQ(defaults.boolForKey("key"), row.boolean);
         EXPECT_EQ(describe(defaults.stringForKey("key").get()), row.string);
     }
-    EXPECT_FALSE(defaults.dictionaryForKey("key"));
-    EXPECT_FALSE(defaults.dataForKey("key"));
+    EXPECT_FALSE(defaults.dictionaryForKey("key") || defaults.dataForKey("key"));
 }
 
 TEST_F(UserDefaults, StoresImmutableCopiesOfPropertyListsOnly)
@@ -262,8 +238,6 @@ TEST_F(UserDefaults, StoresImmutableCopiesOfPropertyListsOnly)
     auto value = yk::Value::valueWithRange({ 1, 2 });
     yk::test::expectRaise([&] { defaults.setObject(value.get(), "range"); },
         yk::NSInvalidArgumentException, "Attempt to insert non-property list object NSRange: {1, 2} for key range");
-    auto nested = yk::Array::arrayWithObjects({ str("ok"), value });
-    EXPECT_THROW(defaults.setObject(nested.get(), "nested"), yk::Exception);
     auto numberKeys = yk::Dictionary::dictionaryWithEntries({ { yk::Number::numberWithInt(1), str("x") } });
     EXPECT_THROW(defaults.setObject(numberKeys.get(), "numberKeys"), yk::Exception);
     EXPECT_FALSE(defaults.objectForKey("range"));
@@ -294,31 +268,3 @@ TEST_F(UserDefaults, StandardDefaultsLiveUnderTheConfigurationFolder)
     yk::UserDefaults::resetStandardUserDefaults();
 }
 
-TEST_F(UserDefaults, ProcessArgumentsComeFromTheCommandLine)
-{
-    // The test runner's own command line: at least the program name was dropped.
-    std::string cmdline = readFile("/proc/self/cmdline");
-    EXPECT_EQ(yk::detail::processArguments().size(), size_t(std::count(cmdline.begin(), cmdline.end(), '\0')) - 1);
-}
-
-TEST_F(UserDefaults, ConcurrentReadersAndWritersSeeWholeValues)
-{
-    yk::UserDefaults defaults(file, {});
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < 200; ++i) {
-                defaults.setInteger(i, "shared");
-                defaults.setInteger(i, "own" + std::to_string(t));
-                int64_t seen = defaults.integerForKey("shared");
-                EXPECT_TRUE(seen >= 0 && seen < 200);
-                if (i % 50 == 0)
-                    defaults.synchronize();
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
-    for (int t = 0; t < 4; ++t)
-        EXPECT_EQ(defaults.integerForKey("own" + std::to_string(t)), 199);
-}
