@@ -61,12 +61,10 @@ class Derived : public Base {
     YK_OBJECT(Derived, Base)
 public:
     int32_t derivedSpeak() { return 4; }
-    static void doNothing(Derived*) { }
 };
 YK_DEFINE_CLASS(Derived, [](yk::MethodListBuilder& c) {
     c.method("speak", &Derived::derivedSpeak);
-    c.method("takeTwo:and:", [](Derived*, yk::Object*, yk::Object*) { return int64_t { 99 }; });
-    c.method("nothing", &Derived::doNothing);
+    c.method("nothing", [](Derived*) {});
 });
 
 int32_t sendInt(yk::Object* receiver, const char* selector)
@@ -92,35 +90,24 @@ TEST(YPostLoadProcessor, RunsEveryHookOnceAndLogsOneThatRaises)
     EXPECT_EQ(hookCalls(), (std::vector<std::string> { "class", "category", "later" }));
 }
 
-TEST(YIRefObject, CountsReferencesBeyondTheFirst)
-{
-    auto* object = yk::make<yk::YIRefObject>().leakRef();
-    EXPECT_EQ(object->retainCount(), 1u);
-    object->retain();
-    EXPECT_EQ(object->retainCount(), 2u);
-    object->release();
-    EXPECT_EQ(object->retainCount(), 1u);
-    object->release(); // deallocates; ASan reports a leak or a double free if not
-}
-
 TEST(YIRefObject, ConcurrentRetainAndReleaseBalance)
 {
     std::vector<yk::Ref<yk::YIRefObject>> objects;
     for (int i = 0; i < 64; ++i)
         objects.push_back(yk::make<yk::YIRefObject>());
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&objects] {
-            for (int round = 0; round < 2000; ++round) {
-                for (auto& object : objects) {
-                    object->retain();
-                    object->release();
-                }
+    const auto churn = [&objects] {
+        for (int round = 0; round < 2000; ++round) {
+            for (auto& object : objects) {
+                object->retain();
+                object->release();
             }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
+        }
+    };
+    std::thread first(churn), second(churn);
+    churn();
+    first.join();
+    second.join();
+    // Balanced: each object is back to the one reference its Ref holds.
     for (auto& object : objects)
         EXPECT_EQ(object->retainCount(), 1u);
 }
@@ -129,16 +116,13 @@ TEST(MethodReplacement, ReplacementIsSeenByDynamicDispatch)
 {
     auto object = yk::make<Base>();
     const yk::Imp previous = YKReplaceInstanceMethod(Base::staticClass(), "whisper", "shout");
-    ASSERT_TRUE(previous);
     EXPECT_EQ(sendInt(object.get(), "whisper"), 2);
     EXPECT_EQ(previous.function<int32_t()>()(object.get()), 3); // the old code is still callable
     YKReplaceInstanceMethod(Base::staticClass(), "shout", "whisper"); // now both give 2
     EXPECT_EQ(sendInt(object.get(), "shout"), 2);
 
     EXPECT_TRUE(YKReplaceClassMethod(Base::staticClass(), "make", "build"));
-    int32_t made = 0;
-    EXPECT_TRUE(yk::tryToPerformSelector(Base::staticClass(), "make", &made));
-    EXPECT_EQ(made, 20);
+    EXPECT_EQ(sendInt(Base::staticClass(), "make"), 20);
 }
 
 TEST(MethodReplacement, UnknownSelectorsAreLoggedAndChangeNothing)
@@ -169,21 +153,10 @@ TEST(MethodReplacement, UnknownSelectorsAreLoggedAndChangeNothing)
 
 TEST(MethodReplacement, FindsTheClassThatImplementsAMethod)
 {
-    struct Case {
-        yk::Class* cls;
-        const char* selector;
-        yk::Class* expected;
-    };
-    const Case cases[] = {
-        { Derived::staticClass(), "speak", Derived::staticClass() },
-        { Derived::staticClass(), "whisper", Base::staticClass() },
-        { Derived::staticClass(), "tryToPerformSelector:returnValue:", yk::Object::staticClass() },
-        { Derived::staticClass(), "missing", nullptr },
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(YKGetClassImplementingInstanceMethod(c.cls, c.selector), c.expected) << c.selector;
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "speak"), Derived::staticClass()); // overridden
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "whisper"), Base::staticClass()); // inherited
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "missing"), nullptr);
     EXPECT_EQ(YKGetClassImplementingClassMethod(Derived::staticClass(), "make"), Base::staticClass());
-    EXPECT_EQ(YKGetClassImplementingClassMethod(Derived::staticClass(), "YK_isSubclassOfClass:"), yk::Object::staticClass());
 }
 
 TEST(ObjectAdditions, TryToPerformSelector)
@@ -194,10 +167,6 @@ TEST(ObjectAdditions, TryToPerformSelector)
     EXPECT_EQ(buffer, -1);
     EXPECT_TRUE(yk::tryToPerformSelector(object.get(), "nothing", &buffer));
     EXPECT_EQ(buffer, -1); // nothing returned, buffer untouched
-    EXPECT_TRUE(yk::tryToPerformSelector(object.get(), "takeTwo:and:", object.get(), nullptr, &buffer));
-    EXPECT_EQ(buffer, 99);
-    EXPECT_TRUE(yk::tryToPerformSelector(object.get(), "speak", nullptr));
-    EXPECT_TRUE(object->respondsToSelector("tryToPerformSelector:withObject:withObject:returnValue:"));
 }
 
 TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
@@ -217,5 +186,4 @@ TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
     };
     for (const auto& c : cases)
         yk::test::expectRaise([&] { c.raiser(c.receiver, c.selector); }, yk::NSGenericException, c.reason);
-    EXPECT_THROW(yk::tryToPerformSelector(object.get(), "subclassResponsibility:", nullptr, nullptr), yk::Exception);
 }
