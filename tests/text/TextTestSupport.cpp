@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <iterator>
+#include <memory>
 
 namespace texttest {
 
@@ -145,40 +146,30 @@ void InputGenerator::appendToken(Bytes& bytes)
 
 namespace {
 
-struct Converter {
-    explicit Converter(const char* name)
-    {
-        UErrorCode status = U_ZERO_ERROR;
-        handle = ucnv_open(name, &status);
-        if (U_FAILURE(status))
-            handle = nullptr;
-        if (!handle)
-            return;
-        ucnv_setToUCallBack(handle, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-        ucnv_setFromUCallBack(handle, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-            &status);
-    }
-    ~Converter()
-    {
-        if (handle)
-            ucnv_close(handle);
-    }
-    UConverter* handle;
-};
+using Converter = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
+
+// Null when ICU has no such converter.
+Converter strictConverter(const char* name)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    Converter converter(ucnv_open(name, &status), ucnv_close);
+    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+        &status);
+    return U_SUCCESS(status) ? std::move(converter) : Converter(nullptr, ucnv_close);
+}
 
 } // namespace
 
 bool icuDecode(const char* name, const Bytes& bytes, std::u16string* text)
 {
-    Converter converter(name);
-    if (!converter.handle)
-        return false;
+    Converter converter = strictConverter(name);
     std::u16string buffer(bytes.size() * 2 + 16, u'\0');
     UErrorCode status = U_ZERO_ERROR;
-    int32_t length = ucnv_toUChars(converter.handle, buffer.data(),
+    int32_t length = converter ? ucnv_toUChars(converter.get(), buffer.data(),
         static_cast<int32_t>(buffer.size()), bytes.data(), static_cast<int32_t>(bytes.size()),
-        &status);
-    if (U_FAILURE(status))
+        &status) : 0;
+    if (!converter || U_FAILURE(status))
         return false;
     if (text)
         *text = buffer.substr(0, static_cast<size_t>(length));
@@ -187,15 +178,13 @@ bool icuDecode(const char* name, const Bytes& bytes, std::u16string* text)
 
 bool icuEncode(const char* name, const std::u16string& text, Bytes& bytes)
 {
-    Converter converter(name);
-    if (!converter.handle)
-        return false;
+    Converter converter = strictConverter(name);
     bytes.assign(text.size() * 8 + 16, '\0');
     UErrorCode status = U_ZERO_ERROR;
-    int32_t length = ucnv_fromUChars(converter.handle, bytes.data(),
+    int32_t length = converter ? ucnv_fromUChars(converter.get(), bytes.data(),
         static_cast<int32_t>(bytes.size()), text.data(), static_cast<int32_t>(text.size()),
-        &status);
-    if (U_FAILURE(status))
+        &status) : 0;
+    if (!converter || U_FAILURE(status))
         return false;
     bytes.resize(static_cast<size_t>(length));
     return true;
