@@ -31,12 +31,13 @@ Bytes applyEdits(const Bytes& input, const std::vector<RepairEdit>& edits)
 
 using yk::detail::fixISO2022JPBytes;
 
-// `output` is what a repair gives; it equals the input where nothing is repaired.
+// `output` is what a repair gives; it equals the input where nothing is repaired. The edits the
+// repair reports must rebuild it from the input.
 struct RepairCase {
     const char* scenario;
     Bytes input;
     Bytes output;
-    int variant = 0; // Shift_JIS only
+    int variant = 0; // the Shift_JIS variant, or 1 for ISO-2022-JP's trailing-escape rule
 };
 
 template<size_t N>
@@ -152,33 +153,18 @@ TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
     const Bytes repairedTo509 = "\x1BK" + Bytes(502, 'a') + end;
     const Bytes repairedTo506 = "\x1BK" + Bytes(499, 'a') + end;
     const Bytes katakanaAt507 = "\x1B(I" + Bytes(497, '!') + "\x60";
-    const struct {
-        const char* scenario;
-        Bytes input;
-        bool rule;
-        bool repaired;
-        Bytes output;
-        std::vector<RepairEdit> edits;
-    } cases[] = {
-        { "clean, 507 bytes, rule off", at507, false, false, at507, {} },
-        { "clean, 507 bytes, rule on", at507, true, true, Bytes(504, 'a'), { { 504, 3, "" } } },
-        { "clean, 506 bytes, rule on", at506, true, false, at506, {} },
-        { "escape not third from the end", at507 + "x", true, false, at507 + "x", {} },
-        { "repaired to 509 bytes, rule on", repairedTo509, true, true,
-            "\x1B(BK" + Bytes(502, 'a'), { { 0, 1, "\x1B(B" }, { 504, 3, "" } } },
-        { "repaired to 509 bytes, rule off", repairedTo509, false, true,
-            "\x1B(BK" + Bytes(502, 'a') + end, { { 0, 1, "\x1B(B" } } },
-        { "repaired to 506 bytes, rule on", repairedTo506, true, true,
-            "\x1B(BK" + Bytes(499, 'a') + end, { { 0, 1, "\x1B(B" } } },
-        { "the dropped escape ends a replacement", katakanaAt507, true, true,
-            "\x1B(I" + Bytes(497, '!') + "\x1B(B?", { { 500, 1, "\x1B(B?" } } },
+    const RepairCase cases[] = {
+        { "clean, 507 bytes, rule off", at507, at507, 0 },
+        { "clean, 507 bytes, rule on", at507, Bytes(504, 'a'), 1 },
+        { "clean, 506 bytes, rule on", at506, at506, 1 },
+        { "escape not third from the end", at507 + "x", at507 + "x", 1 },
+        { "repaired to 509 bytes, rule on", repairedTo509, "\x1B(BK" + Bytes(502, 'a'), 1 },
+        { "repaired to 509 bytes, rule off", repairedTo509, "\x1B(BK" + Bytes(502, 'a') + end, 0 },
+        { "repaired to 506 bytes, rule on", repairedTo506, "\x1B(BK" + Bytes(499, 'a') + end, 1 },
+        { "the dropped escape ends a replacement", katakanaAt507,
+            "\x1B(I" + Bytes(497, '!') + "\x1B(B?", 1 },
     };
-    for (const auto& c : cases) {
-        auto actual = fixISO2022JPBytes(c.input, c.rule);
-        EXPECT_EQ(actual.repaired, c.repaired) << c.scenario;
-        EXPECT_EQ(hex(actual.bytes), hex(c.output)) << c.scenario;
-        EXPECT_EQ(actual.edits, c.edits) << c.scenario;
-    }
+    expectRepairs(cases, [](const Bytes& bytes, int rule) { return fixISO2022JPBytes(bytes, rule); });
 }
 
 TEST(YKFixISO2022JPBytes, TrailingEscapeRuleIsSwitchedForTheProcess)
@@ -232,10 +218,8 @@ TEST(ByteSequenceRepair, CEntriesFillOnlyTheOutputsGiven)
         EXPECT_TRUE(repair.fix(bytesOf(repair.dirty), dirtyLength, nullptr, nullptr));
         EXPECT_TRUE(repair.fix(bytesOf(repair.dirty), dirtyLength, nullptr, &outLength));
         EXPECT_EQ(outLength, repair.repaired.size());
-        outLength = 0;
         EXPECT_TRUE(repair.fix(bytesOf(repair.dirty), dirtyLength, &out, nullptr));
         EXPECT_EQ(Bytes(reinterpret_cast<char*>(out), repair.repaired.size()), repair.repaired);
-        EXPECT_EQ(outLength, 0u);
         std::free(out);
     }
 }
@@ -304,8 +288,7 @@ TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
         Bytes utf8, sjis, euc, iso = "\x1B$B";
         for (int k = 0, tokens = 1 + below(30); k < tokens; ++k) {
             // UTF-8: anything but 0xED and the leads of the wider forms.
-            char byte = pick({ { 0x00, 0x7F }, { 0x80, 0xEC }, { 0xEE, 0xF4 }, { 0xFE, 0xFF } });
-            utf8 += byte;
+            utf8 += pick({ { 0x00, 0x7F }, { 0x80, 0xEC }, { 0xEE, 0xF4 }, { 0xFE, 0xFF } });
             // Shift_JIS: leads of rows 1-8 and 17-84, any trail but 0x7F.
             if (below(4)) {
                 sjis += pick({ { 0x81, 0x84 }, { 0x89, 0x9F }, { 0xE0, 0xEA } });

@@ -56,8 +56,6 @@ TEST(YKDetectJapaneseEncoding, DecidesByTheFirstValidatorThatAccepts)
         { "host-order mark", hostBOM + "\x41\x00", false, false, Unicode },
         { "host-order mark before invalid bytes", hostBOM + "\x80\x80\x80", true, true, Unicode },
         { "opposite-order mark falls through to Mac", otherBOM, false, false, Mac },
-        { "UTF-8 hiragana", "\xE3\x81\x82", false, false, UTF8 },
-        { "JIS X 0208 escape", "\x1B$B\x24\x22\x1B(B", false, false, JIS },
         { "unknown escape reaches EUC-JP, which takes 7 bits", "a\x1B[0m", false, false, ASCII },
         { "truncated escape is unknown", "a\x1B$", true, false, ASCII },
         { "cut UTF-8 lead: the Shift_JIS family reads a pair", "\xE3\x81", false, false, SJIS },
@@ -67,12 +65,10 @@ TEST(YKDetectJapaneseEncoding, DecidesByTheFirstValidatorThatAccepts)
         { "NEC circled one, Shift_JIS first, DOS first", "\x87\x40", true, false, DOS },
         { "0x88 0x40: DOS rejects, Mac accepts", "\x88\x40", true, false, Mac },
         { "0x88 0x70: DOS and Mac reject, X0213 accepts", "\x88\x70", true, false, X0213 },
-        { "EUC-JP hiragana", "\xA4\xA2\xA4\xA4", false, false, EUC },
         { "single shift 3: EUC-JP rejects, DOS takes", "\xA4\xA2\x8F\xB0\xA1", false, false, SJIS },
         { "EUC-JP or Shift_JIS, EUC-JP first", "\xB0\xA1\xC4\xDF", false, false, EUC },
         { "EUC-JP or Shift_JIS, Shift_JIS first", "\xB0\xA1\xC4\xDF", true, false, SJIS },
         { "half-width katakana alone is Shift_JIS", "\xB1\xB2\xB3", false, false, SJIS },
-        { "Shift_JIS hiragana", "\x82\xA0\x82\xA2", false, false, SJIS },
         { "X0213 is the last resort, also before EUC-JP", "\xEA\xA5", true, true, X0213 },
         { "EUC-JP is the last resort with Shift_JIS first", "\xEF\xA1", true, true, EUC },
     };
@@ -85,7 +81,8 @@ TEST(YKDetectJapaneseEncoding, DecidesByTheFirstValidatorThatAccepts)
     EXPECT_EQ(YKDetectJapaneseEncoding(bytesOf("\x82"), -5, true, true), ASCII);
 }
 
-// The deliberate quirks and the edges of the lead-byte tables, pinned for every scanner.
+// The deliberate quirks and the edges of the lead-byte tables, pinned for every scanner. (Modern
+// UTF-8's limits are held to ICU below.)
 TEST(JapaneseEncodingValidators, KeepTheDeliberateQuirks)
 {
     const struct {
@@ -99,11 +96,6 @@ TEST(JapaneseEncodingValidators, KeepTheDeliberateQuirks)
         { "UTF-8", _detectUTF8, "\xFB\xBF\xBF\xBF\xBF", UTF8 },
         { "UTF-8", _detectUTF8, "\xFD\xBF\xBF\xBF\xBF\xBF", UTF8 },
         { "UTF-8", _detectUTF8, "\xED\xBF\xBF", UTF8 },
-        { "UTF-8", _detectUTF8, "\xF4\x8F\xBF\xBF", UTF8 },
-        { "UTF-8", _detectUTF8, "\xF4\x90\x80\x80", None },
-        { "UTF-8", _detectUTF8, "\xF0\x8F\xBF\xBF", None },
-        { "UTF-8", _detectUTF8, "\xE0\x9F\xBF", None },
-        { "UTF-8", _detectUTF8, "\xC1\xBF", None },
         { "UTF-8", _detectUTF8, "\xFE", None },
         { "UTF-8", _detectUTF8, "\xFC\x80\x80\x80\x80", None },
         { "EUC-JP", _detectEUC_JP, "\x8F\xB0\xA1", None },
@@ -143,9 +135,6 @@ TEST(JapaneseEncodingValidators, KeepTheDeliberateQuirks)
 TEST(YKDetectJapaneseEncoding, StepsDownToAnISO2022JPVariantThatCanBeConverted)
 {
     // ICU converts ISO-2022-JP-1 and -2 but has no ISO-2022-JP-3 converter.
-    EXPECT_TRUE(yk::isStringEncodingAvailable(kCFStringEncodingISO_2022_JP_1));
-    EXPECT_TRUE(yk::isStringEncodingAvailable(kCFStringEncodingISO_2022_JP_2));
-    EXPECT_FALSE(yk::isStringEncodingAvailable(kCFStringEncodingISO_2022_JP_3));
     const struct {
         Bytes bytes;
         CFStringEncoding validator;
@@ -194,23 +183,18 @@ void expectScannersAgree(const Bytes& bytes)
     }
 }
 
-// Every pair of bytes across a vector block's end, after long 7-bit and double-byte stretches.
-TEST(JapaneseEncodingValidators, FastScannersAgreeWithThePortableLoopAtEveryPair)
+// Every pair of bytes across a vector block's end, after long 7-bit and double-byte stretches;
+// then generated input.
+TEST(JapaneseEncodingValidators, FastScannersAgreeWithThePortableLoop)
 {
     const Bytes sjisStretch = Bytes(31, '\x82') + "\xA0"; // "\x82\x82" pairs, then a hiragana
-    for (unsigned first = 0; first < 256; ++first) {
-        for (unsigned second = 0; second < 256; ++second) {
+    for (unsigned first = 0; first < 256 && !HasFatalFailure(); ++first) {
+        for (unsigned second = 0; second < 256 && !HasFatalFailure(); ++second) {
             Bytes pair { static_cast<char>(first), static_cast<char>(second) };
             expectScannersAgree(Bytes(63, 'x') + pair + Bytes(63, 'y'));
             expectScannersAgree(Bytes(30, 'x') + sjisStretch + pair + Bytes(40, 'y'));
-            if (HasFatalFailure())
-                return;
         }
     }
-}
-
-TEST(JapaneseEncodingValidators, FastScannersAgreeWithThePortableLoopOnGeneratedInput)
-{
     InputGenerator generator(20240611);
     for (int n = 0; n < 60000 && !HasFatalFailure(); ++n)
         expectScannersAgree(generator.next());
@@ -249,10 +233,8 @@ TEST(JapaneseEncodingValidators, UTF8AgreesWithICUOutsideTheWiderForms)
 {
     auto hasWiderForm = [](const Bytes& bytes) {
         for (size_t i = 0; i < bytes.size(); ++i) {
-            uint8_t byte = static_cast<uint8_t>(bytes[i]);
-            if (byte >= 0xF5 && byte <= 0xFD)
-                return true;
-            if (byte == 0xED && i + 1 < bytes.size() && static_cast<uint8_t>(bytes[i + 1]) >= 0xA0)
+            uint8_t byte = bytes[i], next = i + 1 < bytes.size() ? bytes[i + 1] : 0;
+            if ((byte >= 0xF5 && byte <= 0xFD) || (byte == 0xED && next >= 0xA0))
                 return true;
         }
         return false;
@@ -264,8 +246,7 @@ TEST(JapaneseEncodingValidators, UTF8AgreesWithICUOutsideTheWiderForms)
         if (hasWiderForm(bytes))
             continue;
         ++compared;
-        bool accepted = _detectUTF8(bytesOf(bytes), static_cast<int32_t>(bytes.size()))
-            != None;
+        bool accepted = _detectUTF8(bytesOf(bytes), static_cast<int32_t>(bytes.size())) != None;
         ASSERT_EQ(accepted, icuDecode("UTF-8", bytes)) << hex(bytes);
     }
     EXPECT_GT(compared, 10000);

@@ -3,7 +3,6 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
-#include <cstdio>
 #include <iterator>
 #include <memory>
 
@@ -11,15 +10,11 @@ namespace texttest {
 
 std::string hex(const Bytes& bytes)
 {
+    static const char digits[] = "0123456789ABCDEF";
     std::string text;
-    char digits[4];
-    for (unsigned char byte : bytes) {
-        std::snprintf(digits, sizeof digits, "%02X", byte);
-        if (!text.empty())
-            text += ' ';
-        text += digits;
-    }
-    return text.empty() ? "(empty)" : text;
+    for (unsigned char byte : bytes)
+        text += { ' ', digits[byte >> 4], digits[byte & 15] };
+    return text.empty() ? "(empty)" : text.substr(1);
 }
 
 const std::vector<const yk::detail::ByteScanner*>& scanners()
