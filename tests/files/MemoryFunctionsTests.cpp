@@ -32,7 +32,6 @@ TEST(MemoryFunctions, MemrchrFindsTheLastByte)
         long expected;
     } cases[] = {
         { text.data(), '.', text.size(), 3 },
-        { text.data(), 0xff, text.size(), 5 },
         { text.data(), 0x1ff, text.size(), 5 }, // converted to unsigned char
         { text.data(), 'x', text.size(), -1 },
         { text.data(), 'a', 0, -1 },
@@ -203,8 +202,7 @@ TEST(MemoryFunctions, StrtollAgreesWithGlibcWhereTheContractsAgree)
     const char pieces[] = " \t-+0x019aAfFzZ7X.";
     for (int round = 0; round < 100000; ++round) {
         std::string text;
-        size_t length = rng() % 24;
-        for (size_t i = 0; i < length; ++i)
+        for (size_t length = rng() % 24; length > 0; --length)
             text += pieces[rng() % (sizeof pieces - 1)];
         int base = static_cast<int>(rng() % 37);
         base = base == 1 ? 0 : base;

@@ -67,7 +67,7 @@ void expectFastPathsDecodeLikeThePortableOne(const std::string& text, const std:
 TEST(Base64, EncodesGroupsPaddingAndLineBreaks)
 {
     const std::string fiftySeven(57, 'x');
-    const std::string sixtyOneChars = encode(fiftySeven, 0, true);
+    const std::string fullLine = encode(fiftySeven, 0, true);
     struct Case {
         std::string input;
         int lineLength;
@@ -89,14 +89,12 @@ TEST(Base64, EncodesGroupsPaddingAndLineBreaks)
         { "ABCABCABC", 0, true, "QUJDQUJDQUJD" },
         { "ABCABCABC", -1, true, "QUJDQUJDQUJD" },
         { "ABCABCABC", 6, true, "QUJDQUJDQUJD" },
-        { fiftySeven, 76, true, sixtyOneChars + "\r\n" },
-        { fiftySeven + "x", 76, true, sixtyOneChars + "\r\neA==" },
+        { fiftySeven, 76, true, fullLine + "\r\n" },
+        { fiftySeven + "x", 76, true, fullLine + "\r\neA==" },
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE("input \"" + c.input + "\", line length " + std::to_string(c.lineLength) + (c.pad ? ", padded" : ", unpadded"));
-        EXPECT_EQ(encode(c.input, c.lineLength, c.pad, Base64Path::Portable), c.expected);
-    }
-    EXPECT_EQ(sixtyOneChars.size(), 76u);
+    for (const auto& c : cases)
+        EXPECT_EQ(encode(c.input, c.lineLength, c.pad, Base64Path::Portable), c.expected) << "row " << &c - cases;
+    EXPECT_EQ(fullLine.size(), 76u);
 }
 
 TEST(Base64, DecodesPaddedAndUnpaddedForms)

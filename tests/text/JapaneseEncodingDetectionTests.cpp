@@ -208,22 +208,18 @@ TEST(ByteScanner, PrefixScansReachTheEndOfWellFormedText)
     if (std::string(fastest->name) != "avx2")
         GTEST_SKIP() << "only the AVX2 scanner validates double-byte text";
     const struct {
-        const char* what;
         Bytes unit;
         size_t (*ByteScanner::*scan)(const uint8_t*, size_t);
     } cases[] = {
-        { "UTF-8", "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x81\xAE mail \xF0\x9F\x93\xA7\xC3\xA9",
-            &ByteScanner::utf8Prefix },
-        { "EUC-JP", "\xC6\xFC\xCB\xDC\xB8\xEC\xA4\xCE mail \x8E\xB1", &ByteScanner::eucJPPrefix },
-        { "Shift_JIS", "\x93\xFA\x96\x7B\x8C\xEA\x82\xCC mail \xB1\x88\x9F\x98\x9F\xEA\xA4\x84\xBE",
-            &ByteScanner::shiftJISPrefix },
+        { "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x81\xAE mail \xF0\x9F\x93\xA7\xC3\xA9", &ByteScanner::utf8Prefix },
+        { "\xC6\xFC\xCB\xDC\xB8\xEC\xA4\xCE mail \x8E\xB1", &ByteScanner::eucJPPrefix },
+        { "\x93\xFA\x96\x7B\x8C\xEA\x82\xCC mail \xB1\x88\x9F\x98\x9F\xEA\xA4\x84\xBE", &ByteScanner::shiftJISPrefix },
     };
     for (const auto& c : cases) {
         Bytes text;
         while (text.size() < 4096)
             text += c.unit;
-        size_t prefix = (fastest->*c.scan)(bytesOf(text), text.size());
-        EXPECT_GE(prefix + 64, text.size()) << c.what;
+        EXPECT_GE((fastest->*c.scan)(bytesOf(text), text.size()) + 64, text.size()) << hex(c.unit);
     }
 }
 

@@ -4,18 +4,17 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 using namespace texttest;
-using yk::detail::KutenTable;
+using namespace yk::detail;
 
 // The vendor rows, where the three tables differ and ICU has nothing to compare with: the
 // first and last cells of runs, and cells just outside them.
 TEST(KutenTables, VendorRowsDefineTheirRuns)
 {
-    const auto& sjis = yk::detail::shift_jis_kuten;
-    const auto& dos = yk::detail::dos_japanese_kuten;
-    const auto& mac = yk::detail::mac_japanese_kuten;
     const struct {
         unsigned row, cell;
         bool shiftJIS, dosJapanese;
@@ -38,9 +37,10 @@ TEST(KutenTables, VendorRowsDefineTheirRuns)
         { 120, 94, true, false, 1 }, { 1, 0, false, false, 0 }, { 0, 1, false, false, 0 },
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(sjis[c.row][c.cell] != 0, c.shiftJIS) << "Shift_JIS row " << c.row << " cell " << c.cell;
-        EXPECT_EQ(dos[c.row][c.cell] != 0, c.dosJapanese) << "DOS row " << c.row << " cell " << c.cell;
-        EXPECT_EQ(mac[c.row][c.cell], c.macJapanese) << "Mac row " << c.row << " cell " << c.cell;
+        auto defined = std::tuple(shift_jis_kuten[c.row][c.cell] != 0,
+            dos_japanese_kuten[c.row][c.cell] != 0, int(mac_japanese_kuten[c.row][c.cell]));
+        EXPECT_EQ(defined, std::tuple(c.shiftJIS, c.dosJapanese, int(c.macJapanese)))
+            << "Shift_JIS, DOS, Mac at row " << c.row << " cell " << c.cell;
     }
 }
 
@@ -56,7 +56,7 @@ TEST(KutenTables, Sjis2jisMapsTheCornersOfTheCodeSpace)
         { 0xF0, 0x40, 95, 1 }, { 0xFC, 0xFC, 120, 94 }, { 0x80, 0x40, 0, 0 }, { 0x81, 0x3F, 0, 0 },
     };
     for (const auto& c : cases) {
-        auto kuten = yk::detail::sjis2jis(c.lead, c.trail);
+        auto kuten = sjis2jis(c.lead, c.trail);
         EXPECT_EQ(std::pair(kuten.row, kuten.cell), std::pair(c.row, c.cell))
             << hex(Bytes { char(c.lead), char(c.trail) });
     }
@@ -76,13 +76,13 @@ TEST(KutenTables, AgreeWithICUOnJISX0208)
             Bytes euc { char(0xA0 + row), char(0xA0 + cell) };
             std::u16string text;
             bool icu = icuDecode("EUC-JP", euc, &text);
-            EXPECT_EQ(yk::detail::shift_jis_kuten[row][cell] != 0, icu);
-            EXPECT_EQ(yk::detail::mac_japanese_kuten[row][cell] == 1, icu);
-            EXPECT_EQ(yk::detail::dos_japanese_kuten[row][cell] != 0, icu);
+            EXPECT_EQ(shift_jis_kuten[row][cell] != 0, icu);
+            EXPECT_EQ(mac_japanese_kuten[row][cell] == 1, icu);
+            EXPECT_EQ(dos_japanese_kuten[row][cell] != 0, icu);
             Bytes sjis;
             if (!icu || !icuEncode("Shift_JIS", text, sjis) || sjis.size() != 2)
                 continue;
-            auto kuten = yk::detail::sjis2jis(uint8_t(sjis[0]), uint8_t(sjis[1]));
+            auto kuten = sjis2jis(uint8_t(sjis[0]), uint8_t(sjis[1]));
             EXPECT_EQ(std::pair(kuten.row, kuten.cell), std::pair(row, cell)) << hex(sjis);
             ++mapped;
         }

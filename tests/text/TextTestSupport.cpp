@@ -30,8 +30,7 @@ Bytes InputGenerator::next()
     case 4:
         return longText();
     case 0: { // uniform random bytes
-        unsigned length = below(48);
-        for (unsigned i = 0; i < length; ++i)
+        for (unsigned length = below(48); length > 0; --length)
             bytes += static_cast<char>(below(256));
         return bytes;
     }
@@ -65,16 +64,15 @@ Bytes InputGenerator::longText()
         }
         if (encoding == 0) {
             char32_t c = below(4) ? 0x3000 + below(0x6000) : below(0x110000);
-            if (c < 0x80) {
+            if (c < 0x80)
                 add(c);
-            } else if (c < 0x800) {
+            else if (c < 0x800)
                 add(0xC0 | c >> 6), add(0x80 | (c & 0x3F));
-            } else if (c < 0x10000) {
+            else if (c < 0x10000)
                 add(0xE0 | c >> 12), add(0x80 | (c >> 6 & 0x3F)), add(0x80 | (c & 0x3F));
-            } else {
+            else
                 add(0xF0 | c >> 18), add(0x80 | (c >> 12 & 0x3F)), add(0x80 | (c >> 6 & 0x3F)),
                     add(0x80 | (c & 0x3F));
-            }
         } else if (encoding == 1) {
             if (!below(10))
                 add(0x8E), add(byteIn(0xA1, 0xDF));
@@ -124,8 +122,7 @@ void InputGenerator::appendToken(Bytes& bytes)
         add(below(6) ? byteIn(0xA1, 0xFE) : below(256));
         break;
     case 5:
-        add(byteIn(0x21, 0x7E));
-        add(below(8) ? byteIn(0x21, 0x7E) : below(128));
+        add(byteIn(0x21, 0x7E)), add(below(8) ? byteIn(0x21, 0x7E) : below(128));
         break;
     case 6: // half-width katakana or the Mac single bytes
         add(below(2) ? byteIn(0xA1, 0xDF) : (below(2) ? 0x80 : byteIn(0xFD, 0xFF)));
@@ -148,7 +145,8 @@ Converter strictConverter(const char* name)
 {
     UErrorCode status = U_ZERO_ERROR;
     Converter converter(ucnv_open(name, &status), ucnv_close);
-    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+        &status);
     ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
         &status);
     return U_SUCCESS(status) ? std::move(converter) : Converter(nullptr, ucnv_close);
