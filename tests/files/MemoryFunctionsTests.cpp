@@ -131,14 +131,12 @@ TEST(MemoryFunctions, MemmemStaysCorrectOnInputsThatDefeatCandidateFiltering)
     // In "abab...", every even position passes the two-byte filter of "(ab)^250 bb" (its first
     // byte and its last) and fails only after 500 bytes: the linear fallback must take over and
     // still report the one real occurrence near the end.
-    auto repeated = [](const char* unit, int times) {
-        std::string text;
-        while (times-- > 0)
-            text += unit;
-        return text;
-    };
-    std::string haystack = repeated("ab", 1 << 19);
-    const std::string needle = repeated("ab", 250) + "bb";
+    std::string haystack, needle;
+    for (int i = 0; i < (1 << 19); ++i)
+        haystack += "ab";
+    for (int i = 0; i < 250; ++i)
+        needle += "ab";
+    needle += "bb";
     const size_t planted = haystack.size() - 2000;
     haystack.replace(planted, needle.size(), needle);
     auto* h = reinterpret_cast<const uint8_t*>(haystack.data());

@@ -40,8 +40,8 @@ struct RepairCase {
     int variant = 0; // the Shift_JIS variant, or 1 for ISO-2022-JP's trailing-escape rule
 };
 
-template<size_t N>
-void expectRepairs(const RepairCase (&cases)[N], const std::function<RepairResult(const Bytes&, int)>& fix)
+void expectRepairs(const std::function<RepairResult(const Bytes&, int)>& fix,
+    std::initializer_list<RepairCase> cases)
 {
     for (const RepairCase& c : cases) {
         RepairResult actual = fix(c.input, c.variant);
@@ -55,7 +55,7 @@ void expectRepairs(const RepairCase (&cases)[N], const std::function<RepairResul
 
 TEST(YKFixUTF8Bytes, ReplacesEachMalformedSequenceWithOneQuestionMark)
 {
-    const RepairCase cases[] = {
+    expectRepairs([](const Bytes& bytes, int) { return yk::fixUTF8Bytes(bytes); }, {
         { "wide forms are valid", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80" },
         { "0xF5 leads and surrogates are valid", "\xF5\x80\x80\x80\xED\xA0\x80", "\xF5\x80\x80\x80\xED\xA0\x80" },
         { "ASCII after a broken lead is kept", "\x41\xC3\x42", "\x41?\x42" },
@@ -68,13 +68,12 @@ TEST(YKFixUTF8Bytes, ReplacesEachMalformedSequenceWithOneQuestionMark)
         { "0xFE and 0xFF", "\xFE\xFF", "??" },
         { "six-byte form cut short", "\xFC\x80\x80\x80\x80", "?" },
         { "valid text around a repair", "\xC3\xA9\xC3\xC3\xA9", "\xC3\xA9??" },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int) { return yk::fixUTF8Bytes(bytes); });
+    });
 }
 
 TEST(YKFixShiftJISBytes, ChecksPairsAgainstTheVariantsTable)
 {
-    const RepairCase cases[] = {
+    expectRepairs([](const Bytes& bytes, int variant) { return yk::fixShiftJISBytes(bytes, variant); }, {
         { "row 9 is not plain Shift_JIS", "\x85\x40", "?", 0 },
         { "row 9 cell 1 is DOS", "\x85\x40", "\x85\x40", 2 },
         { "row 9 cell 1 is Mac", "\x85\x40", "\x85\x40", 1 },
@@ -96,13 +95,12 @@ TEST(YKFixShiftJISBytes, ChecksPairsAgainstTheVariantsTable)
         { "Mac-only category 2 is not Shift_JIS", "\xEB\x41", "?", 0 },
         { "NEC row 13", "\x87\x40", "\x87\x40", 2 },
         { "IBM rows 89-92", "\xED\x40\xEE\xEC\xEE\xED", "\xED\x40\xEE\xEC?", 2 },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int variant) { return yk::fixShiftJISBytes(bytes, variant); });
+    });
 }
 
 TEST(YKFixEUCJPBytes, ChecksPairsAgainstTheStandardMacCharacters)
 {
-    const RepairCase cases[] = {
+    expectRepairs([](const Bytes& bytes, int) { return yk::fixEUCJPBytes(bytes); }, {
         { "single shift 3 is kept, then an ordinary pair", "\x8F\xB0\xA1", "\x8F\xB0\xA1" },
         { "single shift 3 is kept, then an undefined pair", "\x8F\xA2\xAF", "\x8F?" },
         { "row 86", "\xF6\xA1", "?" },
@@ -116,13 +114,12 @@ TEST(YKFixEUCJPBytes, ChecksPairsAgainstTheStandardMacCharacters)
         { "NEC row 13 standard part", "\xAD\xA1", "\xAD\xA1" },
         { "Mac-only category 2", "\xAD\xF1", "?" },
         { "stray high bytes are kept", "\x80\x8D\x90\xA0\xFF", "\x80\x8D\x90\xA0\xFF" },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int) { return yk::fixEUCJPBytes(bytes); });
+    });
 }
 
 TEST(YKFixISO2022JPBytes, BracketsRepairsWithEscapes)
 {
-    const RepairCase cases[] = {
+    expectRepairs([](const Bytes& bytes, int) { return fixISO2022JPBytes(bytes, false); }, {
         { "clean text", "a\x1B$B\x24\x22\x1B(B\r\n", "a\x1B$B\x24\x22\x1B(B\r\n" },
         { "line break in JIS X 0208 mode", "\x1B$B\x24\x22\r\n", "\x1B$B\x24\x22\x1B(B\r\n" },
         { "line break in katakana mode", "\x1B(I\x31\n", "\x1B(I\x31\x1B(B\n" },
@@ -137,8 +134,7 @@ TEST(YKFixISO2022JPBytes, BracketsRepairsWithEscapes)
         { "a bad pair swallows a line feed", "\x1B$B\x24\n", "\x1B$B\x1B(B?\x1B$B" },
         { "bad katakana byte", "\x1B(I\x31\x60", "\x1B(I\x31\x1B(B?\x1B(I" },
         { "ASCII mode keeps high bytes", "\x80\xFF", "\x80\xFF" },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int) { return fixISO2022JPBytes(bytes, false); });
+    });
 }
 
 TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
@@ -149,7 +145,7 @@ TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
     const Bytes repairedTo509 = "\x1BK" + Bytes(502, 'a') + end;
     const Bytes repairedTo506 = "\x1BK" + Bytes(499, 'a') + end;
     const Bytes katakanaAt507 = "\x1B(I" + Bytes(497, '!') + "\x60";
-    const RepairCase cases[] = {
+    expectRepairs([](const Bytes& bytes, int rule) { return fixISO2022JPBytes(bytes, rule); }, {
         { "clean, 507 bytes, rule off", at507, at507, 0 },
         { "clean, 507 bytes, rule on", at507, Bytes(504, 'a'), 1 },
         { "clean, 506 bytes, rule on", at506, at506, 1 },
@@ -159,8 +155,7 @@ TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
         { "repaired to 506 bytes, rule on", repairedTo506, "\x1B(BK" + Bytes(499, 'a') + end, 1 },
         { "the dropped escape ends a replacement", katakanaAt507,
             "\x1B(I" + Bytes(497, '!') + "\x1B(B?", 1 },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int rule) { return fixISO2022JPBytes(bytes, rule); });
+    });
     // The C entry follows the process-wide switch, off unless the build turns it on.
     ASSERT_FALSE(yk::isISO2022JPTrailingEscapeRuleEnabled());
     for (bool enabled : { true, false }) { // ends switched off again
@@ -180,7 +175,9 @@ const struct {
 } exportedRepairs[] = {
     { "YKFixUTF8Bytes", YKFixUTF8Bytes, "a\xE3\x81\x82", "a\xE3\x81", "a?" },
     { "YKFixShiftJISBytes",
-        [](const unsigned char* b, uint32_t l, unsigned char** o, uint32_t* ol) { return YKFixShiftJISBytes(b, l, o, ol, 0); },
+        [](const unsigned char* b, uint32_t l, unsigned char** o, uint32_t* ol) {
+            return YKFixShiftJISBytes(b, l, o, ol, 0);
+        },
         "a\x82\xA0", "a\x85\x40", "a?" },
     { "YKFixEUCJPBytes", YKFixEUCJPBytes, "a\xA4\xA2", "a\xF6\xA1", "a?" },
     { "YKFixISO2022JPBytes", YKFixISO2022JPBytes, "\x1B$B\x24\x22\x1B(B", "a\x1B$B\x24\n",
@@ -285,7 +282,8 @@ TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
             // EUC-JP: ASCII, or rows 1-8 and 16-84, or single shift 2, each with a high trail
             // (a 7-bit trail is judged as if high, which ICU does not accept).
             if (below(4))
-                euc += { below(5) ? pick({ { 0xA1, 0xA8 }, { 0xB0, 0xF4 } }) : '\x8E', pick({ { 0x80, 0xFF } }) };
+                euc += { below(5) ? pick({ { 0xA1, 0xA8 }, { 0xB0, 0xF4 } }) : '\x8E',
+                    pick({ { 0x80, 0xFF } }) };
             else
                 euc += pick({ { 0x20, 0x7E } });
             // ISO-2022-JP: JIS X 0208 pairs, line breaks, unknown escapes.

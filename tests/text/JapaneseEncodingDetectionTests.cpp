@@ -21,11 +21,10 @@ constexpr CFStringEncoding ASCII = kCFStringEncodingASCII, None = kCFStringEncod
                            Mac = kCFStringEncodingMacJapanese, Unicode = kCFStringEncodingUnicode,
                            X0213 = kCFStringEncodingShiftJIS_X0213, UTF8 = kCFStringEncodingUTF8;
 
-CFStringEncoding detect(const Bytes& bytes, bool preferShiftJIS = false,
-    bool preferMacJapanese = false)
+CFStringEncoding detect(const Bytes& bytes, bool preferShiftJIS = false, bool preferMac = false)
 {
     return YKDetectJapaneseEncoding(bytesOf(bytes), static_cast<int32_t>(bytes.size()),
-        preferShiftJIS, preferMacJapanese);
+        preferShiftJIS, preferMac);
 }
 
 std::string name(CFStringEncoding encoding)
