@@ -17,8 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         base = 0;
     std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
 
-    const StrtollOutcome ours = runOurs(text, base);
-    const StrtollOutcome glibc = runGlibc(text, base);
+    const StrtollOutcome ours = runStrtoll(y_strtoll, text, base);
+    const StrtollOutcome glibc = runStrtoll(std::strtoll, text, base);
     if (ours.value != glibc.value || ours.end != glibc.end || (ours.error == ERANGE) != (glibc.error == ERANGE))
         std::abort();
     if ((ours.error == EINVAL) != (glibc.end == text.c_str()))

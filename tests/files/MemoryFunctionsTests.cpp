@@ -32,9 +32,6 @@ TEST(MemoryFunctions, MemrchrFindsTheLastByte)
         long expected;
     } cases[] = {
         { text.data(), '.', text.size(), 3 },
-        { text.data(), 'a', text.size(), 0 },
-        { text.data(), 'c', 4, -1 },
-        { text.data(), 0xff, text.size(), 5 },
         { text.data(), 0x1ff, text.size(), 5 }, // converted to unsigned char
         { text.data(), 'x', text.size(), -1 },
         { text.data(), 'a', 0, -1 },
@@ -58,12 +55,8 @@ TEST(MemoryFunctions, MemmemAndMemrmemFindFirstAndLastOccurrences)
         long last;
     } cases[] = {
         { text.data(), text.size(), "ab", 2, 0, 9 },
-        { text.data(), text.size(), "abc", 3, 0, 6 },
-        { text.data(), text.size(), "bx", 2, 4, 4 },
         { text.data(), text.size(), "cab", 3, 2, 8 },
-        { text.data(), text.size(), "b", 1, 1, 10 },
         { text.data(), text.size(), text.data(), text.size(), 0, 0 },
-        { text.data(), text.size(), "abd", 3, -1, -1 },
         // The last occurrence must lie wholly inside the haystack.
         { text.data(), 10, "ab", 2, 0, 6 },
         { text.data(), 3, "abca", 4, -1, -1 },
@@ -73,10 +66,8 @@ TEST(MemoryFunctions, MemmemAndMemrmemFindFirstAndLastOccurrences)
         { text.data(), text.size(), nullptr, 1, -1, -1 },
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::string("needle \"") + (c.needle ? std::string(c.needle, c.needleLength) : "(null)") + "\" in "
-            + std::to_string(c.haystackLength) + " bytes");
-        EXPECT_EQ(offsetOf(y_memmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.first);
-        EXPECT_EQ(offsetOf(y_memrmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.last);
+        EXPECT_EQ(offsetOf(y_memmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.first) << "row " << &c - cases;
+        EXPECT_EQ(offsetOf(y_memrmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.last) << "row " << &c - cases;
     }
 }
 
@@ -90,9 +81,10 @@ std::string randomText(std::mt19937& rng, size_t length, int alphabetSize)
 
 using Finder = const uint8_t* (*)(const uint8_t*, size_t, const uint8_t*, size_t);
 
-std::vector<std::pair<const char*, Finder>> vectorPaths()
+// The reference search first, then the vector paths this processor runs.
+std::vector<std::pair<const char*, Finder>> searchPaths()
 {
-    std::vector<std::pair<const char*, Finder>> paths;
+    std::vector<std::pair<const char*, Finder>> paths { { "portable", yk::detail::findFirstPortable } };
 #if defined(__x86_64__)
     if (yk::detail::cpuFeatures().sse2)
         paths.push_back({ "SSE2", yk::detail::findFirstSSE2 });
@@ -108,33 +100,28 @@ std::vector<std::pair<const char*, Finder>> vectorPaths()
 TEST(MemoryFunctions, EveryMemmemPathAgreesWithThePortableOneAndGlibc)
 {
     std::mt19937 rng(99);
+    const auto paths = searchPaths();
     for (int round = 0; round < 30000; ++round) {
         int alphabet = 1 + static_cast<int>(rng() % 4);
         std::string haystack = randomText(rng, 1 + rng() % 300, alphabet);
         std::string needle = randomText(rng, 1 + rng() % 12, alphabet);
         if (rng() % 3 == 0 && needle.size() <= haystack.size()) // plant an occurrence
             haystack.replace(rng() % (haystack.size() - needle.size() + 1), needle.size(), needle);
+        const std::string what = "needle " + needle + " in " + haystack;
         auto* h = reinterpret_cast<const uint8_t*>(haystack.data());
         auto* n = reinterpret_cast<const uint8_t*>(needle.data());
         const void* expected = memmem(h, haystack.size(), n, needle.size());
-        if (needle.size() <= haystack.size()) {
-            ASSERT_EQ(static_cast<const void*>(yk::detail::findFirstPortable(h, haystack.size(), n, needle.size())), expected);
-        }
-        ASSERT_EQ(y_memmem(haystack.data(), haystack.size(), needle.data(), needle.size()), expected)
-            << "needle " << needle << " in " << haystack;
-        if (needle.size() <= haystack.size()) {
-            for (auto [name, find] : vectorPaths()) {
-                ASSERT_EQ(static_cast<const void*>(find(h, haystack.size(), n, needle.size())), expected)
-                    << name << ": needle " << needle << " in " << haystack;
-            }
+        ASSERT_EQ(y_memmem(h, haystack.size(), n, needle.size()), expected) << what;
+        if (needle.size() <= haystack.size()) { // the paths require the needle to fit
+            for (auto [name, find] : paths)
+                ASSERT_EQ(static_cast<const void*>(find(h, haystack.size(), n, needle.size())), expected) << name << ": " << what;
         }
         auto* last = static_cast<const uint8_t*>(y_memrmem(h, haystack.size(), n, needle.size()));
-        ASSERT_EQ(last != nullptr, expected != nullptr) << "needle " << needle << " in " << haystack;
+        ASSERT_EQ(last != nullptr, expected != nullptr) << what;
         if (last) {
             size_t after = static_cast<size_t>(last - h) + 1;
-            ASSERT_EQ(std::memcmp(last, n, needle.size()), 0);
-            ASSERT_EQ(memmem(h + after, haystack.size() - after, n, needle.size()), nullptr)
-                << "needle " << needle << " in " << haystack;
+            ASSERT_EQ(std::memcmp(last, n, needle.size()), 0) << what;
+            ASSERT_EQ(memmem(h + after, haystack.size() - after, n, needle.size()), nullptr) << what;
         }
     }
 }
@@ -144,21 +131,22 @@ TEST(MemoryFunctions, MemmemStaysCorrectOnInputsThatDefeatCandidateFiltering)
     // In "abab...", every even position passes the two-byte filter of "(ab)^250 bb" (its first
     // byte and its last) and fails only after 500 bytes: the linear fallback must take over and
     // still report the one real occurrence near the end.
-    std::string haystack;
+    std::string haystack, needle;
     for (int i = 0; i < (1 << 19); ++i)
         haystack += "ab";
-    std::string needle;
     for (int i = 0; i < 250; ++i)
         needle += "ab";
     needle += "bb";
     const size_t planted = haystack.size() - 2000;
     haystack.replace(planted, needle.size(), needle);
-    for (auto [name, find] : vectorPaths()) {
-        auto* h = reinterpret_cast<const uint8_t*>(haystack.data());
-        auto* n = reinterpret_cast<const uint8_t*>(needle.data());
-        EXPECT_EQ(reinterpret_cast<const char*>(find(h, haystack.size(), n, needle.size())), haystack.data() + planted) << name;
+    auto* h = reinterpret_cast<const uint8_t*>(haystack.data());
+    auto* n = reinterpret_cast<const uint8_t*>(needle.data());
+    for (auto [name, find] : searchPaths()) {
+        if (find == yk::detail::findFirstPortable) // no linear fallback: quadratic here
+            continue;
+        EXPECT_EQ(find(h, haystack.size(), n, needle.size()), h + planted) << name;
     }
-    EXPECT_EQ(y_memmem(haystack.data(), haystack.size(), needle.data(), needle.size()), haystack.data() + planted);
+    EXPECT_EQ(y_memmem(h, haystack.size(), n, needle.size()), h + planted);
 }
 
 struct StrtollCase {
@@ -169,25 +157,19 @@ struct StrtollCase {
     int error; // errno afterwards, 0 when untouched
 };
 
+// The decisions glibc does not share, the limits, and what the comparison below draws rarely.
 TEST(MemoryFunctions, StrtollParsesLikeTheBSDLibrary)
 {
     const StrtollCase cases[] = {
         { "0x1A", 0, 26, 4, 0 },
-        { "012", 0, 10, 3, 0 },
         { "xyz", 10, 0, 0, EINVAL },
         { "", 10, 0, 0, EINVAL },
         { "  \t\n\v\f\r-42abc", 10, -42, 10, 0 },
-        { "+7", 10, 7, 2, 0 },
         { "- 7", 10, 0, 0, EINVAL },
-        { "0X1f", 16, 31, 4, 0 },
-        { "1f", 16, 31, 2, 0 },
         { "0x", 16, 0, 1, 0 },
         { "0xg", 0, 0, 1, 0 },
-        { "0x1A", 10, 0, 1, 0 },
         { "08", 0, 0, 1, 0 },
-        { "z", 36, 35, 1, 0 },
         { "Zz", 36, 35 * 36 + 35, 2, 0 },
-        { "102", 2, 2, 2, 0 },
         { "9223372036854775807", 10, LLONG_MAX, 19, 0 },
         { "9223372036854775808", 10, LLONG_MAX, 19, ERANGE },
         { "-9223372036854775808", 10, LLONG_MIN, 20, 0 },
@@ -218,16 +200,12 @@ TEST(MemoryFunctions, StrtollAgreesWithGlibcWhereTheContractsAgree)
     const char pieces[] = " \t-+0x019aAfFzZ7X.";
     for (int round = 0; round < 100000; ++round) {
         std::string text;
-        size_t length = rng() % 24;
-        for (size_t i = 0; i < length; ++i)
+        for (size_t length = rng() % 24; length > 0; --length)
             text += pieces[rng() % (sizeof pieces - 1)];
-        int base = static_cast<int>(rng() % 38);
-        if (base == 1)
-            base = 0;
-        if (base == 37)
-            base = 10;
-        const StrtollOutcome ours = runOurs(text, base);
-        const StrtollOutcome glibc = runGlibc(text, base);
+        int base = static_cast<int>(rng() % 37);
+        base = base == 1 ? 0 : base;
+        const StrtollOutcome ours = runStrtoll(y_strtoll, text, base);
+        const StrtollOutcome glibc = runStrtoll(std::strtoll, text, base);
         ASSERT_EQ(ours.value, glibc.value) << "\"" << text << "\" base " << base;
         ASSERT_EQ(ours.end, glibc.end) << "\"" << text << "\" base " << base;
         ASSERT_EQ(ours.error == ERANGE, glibc.error == ERANGE) << "\"" << text << "\" base " << base;

@@ -1,7 +1,7 @@
 #pragma once
 
-// Runs y_strtoll and glibc's strtoll on the same text, each with errno cleared first, so the
-// test and the fuzz target compare the same things.
+// Runs y_strtoll or glibc's strtoll on a text with errno cleared first, so the test and the
+// fuzz target compare the same things.
 
 #include <Yarkit/MemoryFunctions.h>
 
@@ -21,14 +21,4 @@ inline StrtollOutcome runStrtoll(long long (*parse)(const char*, char**, int), c
     errno = 0;
     const long long value = parse(text.c_str(), &end, base);
     return { value, end, errno };
-}
-
-inline StrtollOutcome runOurs(const std::string& text, int base)
-{
-    return runStrtoll(y_strtoll, text, base);
-}
-
-inline StrtollOutcome runGlibc(const std::string& text, int base)
-{
-    return runStrtoll(std::strtoll, text, base);
 }

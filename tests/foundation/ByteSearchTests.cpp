@@ -14,12 +14,10 @@ constexpr uint32_t NF = yk::NotFound;
 TEST(ByteClasses, MemberBytes)
 {
     for (int byte = 0; byte < 256; ++byte) {
-        SCOPED_TRACE("byte " + std::to_string(byte));
-        bool space = byte == '\t' || byte == ' ';
-        bool newline = byte == '\n' || byte == '\r';
-        EXPECT_EQ(is_whitespace(byte), space ? 1 : 0);
-        EXPECT_EQ(is_crlf(byte), newline ? 1 : 0);
-        EXPECT_EQ(is_whitespace_crlf(byte), space || newline ? 1 : 0);
+        int space = byte == '\t' || byte == ' ', newline = byte == '\n' || byte == '\r';
+        EXPECT_EQ(is_whitespace(byte), space) << byte;
+        EXPECT_EQ(is_crlf(byte), newline) << byte;
+        EXPECT_EQ(is_whitespace_crlf(byte), space | newline) << byte;
     }
 }
 
@@ -46,11 +44,8 @@ TEST(ByteSearch, IndexOfCharacter)
         { text.data(), 0, 'x', 1, true, NF },
         { nullptr, 6, 'x', 1, true, NF },
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string("c '") + static_cast<char>(c.c) + "' wanted " + std::to_string(c.wanted) + (c.forward ? " forward" : " backward")
-            + " length " + std::to_string(c.length));
-        EXPECT_EQ(YIndexOfCharacter(c.bytes, c.length, c.c, c.wanted, c.forward), c.expected);
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(YIndexOfCharacter(c.bytes, c.length, c.c, c.wanted, c.forward), c.expected) << "row " << &c - cases;
 }
 
 int twoForDigits(int byte)
@@ -80,11 +75,8 @@ TEST(ByteSearch, IndexOfCharacterUsingFunction)
         { nullptr, 1, true, 8, NF },
         { is_crlf, 1, true, 0, NF },
     };
-    int row = 0;
-    for (const auto& c : cases) {
-        SCOPED_TRACE("row " + std::to_string(row++));
-        EXPECT_EQ(YIndexOfCharacterUsingFunction(text.data(), c.length, c.function, c.wanted, c.forward), c.expected);
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(YIndexOfCharacterUsingFunction(text.data(), c.length, c.function, c.wanted, c.forward), c.expected) << "row " << &c - cases;
     EXPECT_EQ(YIndexOfCharacterUsingFunction(nullptr, 8, is_crlf, 1, true), NF);
 }
 
@@ -110,11 +102,8 @@ TEST(ByteSearch, StartsWithBytes)
         { nullptr, 3, "a", 1, true, false },
         { "abc", 3, nullptr, 1, true, false },
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string("pattern \"") + (c.pattern ? c.pattern : "(null)") + "\" " + (c.atStart ? "start" : "end")
-            + " of " + std::to_string(c.length) + " bytes");
-        EXPECT_EQ(YStartsWithBytes(c.bytes, c.length, c.pattern, c.patternLength, c.atStart), c.expected);
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(YStartsWithBytes(c.bytes, c.length, c.pattern, c.patternLength, c.atStart), c.expected) << "row " << &c - cases;
 }
 
 } // namespace

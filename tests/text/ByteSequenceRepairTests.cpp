@@ -29,21 +29,19 @@ Bytes applyEdits(const Bytes& input, const std::vector<RepairEdit>& edits)
     return output + input.substr(std::min(at, input.size()));
 }
 
-RepairResult fixISO2022JP(const Bytes& bytes, bool trailingEscapeRule = false)
-{
-    return yk::detail::fixISO2022JPBytes(bytes, trailingEscapeRule);
-}
+using yk::detail::fixISO2022JPBytes;
 
-// `output` is what a repair gives; it equals the input where nothing is repaired.
+// `output` is what a repair gives; it equals the input where nothing is repaired. The edits the
+// repair reports must rebuild it from the input.
 struct RepairCase {
     const char* scenario;
     Bytes input;
     Bytes output;
-    int variant = 0; // Shift_JIS only
+    int variant = 0; // the Shift_JIS variant, or 1 for ISO-2022-JP's trailing-escape rule
 };
 
-template<size_t N>
-void expectRepairs(const RepairCase (&cases)[N], const std::function<RepairResult(const Bytes&, int)>& fix)
+void expectRepairs(const std::function<RepairResult(const Bytes&, int)>& fix,
+    std::initializer_list<RepairCase> cases)
 {
     for (const RepairCase& c : cases) {
         RepairResult actual = fix(c.input, c.variant);
@@ -57,9 +55,7 @@ void expectRepairs(const RepairCase (&cases)[N], const std::function<RepairResul
 
 TEST(YKFixUTF8Bytes, ReplacesEachMalformedSequenceWithOneQuestionMark)
 {
-    const RepairCase cases[] = {
-        { "ASCII", "plain text\r\n", "plain text\r\n" },
-        { "valid Japanese", "\xE6\x97\xA5\xE6\x9C\xAC", "\xE6\x97\xA5\xE6\x9C\xAC" },
+    expectRepairs([](const Bytes& bytes, int) { return yk::fixUTF8Bytes(bytes); }, {
         { "wide forms are valid", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80", "\xF8\x88\x80\x80\x80\xFC\x84\x80\x80\x80\x80" },
         { "0xF5 leads and surrogates are valid", "\xF5\x80\x80\x80\xED\xA0\x80", "\xF5\x80\x80\x80\xED\xA0\x80" },
         { "ASCII after a broken lead is kept", "\x41\xC3\x42", "\x41?\x42" },
@@ -72,27 +68,21 @@ TEST(YKFixUTF8Bytes, ReplacesEachMalformedSequenceWithOneQuestionMark)
         { "0xFE and 0xFF", "\xFE\xFF", "??" },
         { "six-byte form cut short", "\xFC\x80\x80\x80\x80", "?" },
         { "valid text around a repair", "\xC3\xA9\xC3\xC3\xA9", "\xC3\xA9??" },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int) { return yk::fixUTF8Bytes(bytes); });
+    });
 }
 
 TEST(YKFixShiftJISBytes, ChecksPairsAgainstTheVariantsTable)
 {
-    const RepairCase cases[] = {
-        { "defined hiragana", "\x82\xA0", "\x82\xA0", 0 },
+    expectRepairs([](const Bytes& bytes, int variant) { return yk::fixShiftJISBytes(bytes, variant); }, {
         { "row 9 is not plain Shift_JIS", "\x85\x40", "?", 0 },
         { "row 9 cell 1 is DOS", "\x85\x40", "\x85\x40", 2 },
         { "row 9 cell 1 is Mac", "\x85\x40", "\x85\x40", 1 },
-        { "defined symbol", "\x81\x41", "\x81\x41", 0 },
         { "the swallowed trail may be ASCII", "\x81\x20", "?", 0 },
         { "0x7F is judged as 0x80", "\x81\x7F", "\x81\x7F", 0 },
         { "no cell above 0xFC", "\x81\xFDx", "?x", 0 },
         { "lead at the end", "ab\x82", "ab?", 2 },
         { "0xA0 becomes a space", "\xA0", " ", 0 },
-        { "0xA0 becomes a space", "\xA0", " ", 1 },
-        { "0xA0 becomes a space", "\xA0", " ", 2 },
         { "0xA0 becomes a space", "\xA0", " ", 7 },
-        { "0xFD is not a character", "\xFD", "?", 0 },
         { "0xFD is not a character", "\x80\xFD\xFE\xFF", "????", 2 },
         { "0x80 and 0xFD-0xFF are Mac characters", "\x80\xFD\xFE\xFF", "\x80\xFD\xFE\xFF", 1 },
         { "other variants look nothing up", "\x85\x40\xFD\x82", "\x85\x40\xFD\x82", 3 },
@@ -105,14 +95,12 @@ TEST(YKFixShiftJISBytes, ChecksPairsAgainstTheVariantsTable)
         { "Mac-only category 2 is not Shift_JIS", "\xEB\x41", "?", 0 },
         { "NEC row 13", "\x87\x40", "\x87\x40", 2 },
         { "IBM rows 89-92", "\xED\x40\xEE\xEC\xEE\xED", "\xED\x40\xEE\xEC?", 2 },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int variant) { return yk::fixShiftJISBytes(bytes, variant); });
+    });
 }
 
 TEST(YKFixEUCJPBytes, ChecksPairsAgainstTheStandardMacCharacters)
 {
-    const RepairCase cases[] = {
-        { "hiragana", "\xA4\xA2", "\xA4\xA2" },
+    expectRepairs([](const Bytes& bytes, int) { return yk::fixEUCJPBytes(bytes); }, {
         { "single shift 3 is kept, then an ordinary pair", "\x8F\xB0\xA1", "\x8F\xB0\xA1" },
         { "single shift 3 is kept, then an undefined pair", "\x8F\xA2\xAF", "\x8F?" },
         { "row 86", "\xF6\xA1", "?" },
@@ -126,13 +114,12 @@ TEST(YKFixEUCJPBytes, ChecksPairsAgainstTheStandardMacCharacters)
         { "NEC row 13 standard part", "\xAD\xA1", "\xAD\xA1" },
         { "Mac-only category 2", "\xAD\xF1", "?" },
         { "stray high bytes are kept", "\x80\x8D\x90\xA0\xFF", "\x80\x8D\x90\xA0\xFF" },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int) { return yk::fixEUCJPBytes(bytes); });
+    });
 }
 
 TEST(YKFixISO2022JPBytes, BracketsRepairsWithEscapes)
 {
-    const RepairCase cases[] = {
+    expectRepairs([](const Bytes& bytes, int) { return fixISO2022JPBytes(bytes, false); }, {
         { "clean text", "a\x1B$B\x24\x22\x1B(B\r\n", "a\x1B$B\x24\x22\x1B(B\r\n" },
         { "line break in JIS X 0208 mode", "\x1B$B\x24\x22\r\n", "\x1B$B\x24\x22\x1B(B\r\n" },
         { "line break in katakana mode", "\x1B(I\x31\n", "\x1B(I\x31\x1B(B\n" },
@@ -147,8 +134,7 @@ TEST(YKFixISO2022JPBytes, BracketsRepairsWithEscapes)
         { "a bad pair swallows a line feed", "\x1B$B\x24\n", "\x1B$B\x1B(B?\x1B$B" },
         { "bad katakana byte", "\x1B(I\x31\x60", "\x1B(I\x31\x1B(B?\x1B(I" },
         { "ASCII mode keeps high bytes", "\x80\xFF", "\x80\xFF" },
-    };
-    expectRepairs(cases, [](const Bytes& bytes, int) { return fixISO2022JP(bytes); });
+    });
 }
 
 TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
@@ -159,100 +145,65 @@ TEST(YKFixISO2022JPBytes, TrailingEscapeRuleDropsAFinalEscapeOfLongResults)
     const Bytes repairedTo509 = "\x1BK" + Bytes(502, 'a') + end;
     const Bytes repairedTo506 = "\x1BK" + Bytes(499, 'a') + end;
     const Bytes katakanaAt507 = "\x1B(I" + Bytes(497, '!') + "\x60";
-    const struct {
-        const char* scenario;
-        Bytes input;
-        bool rule;
-        bool repaired;
-        Bytes output;
-        std::vector<RepairEdit> edits;
-    } cases[] = {
-        { "clean, 507 bytes, rule off", at507, false, false, at507, {} },
-        { "clean, 507 bytes, rule on", at507, true, true, Bytes(504, 'a'), { { 504, 3, "" } } },
-        { "clean, 506 bytes, rule on", at506, true, false, at506, {} },
-        { "escape not third from the end", at507 + "x", true, false, at507 + "x", {} },
-        { "repaired to 509 bytes, rule on", repairedTo509, true, true,
-            "\x1B(BK" + Bytes(502, 'a'), { { 0, 1, "\x1B(B" }, { 504, 3, "" } } },
-        { "repaired to 509 bytes, rule off", repairedTo509, false, true,
-            "\x1B(BK" + Bytes(502, 'a') + end, { { 0, 1, "\x1B(B" } } },
-        { "repaired to 506 bytes, rule on", repairedTo506, true, true,
-            "\x1B(BK" + Bytes(499, 'a') + end, { { 0, 1, "\x1B(B" } } },
-        { "the dropped escape ends a replacement", katakanaAt507, true, true,
-            "\x1B(I" + Bytes(497, '!') + "\x1B(B?", { { 500, 1, "\x1B(B?" } } },
-    };
-    for (const auto& c : cases) {
-        auto actual = fixISO2022JP(c.input, c.rule);
-        EXPECT_EQ(actual.repaired, c.repaired) << c.scenario;
-        EXPECT_EQ(hex(actual.bytes), hex(c.output)) << c.scenario;
-        EXPECT_EQ(actual.edits, c.edits) << c.scenario;
-    }
-}
-
-TEST(YKFixISO2022JPBytes, TrailingEscapeRuleIsSwitchedForTheProcess)
-{
-    const Bytes input = Bytes(504, 'a') + "\x1B(B";
-    bool before = yk::isISO2022JPTrailingEscapeRuleEnabled();
-    EXPECT_FALSE(before) << "the rule is off unless the build turns it on";
-    for (bool enabled : { true, false }) {
+    expectRepairs([](const Bytes& bytes, int rule) { return fixISO2022JPBytes(bytes, rule); }, {
+        { "clean, 507 bytes, rule off", at507, at507, 0 },
+        { "clean, 507 bytes, rule on", at507, Bytes(504, 'a'), 1 },
+        { "clean, 506 bytes, rule on", at506, at506, 1 },
+        { "escape not third from the end", at507 + "x", at507 + "x", 1 },
+        { "repaired to 509 bytes, rule on", repairedTo509, "\x1B(BK" + Bytes(502, 'a'), 1 },
+        { "repaired to 509 bytes, rule off", repairedTo509, "\x1B(BK" + Bytes(502, 'a') + end, 0 },
+        { "repaired to 506 bytes, rule on", repairedTo506, "\x1B(BK" + Bytes(499, 'a') + end, 1 },
+        { "the dropped escape ends a replacement", katakanaAt507,
+            "\x1B(I" + Bytes(497, '!') + "\x1B(B?", 1 },
+    });
+    // The C entry follows the process-wide switch, off unless the build turns it on.
+    ASSERT_FALSE(yk::isISO2022JPTrailingEscapeRuleEnabled());
+    for (bool enabled : { true, false }) { // ends switched off again
         yk::setISO2022JPTrailingEscapeRuleEnabled(enabled);
         uint32_t outLength = 0;
-        EXPECT_EQ(YKFixISO2022JPBytes(bytesOf(input), static_cast<uint32_t>(input.size()), nullptr,
-                      &outLength),
-            enabled);
-        if (enabled) {
-            EXPECT_EQ(outLength, 504u);
-        }
+        EXPECT_EQ(YKFixISO2022JPBytes(bytesOf(at507), 507, nullptr, &outLength), enabled);
+        EXPECT_EQ(outLength, enabled ? 504u : 0u);
     }
-    yk::setISO2022JPTrailingEscapeRuleEnabled(before);
-}
-
-using CFix = bool (*)(const unsigned char*, uint32_t, unsigned char**, uint32_t*);
-
-bool fixShiftJISVariant0(const unsigned char* b, uint32_t l, unsigned char** o, uint32_t* ol)
-{
-    return YKFixShiftJISBytes(b, l, o, ol, 0);
 }
 
 const struct {
     const char* name;
-    CFix fix;
+    bool (*fix)(const unsigned char*, uint32_t, unsigned char**, uint32_t*);
     Bytes clean;
     Bytes dirty;
+    Bytes repaired;
 } exportedRepairs[] = {
-    { "YKFixUTF8Bytes", YKFixUTF8Bytes, "a\xE3\x81\x82", "a\xE3\x81" },
-    { "YKFixShiftJISBytes", fixShiftJISVariant0, "a\x82\xA0", "a\x85\x40" },
-    { "YKFixEUCJPBytes", YKFixEUCJPBytes, "a\xA4\xA2", "a\xF6\xA1" },
-    { "YKFixISO2022JPBytes", YKFixISO2022JPBytes, "\x1B$B\x24\x22\x1B(B", "a\x1B$B\x24\r" },
+    { "YKFixUTF8Bytes", YKFixUTF8Bytes, "a\xE3\x81\x82", "a\xE3\x81", "a?" },
+    { "YKFixShiftJISBytes",
+        [](const unsigned char* b, uint32_t l, unsigned char** o, uint32_t* ol) {
+            return YKFixShiftJISBytes(b, l, o, ol, 0);
+        },
+        "a\x82\xA0", "a\x85\x40", "a?" },
+    { "YKFixEUCJPBytes", YKFixEUCJPBytes, "a\xA4\xA2", "a\xF6\xA1", "a?" },
+    { "YKFixISO2022JPBytes", YKFixISO2022JPBytes, "\x1B$B\x24\x22\x1B(B", "a\x1B$B\x24\n",
+        "a\x1B$B\x1B(B?\x1B$B" },
 };
 
-TEST(ByteSequenceRepair, CleanOrEmptyInputLeavesTheOutputsUntouched)
+// Clean, empty or cut-short input reports no repair and leaves the outputs alone; a repair
+// fills whichever outputs are given.
+TEST(ByteSequenceRepair, CEntriesFillOnlyTheOutputsGiven)
 {
     for (const auto& repair : exportedRepairs) {
-        for (uint32_t length : { static_cast<uint32_t>(repair.clean.size()), 0u }) {
-            auto* sentinel = reinterpret_cast<unsigned char*>(0x1234);
-            unsigned char* out = sentinel;
-            uint32_t outLength = 77;
-            EXPECT_FALSE(repair.fix(bytesOf(repair.clean), length, &out, &outLength)) << repair.name;
-            EXPECT_EQ(out, sentinel) << repair.name;
-            EXPECT_EQ(outLength, 77u) << repair.name;
-        }
-        // A dirty byte outside the given length is not looked at.
-        EXPECT_FALSE(repair.fix(bytesOf(repair.dirty), 1, nullptr, nullptr)) << repair.name;
-    }
-}
-
-TEST(ByteSequenceRepair, EitherOutputMayBeNull)
-{
-    for (const auto& repair : exportedRepairs) {
-        const auto* input = bytesOf(repair.dirty);
-        auto length = static_cast<uint32_t>(repair.dirty.size());
-        EXPECT_TRUE(repair.fix(input, length, nullptr, nullptr)) << repair.name;
-        uint32_t outLength = 0;
-        EXPECT_TRUE(repair.fix(input, length, nullptr, &outLength)) << repair.name;
-        EXPECT_GT(outLength, 0u) << repair.name;
-        unsigned char* out = nullptr;
-        EXPECT_TRUE(repair.fix(input, length, &out, nullptr)) << repair.name;
-        EXPECT_NE(out, nullptr) << repair.name;
+        SCOPED_TRACE(repair.name);
+        auto* sentinel = reinterpret_cast<unsigned char*>(0x1234);
+        unsigned char* out = sentinel;
+        uint32_t outLength = 77;
+        const auto dirtyLength = static_cast<uint32_t>(repair.dirty.size());
+        for (uint32_t length : { static_cast<uint32_t>(repair.clean.size()), 0u })
+            EXPECT_FALSE(repair.fix(bytesOf(repair.clean), length, &out, &outLength));
+        EXPECT_FALSE(repair.fix(bytesOf(repair.dirty), 1, &out, &outLength));
+        EXPECT_EQ(out, sentinel);
+        EXPECT_EQ(outLength, 77u);
+        EXPECT_TRUE(repair.fix(bytesOf(repair.dirty), dirtyLength, nullptr, nullptr));
+        EXPECT_TRUE(repair.fix(bytesOf(repair.dirty), dirtyLength, nullptr, &outLength));
+        EXPECT_EQ(outLength, repair.repaired.size());
+        EXPECT_TRUE(repair.fix(bytesOf(repair.dirty), dirtyLength, &out, nullptr));
+        EXPECT_EQ(Bytes(reinterpret_cast<char*>(out), repair.repaired.size()), repair.repaired);
         std::free(out);
     }
 }
@@ -262,8 +213,8 @@ bool operator==(const RepairResult& a, const RepairResult& b)
     return a.repaired == b.repaired && a.bytes == b.bytes && a.edits == b.edits;
 }
 
-// Every vector scanner gives the portable byte loop's repairs, edits included; the C entries
-// give the same bytes, and the edits rebuild them.
+// Every vector scanner gives the portable byte loop's repairs, edits included, and the edits
+// rebuild the repaired bytes.
 TEST(ByteSequenceRepair, FastScannersAgreeWithThePortableLoop)
 {
     using namespace yk::detail;
@@ -288,16 +239,8 @@ TEST(ByteSequenceRepair, FastScannersAgreeWithThePortableLoop)
                 ASSERT_TRUE(repair(*scanner) == expected) << what << " with " << scanner->name << " on " << hex(bytes);
         }
         for (bool rule : { false, true }) {
-            RepairResult result = fixISO2022JP(longer, rule);
+            RepairResult result = fixISO2022JPBytes(longer, rule);
             ASSERT_TRUE(applyEdits(longer, result.edits) == result.bytes) << "ISO-2022-JP rule " << rule << " on " << hex(longer);
-        }
-        unsigned char* out = nullptr;
-        uint32_t outLength = 0;
-        RepairResult viaCxx = yk::fixUTF8Bytes(bytes);
-        ASSERT_EQ(YKFixUTF8Bytes(bytesOf(bytes), static_cast<uint32_t>(bytes.size()), &out, &outLength), viaCxx.repaired);
-        if (viaCxx.repaired) {
-            ASSERT_TRUE(Bytes(reinterpret_cast<char*>(out), outLength) == viaCxx.bytes) << hex(bytes);
-            std::free(out);
         }
     }
 }
@@ -325,32 +268,27 @@ TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
         const auto& range = *(ranges.begin() + below(static_cast<unsigned>(ranges.size())));
         return static_cast<char>(range.first + below(range.second - range.first + 1));
     };
-    const std::pair<unsigned, unsigned> jisRows[] = { { 0x21, 0x28 }, { 0x30, 0x74 } };
     for (int n = 0; n < 3000; ++n) {
         Bytes utf8, sjis, euc, iso = "\x1B$B";
         for (int k = 0, tokens = 1 + below(30); k < tokens; ++k) {
             // UTF-8: anything but 0xED and the leads of the wider forms.
-            char byte = pick({ { 0x00, 0x7F }, { 0x80, 0xEC }, { 0xEE, 0xF4 }, { 0xFE, 0xFF } });
-            utf8 += byte;
+            utf8 += pick({ { 0x00, 0x7F }, { 0x80, 0xEC }, { 0xEE, 0xF4 }, { 0xFE, 0xFF } });
             // Shift_JIS: leads of rows 1-8 and 17-84, any trail but 0x7F.
-            if (below(4)) {
-                sjis += pick({ { 0x81, 0x84 }, { 0x89, 0x9F }, { 0xE0, 0xEA } });
-                sjis += below(6) ? pick({ { 0x40, 0x7E }, { 0x80, 0xFC } }) : pick({ { 0x00, 0x7E } });
-            } else {
+            if (below(4))
+                sjis += { pick({ { 0x81, 0x84 }, { 0x89, 0x9F }, { 0xE0, 0xEA } }),
+                    below(6) ? pick({ { 0x40, 0x7E }, { 0x80, 0xFC } }) : pick({ { 0x00, 0x7E } }) };
+            else
                 sjis += pick({ { 0x20, 0x7E }, { 0xA1, 0xDF } });
-            }
             // EUC-JP: ASCII, or rows 1-8 and 16-84, or single shift 2, each with a high trail
             // (a 7-bit trail is judged as if high, which ICU does not accept).
-            if (below(4)) {
-                euc += below(5) ? pick({ { 0xA1, 0xA8 }, { 0xB0, 0xF4 } }) : '\x8E';
-                euc += pick({ { 0x80, 0xFF } });
-            } else {
+            if (below(4))
+                euc += { below(5) ? pick({ { 0xA1, 0xA8 }, { 0xB0, 0xF4 } }) : '\x8E',
+                    pick({ { 0x80, 0xFF } }) };
+            else
                 euc += pick({ { 0x20, 0x7E } });
-            }
             // ISO-2022-JP: JIS X 0208 pairs, line breaks, unknown escapes.
-            const auto& rows = jisRows[below(2)];
-            iso += static_cast<char>(rows.first + below(rows.second - rows.first + 1));
-            iso += static_cast<char>(0x21 + below(0x5E));
+            iso += pick({ { 0x21, 0x28 }, { 0x30, 0x74 } });
+            iso += pick({ { 0x21, 0x7E } });
             if (!below(8))
                 iso += below(2) ? "\r\n" : "\x1B";
             if (!below(8))
@@ -359,7 +297,7 @@ TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
         EXPECT_TRUE(icuDecode("UTF-8", yk::fixUTF8Bytes(utf8).bytes)) << hex(utf8);
         EXPECT_TRUE(icuDecode("Shift_JIS", yk::fixShiftJISBytes(sjis, 0).bytes)) << hex(sjis);
         EXPECT_TRUE(icuDecode("EUC-JP", yk::fixEUCJPBytes(euc).bytes)) << hex(euc);
-        EXPECT_TRUE(icuDecode("ISO_2022,locale=ja,version=0", withoutEmptySegments(fixISO2022JP(iso).bytes))) << hex(iso);
+        EXPECT_TRUE(icuDecode("ISO_2022,locale=ja,version=0", withoutEmptySegments(fixISO2022JPBytes(iso, false).bytes))) << hex(iso);
     }
 }
 

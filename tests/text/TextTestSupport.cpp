@@ -3,22 +3,18 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
-#include <cstdio>
 #include <iterator>
+#include <memory>
 
 namespace texttest {
 
 std::string hex(const Bytes& bytes)
 {
+    static const char digits[] = "0123456789ABCDEF";
     std::string text;
-    char digits[4];
-    for (unsigned char byte : bytes) {
-        std::snprintf(digits, sizeof digits, "%02X", byte);
-        if (!text.empty())
-            text += ' ';
-        text += digits;
-    }
-    return text.empty() ? "(empty)" : text;
+    for (unsigned char byte : bytes)
+        text += { ' ', digits[byte >> 4], digits[byte & 15] };
+    return text.empty() ? "(empty)" : text.substr(1);
 }
 
 const std::vector<const yk::detail::ByteScanner*>& scanners()
@@ -34,8 +30,7 @@ Bytes InputGenerator::next()
     case 4:
         return longText();
     case 0: { // uniform random bytes
-        unsigned length = below(48);
-        for (unsigned i = 0; i < length; ++i)
+        for (unsigned length = below(48); length > 0; --length)
             bytes += static_cast<char>(below(256));
         return bytes;
     }
@@ -69,16 +64,15 @@ Bytes InputGenerator::longText()
         }
         if (encoding == 0) {
             char32_t c = below(4) ? 0x3000 + below(0x6000) : below(0x110000);
-            if (c < 0x80) {
+            if (c < 0x80)
                 add(c);
-            } else if (c < 0x800) {
+            else if (c < 0x800)
                 add(0xC0 | c >> 6), add(0x80 | (c & 0x3F));
-            } else if (c < 0x10000) {
+            else if (c < 0x10000)
                 add(0xE0 | c >> 12), add(0x80 | (c >> 6 & 0x3F)), add(0x80 | (c & 0x3F));
-            } else {
+            else
                 add(0xF0 | c >> 18), add(0x80 | (c >> 12 & 0x3F)), add(0x80 | (c >> 6 & 0x3F)),
                     add(0x80 | (c & 0x3F));
-            }
         } else if (encoding == 1) {
             if (!below(10))
                 add(0x8E), add(byteIn(0xA1, 0xDF));
@@ -128,8 +122,7 @@ void InputGenerator::appendToken(Bytes& bytes)
         add(below(6) ? byteIn(0xA1, 0xFE) : below(256));
         break;
     case 5:
-        add(byteIn(0x21, 0x7E));
-        add(below(8) ? byteIn(0x21, 0x7E) : below(128));
+        add(byteIn(0x21, 0x7E)), add(below(8) ? byteIn(0x21, 0x7E) : below(128));
         break;
     case 6: // half-width katakana or the Mac single bytes
         add(below(2) ? byteIn(0xA1, 0xDF) : (below(2) ? 0x80 : byteIn(0xFD, 0xFF)));
@@ -145,40 +138,31 @@ void InputGenerator::appendToken(Bytes& bytes)
 
 namespace {
 
-struct Converter {
-    explicit Converter(const char* name)
-    {
-        UErrorCode status = U_ZERO_ERROR;
-        handle = ucnv_open(name, &status);
-        if (U_FAILURE(status))
-            handle = nullptr;
-        if (!handle)
-            return;
-        ucnv_setToUCallBack(handle, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-        ucnv_setFromUCallBack(handle, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-            &status);
-    }
-    ~Converter()
-    {
-        if (handle)
-            ucnv_close(handle);
-    }
-    UConverter* handle;
-};
+using Converter = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
+
+// Null when ICU has no such converter.
+Converter strictConverter(const char* name)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    Converter converter(ucnv_open(name, &status), ucnv_close);
+    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+        &status);
+    ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+        &status);
+    return U_SUCCESS(status) ? std::move(converter) : Converter(nullptr, ucnv_close);
+}
 
 } // namespace
 
 bool icuDecode(const char* name, const Bytes& bytes, std::u16string* text)
 {
-    Converter converter(name);
-    if (!converter.handle)
-        return false;
+    Converter converter = strictConverter(name);
     std::u16string buffer(bytes.size() * 2 + 16, u'\0');
     UErrorCode status = U_ZERO_ERROR;
-    int32_t length = ucnv_toUChars(converter.handle, buffer.data(),
+    int32_t length = converter ? ucnv_toUChars(converter.get(), buffer.data(),
         static_cast<int32_t>(buffer.size()), bytes.data(), static_cast<int32_t>(bytes.size()),
-        &status);
-    if (U_FAILURE(status))
+        &status) : 0;
+    if (!converter || U_FAILURE(status))
         return false;
     if (text)
         *text = buffer.substr(0, static_cast<size_t>(length));
@@ -187,15 +171,13 @@ bool icuDecode(const char* name, const Bytes& bytes, std::u16string* text)
 
 bool icuEncode(const char* name, const std::u16string& text, Bytes& bytes)
 {
-    Converter converter(name);
-    if (!converter.handle)
-        return false;
+    Converter converter = strictConverter(name);
     bytes.assign(text.size() * 8 + 16, '\0');
     UErrorCode status = U_ZERO_ERROR;
-    int32_t length = ucnv_fromUChars(converter.handle, bytes.data(),
+    int32_t length = converter ? ucnv_fromUChars(converter.get(), bytes.data(),
         static_cast<int32_t>(bytes.size()), text.data(), static_cast<int32_t>(text.size()),
-        &status);
-    if (U_FAILURE(status))
+        &status) : 0;
+    if (!converter || U_FAILURE(status))
         return false;
     bytes.resize(static_cast<size_t>(length));
     return true;
