@@ -108,7 +108,7 @@ bool RepairOutput::finish(unsigned char** outBytes, uint32_t* outLength)
 bool RepairOutput::finish(std::string& bytes)
 {
     if (!_hasRepairs) {
-        bytes.assign(reinterpret_cast<const char*>(_input), _inputLength);
+        bytes.clear();
         return false;
     }
     copyRun(_inputLength);

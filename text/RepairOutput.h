@@ -40,7 +40,7 @@ public:
     // Copies the final clean run and hands the copy over. Returns whether there was a repair;
     // when not, nothing was allocated and no output is written.
     [[nodiscard]] bool finish(unsigned char** outBytes, uint32_t* outLength);
-    // The same into `bytes`, which receives the input itself when nothing was repaired.
+    // The same into `bytes`, which is left empty when nothing was repaired.
     [[nodiscard]] bool finish(std::string& bytes);
 
 private:

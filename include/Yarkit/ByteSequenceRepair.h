@@ -64,12 +64,15 @@ struct RepairEdit {
     friend bool operator==(const RepairEdit&, const RepairEdit&) = default;
 };
 
-// The result of a repair: `bytes` is the repaired text (the input itself when `repaired` is
-// false), and applying `edits` to the input gives exactly `bytes`.
+// The result of a repair: `bytes` is the repaired text, and applying `edits` to the input gives
+// exactly it. When `repaired` is false `bytes` is empty rather than a copy of the input (which
+// may be a whole mapped file): text() gives the input then.
 struct RepairResult {
     std::string bytes;
     std::vector<RepairEdit> edits;
     bool repaired;
+
+    std::string_view text(std::string_view input) const { return repaired ? std::string_view(bytes) : input; }
 };
 
 // The repairs above for C++ callers that want to know where they repaired; each answers as its
