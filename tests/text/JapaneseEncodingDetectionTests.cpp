@@ -199,29 +199,6 @@ TEST(JapaneseEncodingValidators, FastScannersAgreeWithThePortableLoop)
         expectScannersAgree(generator.next());
 }
 
-// On well-formed text the AVX2 prefix scans get within one vector block of the end, so the
-// exact loops do little of the work (a scan that stops early is still correct, only slow).
-TEST(ByteScanner, PrefixScansReachTheEndOfWellFormedText)
-{
-    const auto* fastest = scanners().back();
-    if (std::string(fastest->name) != "avx2")
-        GTEST_SKIP() << "only the AVX2 scanner validates double-byte text";
-    const struct {
-        Bytes unit;
-        size_t (*ByteScanner::*scan)(const uint8_t*, size_t);
-    } cases[] = {
-        { "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x81\xAE mail \xF0\x9F\x93\xA7\xC3\xA9", &ByteScanner::utf8Prefix },
-        { "\xC6\xFC\xCB\xDC\xB8\xEC\xA4\xCE mail \x8E\xB1", &ByteScanner::eucJPPrefix },
-        { "\x93\xFA\x96\x7B\x8C\xEA\x82\xCC mail \xB1\x88\x9F\x98\x9F\xEA\xA4\x84\xBE", &ByteScanner::shiftJISPrefix },
-    };
-    for (const auto& c : cases) {
-        Bytes text;
-        while (text.size() < 4096)
-            text += c.unit;
-        EXPECT_GE((fastest->*c.scan)(bytesOf(text), text.size()) + 64, text.size()) << hex(c.unit);
-    }
-}
-
 // ICU's UTF-8 decoder is the strict modern definition; the validator agrees with it on every
 // input that has none of the forms it accepts deliberately (surrogates, leads 0xF5-0xFD).
 TEST(JapaneseEncodingValidators, UTF8AgreesWithICUOutsideTheWiderForms)
