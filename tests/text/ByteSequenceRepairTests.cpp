@@ -294,10 +294,10 @@ TEST(ByteSequenceRepair, RepairedTextDecodesWithICU)
             if (!below(8))
                 iso += "\x1B$B";
         }
-        EXPECT_TRUE(icuDecode("UTF-8", yk::fixUTF8Bytes(utf8).bytes)) << hex(utf8);
-        EXPECT_TRUE(icuDecode("Shift_JIS", yk::fixShiftJISBytes(sjis, 0).bytes)) << hex(sjis);
-        EXPECT_TRUE(icuDecode("EUC-JP", yk::fixEUCJPBytes(euc).bytes)) << hex(euc);
-        EXPECT_TRUE(icuDecode("ISO_2022,locale=ja,version=0", withoutEmptySegments(fixISO2022JPBytes(iso, false).bytes))) << hex(iso);
+        EXPECT_TRUE(icuDecode("UTF-8", Bytes(yk::fixUTF8Bytes(utf8).text(utf8)))) << hex(utf8);
+        EXPECT_TRUE(icuDecode("Shift_JIS", Bytes(yk::fixShiftJISBytes(sjis, 0).text(sjis)))) << hex(sjis);
+        EXPECT_TRUE(icuDecode("EUC-JP", Bytes(yk::fixEUCJPBytes(euc).text(euc)))) << hex(euc);
+        EXPECT_TRUE(icuDecode("ISO_2022,locale=ja,version=0", withoutEmptySegments(Bytes(fixISO2022JPBytes(iso, false).text(iso))))) << hex(iso);
     }
 }
 
