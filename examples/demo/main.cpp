@@ -5,6 +5,8 @@
 //
 //     demo [EXAMPLES-FOLDER] [-DefaultBase64LineLength N]
 
+#include "DemoParts.h"
+
 #include <Yarkit/Yarkit.h>
 
 #include <algorithm>

@@ -1,0 +1,10 @@
+#pragma once
+
+// The demo's parts beyond the mailbox fetch in main.cpp: one function per subsystem, each in a
+// file of its own beside this one, each printing what it shows and returning false on failure.
+
+#include <filesystem>
+
+namespace demo {
+
+} // namespace demo
