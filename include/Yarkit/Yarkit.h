@@ -6,6 +6,7 @@
 #include <Yarkit/ByteClasses.h>
 #include <Yarkit/ByteSearch.h>
 #include <Yarkit/ByteSequenceRepair.h>
+#include <Yarkit/CharacterSetAdditions.h>
 #include <Yarkit/ClassCompatibility.h>
 #include <Yarkit/DictionaryAdditions.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
@@ -42,6 +43,7 @@
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/MutableArray.h>
+#include <Yarkit/core/values/MutableCharacterSet.h>
 #include <Yarkit/core/values/MutableData.h>
 #include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/values/MutableSet.h>
