@@ -34,6 +34,7 @@
 #include <Yarkit/core/runtime/Slot.h>
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/CharacterSet.h>
 #include <Yarkit/core/values/ComparisonResult.h>
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Date.h>
