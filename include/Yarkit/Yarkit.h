@@ -15,6 +15,7 @@
 #include <Yarkit/MutableDictionaryAdditions.h>
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
+#include <Yarkit/StringIDN.h>
 #include <Yarkit/StringUTF7.h>
 #include <Yarkit/UserDefaultsAdditions.h>
 #include <Yarkit/YIRefObject.h>
