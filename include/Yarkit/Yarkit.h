@@ -16,6 +16,7 @@
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
 #include <Yarkit/StringIDN.h>
+#include <Yarkit/StringRegex.h>
 #include <Yarkit/StringUTF7.h>
 #include <Yarkit/UserDefaultsAdditions.h>
 #include <Yarkit/YIRefObject.h>
