@@ -9,3 +9,13 @@ foreach(target
     yk_add_fuzzer(${target} text/${target}.cpp)
     target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/text)
 endforeach()
+
+# UTF-7, IDN and regular expressions; each checks the library against itself or ICU.
+foreach(target
+        utf7_decode_fuzzer
+        utf7_roundtrip_fuzzer
+        idn_fuzzer
+        regex_fuzzer)
+    yk_add_fuzzer(${target} text/${target}.cpp)
+    target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/text)
+endforeach()
