@@ -4,6 +4,7 @@
 #include <Yarkit/core/values/MutableCharacterSet.h>
 #include <Yarkit/core/values/String.h>
 
+#include <algorithm>
 #include <unicode/uchar.h>
 #include <unicode/uniset.h>
 #include <unicode/unistr.h>
@@ -46,19 +47,42 @@ CharacterSet::CharacterSet(std::unique_ptr<icu::UnicodeSet> set)
     : _set(std::move(set))
 {
     _set->freeze();
-    updateLatin1();
+    updateBMPTable();
 }
 
 CharacterSet::~CharacterSet() = default;
 
-void CharacterSet::updateLatin1()
+void CharacterSet::updateBMPTable()
 {
-    for (auto& word : _latin1)
-        word = 0;
-    for (UChar32 c = 0; c < 0x100; ++c) {
-        if (_set->contains(c))
-            _latin1[c >> 6] |= uint64_t(1) << (c & 63);
+    std::array<uint64_t, 0x10000 / 64> bits {};
+    for (int32_t i = 0; i < _set->getRangeCount(); ++i) {
+        const UChar32 first = _set->getRangeStart(i);
+        if (first > 0xFFFF)
+            break;
+        const UChar32 last = std::min<UChar32>(_set->getRangeEnd(i), 0xFFFF);
+        for (UChar32 c = first; c <= last;) {
+            if (!(c & 63) && c + 63 <= last) {
+                bits[c >> 6] = ~uint64_t(0);
+                c += 64;
+            } else {
+                bits[c >> 6] |= uint64_t(1) << (c & 63);
+                ++c;
+            }
+        }
     }
+    _bmpBlocks.clear();
+    for (size_t block = 0; block < _bmpBlockIndex.size(); ++block) {
+        const std::array<uint64_t, 4> blockBits { bits[4 * block], bits[4 * block + 1], bits[4 * block + 2], bits[4 * block + 3] };
+        auto found = std::find(_bmpBlocks.begin(), _bmpBlocks.end(), blockBits);
+        if (found == _bmpBlocks.end())
+            found = _bmpBlocks.insert(found, blockBits);
+        _bmpBlockIndex[block] = static_cast<uint8_t>(found - _bmpBlocks.begin());
+    }
+}
+
+bool CharacterSet::isSupplementaryMember(char32_t character) const
+{
+    return _set->contains(static_cast<UChar32>(character));
 }
 
 bool CharacterSet::codePointsOfRange(Range range, int32_t& first, int32_t& last)
@@ -116,18 +140,6 @@ CharacterSet* CharacterSet::punctuationCharacterSet()
 {
     static CharacterSet* const set = keep(setOfCategories(U_GC_P_MASK, {}));
     return set;
-}
-
-bool CharacterSet::characterIsMember(char16_t character) const
-{
-    return longCharacterIsMember(character);
-}
-
-bool CharacterSet::longCharacterIsMember(char32_t character) const
-{
-    if (character < 0x100)
-        return (_latin1[character >> 6] >> (character & 63)) & 1;
-    return _set->contains(static_cast<UChar32>(character));
 }
 
 Ref<CharacterSet> CharacterSet::invertedSet() const

@@ -20,7 +20,7 @@ MutableCharacterSet::MutableCharacterSet()
 MutableCharacterSet::MutableCharacterSet(std::unique_ptr<icu::UnicodeSet> set)
 {
     _set = std::move(set);
-    updateLatin1();
+    updateBMPTable();
 }
 
 void MutableCharacterSet::addCharactersInRange(Range range)
@@ -29,7 +29,7 @@ void MutableCharacterSet::addCharactersInRange(Range range)
     if (!codePointsOfRange(range, first, last))
         return;
     _set->add(first, last);
-    updateLatin1();
+    updateBMPTable();
 }
 
 void MutableCharacterSet::removeCharactersInRange(Range range)
@@ -38,7 +38,7 @@ void MutableCharacterSet::removeCharactersInRange(Range range)
     if (!codePointsOfRange(range, first, last))
         return;
     _set->remove(first, last);
-    updateLatin1();
+    updateBMPTable();
 }
 
 void MutableCharacterSet::addCharactersInString(const String* string)
@@ -46,7 +46,7 @@ void MutableCharacterSet::addCharactersInString(const String* string)
     if (!string)
         detail::raiseNilArgument(this, "addCharactersInString:");
     addCodePointsOfString(*_set, *string);
-    updateLatin1();
+    updateBMPTable();
 }
 
 void MutableCharacterSet::formUnionWithCharacterSet(const CharacterSet* other)
@@ -54,7 +54,7 @@ void MutableCharacterSet::formUnionWithCharacterSet(const CharacterSet* other)
     if (!other)
         detail::raiseNilArgument(this, "formUnionWithCharacterSet:");
     _set->addAll(other->unicodeSet());
-    updateLatin1();
+    updateBMPTable();
 }
 
 void MutableCharacterSet::formIntersectionWithCharacterSet(const CharacterSet* other)
@@ -62,13 +62,13 @@ void MutableCharacterSet::formIntersectionWithCharacterSet(const CharacterSet* o
     if (!other)
         detail::raiseNilArgument(this, "formIntersectionWithCharacterSet:");
     _set->retainAll(other->unicodeSet());
-    updateLatin1();
+    updateBMPTable();
 }
 
 void MutableCharacterSet::invert()
 {
     _set->complement();
-    updateLatin1();
+    updateBMPTable();
 }
 
 } // namespace yk

@@ -3,8 +3,10 @@
 #include <Yarkit/core/runtime/Object.h>
 #include <Yarkit/core/runtime/Range.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <vector>
 #include <unicode/uversion.h>
 
 U_NAMESPACE_BEGIN
@@ -47,9 +49,12 @@ public:
     static CharacterSet* punctuationCharacterSet();
 
     // -characterIsMember: for one UTF-16 unit (a surrogate unit is the code point of its value).
-    bool characterIsMember(char16_t character) const;
+    bool characterIsMember(char16_t character) const { return isBMPMember(character); }
     // -longCharacterIsMember: for a code point.
-    bool longCharacterIsMember(char32_t character) const;
+    bool longCharacterIsMember(char32_t character) const
+    {
+        return character < 0x10000 ? isBMPMember(character) : isSupplementaryMember(character);
+    }
 
     // Every code point from U+0000 to U+10FFFF that is not in this set.
     [[nodiscard]] Ref<CharacterSet> invertedSet() const;
@@ -68,11 +73,16 @@ public:
 
 protected:
     std::unique_ptr<icu::UnicodeSet> _set;
-    // Membership of U+0000 to U+00FF, so the common cases skip ICU's search. Kept in step with
-    // _set by every change.
-    uint64_t _latin1[4] {};
+    // Membership of U+0000 to U+FFFF as a two-level bit table, so that a test of the BMP is two
+    // loads without a call: 256 blocks of 256 code points, blocks with the same bits stored
+    // once (at most 256 distinct ones). The code points above U+FFFF are asked of ICU.
+    std::array<uint8_t, 256> _bmpBlockIndex {};
+    std::vector<std::array<uint64_t, 4>> _bmpBlocks;
 
-    void updateLatin1();
+    // Rebuilds the table from _set; every change of _set calls it.
+    void updateBMPTable();
+    bool isBMPMember(uint32_t c) const { return (_bmpBlocks[_bmpBlockIndex[c >> 8]][(c >> 6) & 3] >> (c & 63)) & 1; }
+    bool isSupplementaryMember(char32_t character) const;
     // The code points of a range cut at U+10FFFF; false when none remain.
     static bool codePointsOfRange(Range range, int32_t& first, int32_t& last);
     // The code points of a string, a surrogate pair as one.
