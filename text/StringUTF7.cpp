@@ -3,38 +3,50 @@
 #include <Yarkit/Base64.h>
 #include <Yarkit/core/values/Exception.h>
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
+#include <string_view>
 
 namespace yk {
 namespace {
 
-// The most bytes one unit can cost: a lone shifted unit between two direct ones, "+AAA-".
-constexpr uint64_t maximumBytesPerUnit = 5;
+// Bytes reserved per unit before encoding: enough for kanji and kana in shifted runs (8 bytes
+// per 3 units) with their shifts; rarer text makes the data grow once.
+constexpr uint64_t reservedBytesPerUnit = 3;
 
 // Units per base64 call: 3072 bytes, a multiple of 3, so the pieces of a run join without
-// padding in between.
+// padding in between; they encode to 4096 characters.
 constexpr uint32_t unitsPerChunk = 1536;
+constexpr size_t charactersPerChunk = unitsPerChunk * 2 / 3 * 4;
+
+// Letters, digits, "+" and "/".
+constexpr std::array<bool, 256> base64Characters = [] {
+    std::array<bool, 256> table {};
+    for (int c = 0; c < 256; ++c)
+        table[c] = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
+    return table;
+}();
+
+// Letters, digits, the set D of UTF-7 (' ( ) , - . / : ?), space, tab, CR and LF.
+constexpr std::array<bool, 128> directUTF7Characters = [] {
+    std::array<bool, 128> table {};
+    for (int c = 0; c < 128; ++c)
+        table[c] = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+    for (char c : std::string_view("'(),-./:? \t\r\n"))
+        table[static_cast<uint8_t>(c)] = true;
+    return table;
+}();
 
 constexpr bool isBase64Character(uint32_t c)
 {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
+    return c < 256 && base64Characters[c];
 }
 
-// Letters, digits, the set D of UTF-7 (' ( ) , - . / : ?), space, tab, CR and LF.
 constexpr bool isDirectUTF7(char16_t c)
 {
-    if (c >= 0x80)
-        return false;
-    if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'))
-        return true;
-    switch (c) {
-    case '\'': case '(': case ')': case ',': case '-': case '.': case '/': case ':': case '?':
-    case ' ': case '\t': case '\r': case '\n':
-        return true;
-    default:
-        return false;
-    }
+    return c < 128 && directUTF7Characters[c];
 }
 
 constexpr bool isPrintableASCII(char16_t c)
@@ -49,9 +61,41 @@ constexpr char16_t fromBigEndian(char16_t unit)
     return unit;
 }
 
-// Writes the base64 text of `count` units, big-endian, unpadded, with "," for "/" when asked;
-// returns the characters written. Raises when the codec's count is not ceil(16n / 6).
-uint32_t encodeRun(const char16_t* units, uint32_t count, char* out, bool commaForSlash)
+// Collects the encoders' output in a buffer on the stack and appends it to the data in large
+// pieces, so the data is never zero-filled and its bytes are written once.
+class Output {
+public:
+    explicit Output(MutableData& data)
+        : _data(data)
+    {
+    }
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    // Room for `count` bytes (at most the buffer's size), to be committed after writing.
+    char* reserve(size_t count)
+    {
+        if (_used + count > sizeof _buffer)
+            flush();
+        return _buffer + _used;
+    }
+    void commit(size_t count) { _used += count; }
+    void put(char c) { *reserve(1) = c, ++_used; }
+    void flush()
+    {
+        _data.appendBytes(_buffer, static_cast<uint32_t>(_used));
+        _used = 0;
+    }
+
+private:
+    MutableData& _data;
+    size_t _used { 0 };
+    char _buffer[16384];
+};
+
+// Writes the base64 text of `count` units, big-endian, unpadded, with "," for "/" when asked.
+// Raises when the codec's count is not ceil(16n / 6).
+void encodeRun(const char16_t* units, uint32_t count, Output& output, bool commaForSlash)
 {
     const uint64_t expected = (uint64_t(count) * 16 + 5) / 6;
     uint8_t bigEndian[unitsPerChunk * 2];
@@ -62,79 +106,92 @@ uint32_t encodeRun(const char16_t* units, uint32_t count, char* out, bool commaF
             bigEndian[2 * i] = static_cast<uint8_t>(units[done + i] >> 8);
             bigEndian[2 * i + 1] = static_cast<uint8_t>(units[done + i]);
         }
-        char* chunkOut = out + written;
-        const int32_t chunkWritten = yk_encode_base64_no_pad(chunkOut, bigEndian, chunk * 2, -1);
-        if (commaForSlash) {
-            for (int32_t i = 0; i < chunkWritten; ++i)
-                chunkOut[i] = chunkOut[i] == '/' ? ',' : chunkOut[i];
-        }
-        written += static_cast<uint64_t>(std::max(chunkWritten, 0));
+        char* out = output.reserve(charactersPerChunk);
+        const int32_t chunkWritten = std::max(yk_encode_base64_no_pad(out, bigEndian, chunk * 2, -1), 0);
+        if (commaForSlash)
+            std::replace(out, out + chunkWritten, '/', ',');
+        output.commit(static_cast<size_t>(chunkWritten));
+        written += static_cast<uint64_t>(chunkWritten);
         done += chunk;
     }
     if (written != expected) {
         raise(NSInternalInconsistencyException, "*** BASE64-encoded length: %u (%u expected)",
             static_cast<unsigned>(written), static_cast<unsigned>(expected));
     }
-    return static_cast<uint32_t>(written);
 }
 
-// Encodes the units of string with `encodeUnits(units, count, out)`, which returns the bytes it
-// wrote, into a data with room for the worst case.
+// Copies units as bytes from `i` while `isLiteral` holds, and returns where it stopped.
+template <typename IsLiteral>
+uint32_t copyLiteralRun(const char16_t* units, uint32_t i, uint32_t count, Output& output, IsLiteral isLiteral)
+{
+    constexpr size_t piece = 1024;
+    while (i < count && isLiteral(units[i])) {
+        char* out = output.reserve(piece);
+        size_t written = 0;
+        for (; written < piece && i < count && isLiteral(units[i]); ++i)
+            out[written++] = static_cast<char>(units[i]);
+        output.commit(written);
+    }
+    return i;
+}
+
+// Encodes the units of string with `encodeUnits(units, count, output)`.
 template <typename Encoder>
 Ref<MutableData> encodeWith(const String* string, Encoder encodeUnits)
 {
     if (!string)
         return nullptr;
-    auto data = make<MutableData>();
     const uint32_t count = string->length();
+    auto data = MutableData::dataWithCapacity(static_cast<uint32_t>(std::min<uint64_t>(count * reservedBytesPerUnit, UINT32_MAX)));
     if (!count)
         return data;
-    data->setLength(static_cast<uint32_t>(count * maximumBytesPerUnit));
-    char* out = reinterpret_cast<char*>(data->mutableBytes());
-    data->setLength(encodeUnits(string->units().data(), count, out));
+    Output output(*data);
+    encodeUnits(string->units().data(), count, output);
+    output.flush();
     return data;
 }
 
-uint32_t encodeUTF7Units(const char16_t* units, uint32_t count, char* out)
+void encodeUTF7Units(const char16_t* units, uint32_t count, Output& output)
 {
-    char* const begin = out;
     for (uint32_t i = 0; i < count;) {
         if (isDirectUTF7(units[i])) {
-            if (out != begin && (isBase64Character(units[i]) || units[i] == '-'))
-                *out++ = '-';
-            for (; i < count && isDirectUTF7(units[i]); ++i)
-                *out++ = static_cast<char>(units[i]);
+            if (i && (isBase64Character(units[i]) || units[i] == '-'))
+                output.put('-');
+            i = copyLiteralRun(units, i, count, output, isDirectUTF7);
             continue;
         }
         uint32_t end = i + 1;
         while (end < count && !isDirectUTF7(units[end]))
             ++end;
-        *out++ = '+';
-        out += encodeRun(units + i, end - i, out, false);
+        output.put('+');
+        encodeRun(units + i, end - i, output, false);
         i = end;
     }
-    return static_cast<uint32_t>(out - begin);
 }
 
-uint32_t encodeModifiedUTF7Units(const char16_t* units, uint32_t count, char* out)
+void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& output)
 {
-    char* const begin = out;
     for (uint32_t i = 0; i < count;) {
+        if (units[i] == '&') {
+            char* out = output.reserve(2);
+            out[0] = '&';
+            out[1] = '-';
+            output.commit(2);
+            ++i;
+            continue;
+        }
         if (isPrintableASCII(units[i])) {
-            *out++ = static_cast<char>(units[i]);
-            if (units[i++] == '&')
-                *out++ = '-';
+            i = copyLiteralRun(units, i, count, output, [](char16_t c) { return isPrintableASCII(c) && c != '&'; });
             continue;
         }
         uint32_t end = i + 1;
         while (end < count && !isPrintableASCII(units[end]))
             ++end;
-        *out++ = '&';
-        out += encodeRun(units + i, end - i, out, true);
-        *out++ = '-';
+        output.put('&');
+        encodeRun(units + i, end - i, output, true);
+        output.put('-');
         i = end;
     }
-    return static_cast<uint32_t>(out - begin);
 }
 
 // Decodes `length` base64 characters into units at `out`; the number of units, or 0 when the
@@ -149,6 +206,17 @@ uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out)
     for (uint32_t i = 0; i < count; ++i)
         out[i] = fromBigEndian(out[i]);
     return count;
+}
+
+// Widens the bytes before the next `shift` (or the end) to units at out[*written]; returns
+// where it stopped.
+uint32_t copyUnshifted(const char* in, uint32_t i, uint32_t length, char shift, char16_t* out, uint32_t& written)
+{
+    const void* found = std::memchr(in + i, shift, length - i);
+    const uint32_t end = found ? static_cast<uint32_t>(static_cast<const char*>(found) - in) : length;
+    for (uint32_t j = i; j < end; ++j)
+        out[written++] = static_cast<uint8_t>(in[j]);
+    return end;
 }
 
 // Room for one unit per byte: no byte decodes to more than one unit, and a shifted run's bytes
@@ -206,12 +274,9 @@ Ref<String> stringWithUTF7Bytes(const void* bytes, uint32_t length)
     std::u16string units = unitBufferFor(length);
     uint32_t out = 0;
     for (uint32_t i = 0; i < length;) {
-        const uint8_t byte = static_cast<uint8_t>(in[i]);
-        if (byte != '+') {
-            units[out++] = byte;
-            ++i;
-            continue;
-        }
+        i = copyUnshifted(in, i, length, '+', units.data(), out);
+        if (i == length)
+            break;
         const uint8_t next = i + 1 < length ? static_cast<uint8_t>(in[i + 1]) : 0;
         if (next == '-') {
             units[out++] = '+';
@@ -249,10 +314,9 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
     const char* dash = nullptr;
     uint32_t out = 0;
     for (uint32_t i = 0; i < length;) {
-        if (in[i] != '&') {
-            units[out++] = static_cast<uint8_t>(in[i++]);
-            continue;
-        }
+        i = copyUnshifted(in, i, length, '&', units.data(), out);
+        if (i == length)
+            break;
         if (i + 1 < length && in[i + 1] == '-') {
             units[out++] = '&';
             i += 2;
