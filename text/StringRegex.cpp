@@ -102,24 +102,41 @@ Region newRegion()
     return region;
 }
 
-// One search of a compiled pattern over string, between unit indices start and limit
-// (limit < start searches backwards). False on a mismatch; raises on any other failure.
-bool search(regex_t* regex, const String* string, uint32_t start, uint32_t limit, OnigRegion* region, Range& match)
-{
-    const OnigUChar* text = bytesOf(string);
-    onig_region_clear(region);
-    const int result = onig_search(regex, text, text + 2 * size_t(string->length()), text + 2 * size_t(start),
-        text + 2 * size_t(limit), region, ONIG_OPTION_NONE);
-    if (result == ONIG_MISMATCH)
-        return false;
-    if (result < 0)
-        raiseEngineError(result, nullptr);
-    match = { static_cast<uint32_t>(region->beg[0] / 2), static_cast<uint32_t>((region->end[0] - region->beg[0]) / 2) };
-    return true;
-}
+// The compiled pattern and the region of one call, freed when it ends, however it ends.
+class PatternSearch {
+public:
+    PatternSearch(const String* string, const String* pattern, StringCompareOptions options)
+        : _string(string)
+        , _regex(compile(pattern, options))
+        , _region(newRegion())
+    {
+    }
 
-// The checks both functions make before compiling; false when there is nothing to search for.
-bool shouldSearch(const String* string, const String* pattern, Range range, const char* selector)
+    // One search between unit indices start and limit (limit < start searches backwards),
+    // reusing the region. False on a mismatch; raises on any other failure.
+    bool find(uint32_t start, uint32_t limit, Range& match)
+    {
+        const OnigUChar* text = bytesOf(_string);
+        onig_region_clear(_region.get());
+        const int result = onig_search(_regex.get(), text, text + 2 * size_t(_string->length()), text + 2 * size_t(start),
+            text + 2 * size_t(limit), _region.get(), ONIG_OPTION_NONE);
+        if (result == ONIG_MISMATCH)
+            return false;
+        if (result < 0)
+            raiseEngineError(result, nullptr);
+        match = { static_cast<uint32_t>(_region->beg[0] / 2), static_cast<uint32_t>((_region->end[0] - _region->beg[0]) / 2) };
+        return true;
+    }
+
+private:
+    const String* _string;
+    CompiledPattern _regex;
+    Region _region;
+};
+
+// The checks both functions make before compiling; false when there is nothing to search for:
+// no receiver, an empty pattern, or an empty range searched backwards (it has no last unit).
+bool shouldSearch(const String* string, const String* pattern, StringCompareOptions options, Range range, const char* selector)
 {
     if (!string)
         return false;
@@ -127,7 +144,7 @@ bool shouldSearch(const String* string, const String* pattern, Range range, cons
         detail::raiseNilArgument(string, selector);
     if (range.location > string->length() || range.length > string->length() - range.location)
         detail::raiseOutOfBounds(string, selector);
-    return pattern->length() != 0;
+    return pattern->length() && (range.length || !(options & BackwardsSearch));
 }
 
 void postLoad(Class*)
@@ -150,41 +167,32 @@ void initializeRegexEngine()
 
 Range rangeOfPatternString(const String* string, const String* pattern, StringCompareOptions options, Range range)
 {
-    const Range notFound { NotFound, 0 };
-    if (!shouldSearch(string, pattern, range, rangeOfPatternSelector))
-        return notFound;
-    const bool backwards = options & BackwardsSearch;
-    if (backwards && !range.length)
-        return notFound;
-    CompiledPattern regex = compile(pattern, options);
-    Region region = newRegion();
-    Range match;
-    const bool found = backwards ? search(regex.get(), string, range.end() - 1, range.location, region.get(), match)
-                                 : search(regex.get(), string, range.location, range.end(), region.get(), match);
-    return found ? match : notFound;
+    Range match { NotFound, 0 };
+    if (!shouldSearch(string, pattern, options, range, rangeOfPatternSelector))
+        return match;
+    PatternSearch search(string, pattern, options);
+    const bool found = options & BackwardsSearch ? search.find(range.end() - 1, range.location, match)
+                                                 : search.find(range.location, range.end(), match);
+    return found ? match : Range { NotFound, 0 };
 }
 
 Ref<Array> rangeValuesOfPatternString(const String* string, const String* pattern, StringCompareOptions options, Range range)
 {
     auto matches = make<MutableArray>();
-    if (!shouldSearch(string, pattern, range, rangeValuesOfPatternSelector))
+    if (!shouldSearch(string, pattern, options, range, rangeValuesOfPatternSelector))
         return matches;
-    const bool backwards = options & BackwardsSearch;
-    if (backwards && !range.length)
-        return matches;
-    CompiledPattern regex = compile(pattern, options);
-    Region region = newRegion();
+    PatternSearch search(string, pattern, options);
     Range match;
-    if (backwards) {
+    if (options & BackwardsSearch) {
         for (int64_t start = int64_t(range.end()) - 1; start >= range.location; start = int64_t(match.location) - 1) {
-            if (!search(regex.get(), string, static_cast<uint32_t>(start), range.location, region.get(), match))
+            if (!search.find(static_cast<uint32_t>(start), range.location, match))
                 break;
             matches->addObject(Value::valueWithRange(match));
         }
         return matches;
     }
     for (uint64_t start = range.location; start <= range.end(); start = uint64_t(match.end()) + (match.length ? 0 : 1)) {
-        if (!search(regex.get(), string, static_cast<uint32_t>(start), range.end(), region.get(), match))
+        if (!search.find(static_cast<uint32_t>(start), range.end(), match))
             break;
         matches->addObject(Value::valueWithRange(match));
     }

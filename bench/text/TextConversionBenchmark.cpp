@@ -139,11 +139,15 @@ BENCHMARK(UTF7DecodeICU)->Apply(utf7Arguments);
 
 const char* const hostNames[] = { "www.example.com", "日本語.jp", "faß.de", "メール.例え.テスト", "mail.yarkit-project.org" };
 
+std::vector<Ref<String>> hostNameStrings()
+{
+    const std::vector<Ref<String>> names = hostNameStrings();
+    return names;
+}
+
 void IDNToASCIIYarkit(benchmark::State& state)
 {
-    std::vector<Ref<String>> names;
-    for (const char* name : hostNames)
-        names.push_back(String::withUTF8(name));
+    const std::vector<Ref<String>> names = hostNameStrings();
     for (auto _ : state) {
         for (const auto& name : names)
             benchmark::DoNotOptimize(YK_IDNToASCIIWithOptions(name.get(), 1));
@@ -154,9 +158,7 @@ void IDNToASCIIYarkit(benchmark::State& state)
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 void IDNToASCIIICU(benchmark::State& state)
 {
-    std::vector<Ref<String>> names;
-    for (const char* name : hostNames)
-        names.push_back(String::withUTF8(name));
+    const std::vector<Ref<String>> names = hostNameStrings();
     char16_t out[2048];
     for (auto _ : state) {
         for (const auto& name : names) {
@@ -177,9 +179,7 @@ void IDNToASCIIGLib(benchmark::State& state)
 
 void UTS46ToASCIIYarkit(benchmark::State& state)
 {
-    std::vector<Ref<String>> names;
-    for (const char* name : hostNames)
-        names.push_back(String::withUTF8(name));
+    const std::vector<Ref<String>> names = hostNameStrings();
     for (auto _ : state) {
         for (const auto& name : names)
             benchmark::DoNotOptimize(YK_UTS46ToASCII(name.get()));

@@ -22,12 +22,17 @@ using yk::test::str;
 
 namespace {
 
+// The range given, or the whole string for the default {0, NotFound}.
+Range rangeIn(const String* string, Range range)
+{
+    return range == Range { 0, NotFound } ? Range { 0, string->length() } : range;
+}
+
 // The matches of every search as "{3,1} {2,1}", or the exception's name and reason.
 std::string allMatches(const char* subject, const char* pattern, StringCompareOptions options = 0, Range range = { 0, NotFound })
 {
     auto string = str(subject);
-    if (range.location == 0 && range.length == NotFound)
-        range.length = string->length();
+    range = rangeIn(string.get(), range);
     try {
         auto matches = rangeValuesOfPatternString(string.get(), str(pattern).get(), options, range);
         std::string text;
@@ -44,8 +49,7 @@ std::string allMatches(const char* subject, const char* pattern, StringCompareOp
 std::string firstMatch(const char* subject, const char* pattern, StringCompareOptions options = 0, Range range = { 0, NotFound })
 {
     auto string = str(subject);
-    if (range.location == 0 && range.length == NotFound)
-        range.length = string->length();
+    range = rangeIn(string.get(), range);
     try {
         Range match = rangeOfPatternString(string.get(), str(pattern).get(), options, range);
         return match.location == NotFound ? "none" : "{" + std::to_string(match.location) + "," + std::to_string(match.length) + "}";
