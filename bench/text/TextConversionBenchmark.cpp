@@ -141,7 +141,9 @@ const char* const hostNames[] = { "www.example.com", "日本語.jp", "faß.de", 
 
 std::vector<Ref<String>> hostNameStrings()
 {
-    const std::vector<Ref<String>> names = hostNameStrings();
+    std::vector<Ref<String>> names;
+    for (const char* name : hostNames)
+        names.push_back(String::withUTF8(name));
     return names;
 }
 
