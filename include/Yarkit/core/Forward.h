@@ -50,5 +50,6 @@ class NotificationCenter;
 class UserDefaults;
 class Archiver;
 class Unarchiver;
+class URL;
 
 } // namespace yk
