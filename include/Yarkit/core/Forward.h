@@ -50,7 +50,9 @@ class Thread;
 class Notification;
 class NotificationCenter;
 class UserDefaults;
+class FileHandle;
 class Archiver;
 class Unarchiver;
+class URL;
 
 } // namespace yk
