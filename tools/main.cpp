@@ -15,6 +15,9 @@ Commands:
   repair    replace malformed byte sequences so strict converters accept the text
   to-utf8   detect, repair and convert text to UTF-8, reporting what was replaced
   base64    encode or decode base64 with CR LF lines
+  utf7      encode or decode UTF-7 and the modified UTF-7 of IMAP mailbox names
+  idn       convert a host name to its ASCII form or back
+  regex     find regular-expression matches, in UTF-16 units
 
 Every command reads standard input when no FILE is given (or for "-"), and takes --help.
 Exit status 2 means bad usage, an unknown encoding or an unreadable file.
@@ -30,6 +33,9 @@ constexpr Command commands[] = {
     { "repair", yk::tool::runRepair },
     { "to-utf8", yk::tool::runToUTF8 },
     { "base64", yk::tool::runBase64 },
+    { "utf7", yk::tool::runUTF7 },
+    { "idn", yk::tool::runIDN },
+    { "regex", yk::tool::runRegex },
 };
 
 } // namespace

@@ -7,4 +7,7 @@
 
 namespace demo {
 
+// Mailbox names and bodies in UTF-7, host names, a regular expression, East Asian runs.
+bool showText();
+
 } // namespace demo

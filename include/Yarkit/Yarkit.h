@@ -6,6 +6,7 @@
 #include <Yarkit/ByteClasses.h>
 #include <Yarkit/ByteSearch.h>
 #include <Yarkit/ByteSequenceRepair.h>
+#include <Yarkit/CharacterSetAdditions.h>
 #include <Yarkit/ClassCompatibility.h>
 #include <Yarkit/DictionaryAdditions.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
@@ -14,6 +15,9 @@
 #include <Yarkit/MutableDictionaryAdditions.h>
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
+#include <Yarkit/StringIDN.h>
+#include <Yarkit/StringRegex.h>
+#include <Yarkit/StringUTF7.h>
 #include <Yarkit/UserDefaultsAdditions.h>
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YObject.h>
@@ -33,6 +37,7 @@
 #include <Yarkit/core/runtime/Slot.h>
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/CharacterSet.h>
 #include <Yarkit/core/values/ComparisonResult.h>
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Date.h>
@@ -42,6 +47,7 @@
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/MutableArray.h>
+#include <Yarkit/core/values/MutableCharacterSet.h>
 #include <Yarkit/core/values/MutableData.h>
 #include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/values/MutableSet.h>

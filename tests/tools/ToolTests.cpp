@@ -204,3 +204,27 @@ TEST(Tool, EveryCommandHasHelp)
 }
 
 } // namespace
+
+TEST(Tool, UTF7IDNAndRegexCommands)
+{
+    check({
+        { "utf7 --imap", "Inbox/送信済み", 0, "Inbox/&kAFP4W4IMH8-", "" },
+        { "utf7", "Hi Mom -☺-!", 0, "Hi Mom -+Jjo--+ACE", "" },
+        { "utf7 --decode", "+AGE-", 0, "a", "" },
+        { "utf7 --imap --decode", "&2D3-x", 1, "\xEF\xBF\xBDx", "1 unpaired surrogate" },
+        { "utf7", "\xFF", 2, "", "not well-formed UTF-8" },
+        { "idn --to-ascii --options 0 -- faß.de", "", 0, "fass.de\n", "" },
+        { "idn --to-ascii --uts46 -- faß.de", "", 0, "xn--fa-hia.de\n", "" },
+        { "idn --to-unicode --options 1 -- xn--e28h.com", "", 0, "😀.com\n", "" },
+        { "idn --to-ascii --options 2 -- abc_def.com", "", 1, "", "yarkit idn: abc_def.com:" },
+        { "idn --to-ascii --options x -- a", "", 2, "", "signed 32-bit" },
+        { "regex --all '\\d+:\\d\\d'", "12:30 と 9:05", 0, "0 5\n8 4\n", "" },
+        { "regex --backwards '\\p{Han}+'", "漢字 かな 日本", 0, "7 1\n", "" },
+        { "regex --range 5,2 --all '(?<=な)'", "漢字 かな 日本", 0, "5 0\n", "" },
+        { "regex --syntax 3 '\\`a'", "ab", 0, "0 1\n", "" },
+        { "regex --ignore-case SS", "straße", 0, "4 1\n", "" },
+        { "regex zzz", "abc", 1, "", "" },
+        { "regex '(a'", "abc", 2, "", "yarkit regex: YKRegexException: end pattern with unmatched parenthesis" },
+        { "regex --range 2,5 a", "abc", 2, "", "yarkit regex: NSRangeException: " },
+    });
+}
