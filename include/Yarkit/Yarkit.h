@@ -7,6 +7,7 @@
 #include <Yarkit/ByteSearch.h>
 #include <Yarkit/ByteSequenceRepair.h>
 #include <Yarkit/ClassCompatibility.h>
+#include <Yarkit/DataMessageDigests.h>
 #include <Yarkit/DictionaryAdditions.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
 #include <Yarkit/MemoryFunctions.h>
