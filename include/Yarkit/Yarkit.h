@@ -16,6 +16,10 @@
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
 #include <Yarkit/UserDefaultsAdditions.h>
+#include <Yarkit/YKeychain.h>
+#include <Yarkit/YKeychainMemoryStore.h>
+#include <Yarkit/YKeychainSecretServiceStore.h>
+#include <Yarkit/YKeychainStore.h>
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YObject.h>
 #include <Yarkit/YPostLoadProcessor.h>
