@@ -16,12 +16,14 @@
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
 #include <Yarkit/UserDefaultsAdditions.h>
+#include <Yarkit/YAuthenticator.h>
 #include <Yarkit/YKeychain.h>
 #include <Yarkit/YKeychainMemoryStore.h>
 #include <Yarkit/YKeychainSecretServiceStore.h>
 #include <Yarkit/YKeychainStore.h>
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YObject.h>
+#include <Yarkit/YPasswordInfo.h>
 #include <Yarkit/YPostLoadProcessor.h>
 #include <Yarkit/core/Forward.h>
 #include <Yarkit/core/runtime/Class.h>
