@@ -7,4 +7,7 @@
 
 namespace demo {
 
+// The keychain, the keychain-first authenticator and a CRAM-MD5 response.
+bool showCredentials();
+
 } // namespace demo
