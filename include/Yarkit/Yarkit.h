@@ -70,6 +70,7 @@
 #include <Yarkit/core/system/Archiver.h>
 #include <Yarkit/core/system/Bundle.h>
 #include <Yarkit/core/system/Coding.h>
+#include <Yarkit/core/system/FileHandle.h>
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/system/Unarchiver.h>

@@ -48,6 +48,7 @@ class Thread;
 class Notification;
 class NotificationCenter;
 class UserDefaults;
+class FileHandle;
 class Archiver;
 class Unarchiver;
 class URL;
