@@ -1,11 +1,18 @@
 #include "credentials/KeychainStrings.h"
 
+#include <Yarkit/YKeychain.h>
+#include <Yarkit/core/system/Bundle.h>
+
 namespace yk::detail {
 
-// English until the framework's string tables are in place.
 Ref<String> localizedKeychainString(const char* english)
 {
-    return String::withUTF8(english);
+    static const Ref<String> table = String::withUTF8("Keychain");
+    static const Ref<String> noValue = make<String>();
+    auto bundle = Bundle::bundleForClass(YKeychain::staticClass());
+    if (!bundle)
+        return String::withUTF8(english);
+    return bundle->localizedStringForKey(String::withUTF8(english).get(), noValue.get(), table.get());
 }
 
 } // namespace yk::detail

@@ -5,6 +5,7 @@
 #include <Yarkit/YKeychainSecretServiceStore.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/system/Bundle.h>
 #include <Yarkit/core/values/Dictionary.h>
 #include <Yarkit/core/values/Exception.h>
 #include <Yarkit/core/values/Format.h>
@@ -48,12 +49,12 @@ Ref<Dictionary> userInfoFor(const YKeychainStoreResult& result)
     const bool usesItem = operation == Operation::Change || operation == Operation::Remove;
     switch (result.status) {
     case errSecNoDefaultKeychain:
-        raiseNamed(YKeychainNoDefaultKeychainException, detail::localizedKeychainString("There is no default keychain"), result);
+        raiseNamed(YKeychainNoDefaultKeychainException, detail::localizedKeychainString(YK_LOCALIZABLE("Keychain", "There is no default keychain")), result);
     case userCanceledErr:
         raiseNamed(YKeychainUserCanceledException, String::withUTF8("Canceled"), result);
     case errSecDataTooLarge:
         if (writes)
-            raiseNamed(YKeychainDataTooLargeException, detail::localizedKeychainString("The password is too long"), result);
+            raiseNamed(YKeychainDataTooLargeException, detail::localizedKeychainString(YK_LOCALIZABLE("Keychain", "The password is too long")), result);
         break;
     case errSecInvalidItemRef:
         if (usesItem)
@@ -62,7 +63,7 @@ Ref<Dictionary> userInfoFor(const YKeychainStoreResult& result)
     default:
         break;
     }
-    auto format = detail::localizedKeychainString("Unexpected error (%ld)");
+    auto format = detail::localizedKeychainString(YK_LOCALIZABLE("Keychain", "Unexpected error (%ld)"));
     raiseNamed(YKeychainException, yk::format(format->utf8().c_str(), static_cast<long>(result.status)), result);
 }
 

@@ -2,9 +2,11 @@
 
 #include "KeychainTestSupport.h"
 #include "core/CoreTestSupport.h"
+#include "core/LanguageScope.h"
 
 #include <Yarkit/core/runtime/Class.h>
 
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -197,8 +199,26 @@ struct StatusRow {
     const char* reason;
 };
 
-TEST_F(KeychainStatus, EveryOperationAndStatusRaisesItsException)
+// The reason as a Japanese user reads it: three reasons are localised, the others stay English.
+std::string japanese(const std::string& reason)
 {
+    if (reason == "There is no default keychain")
+        return "デフォルトのキーチェーンがありません";
+    if (reason == "The password is too long")
+        return "パスワードが長すぎます";
+    if (reason.starts_with("Unexpected error ("))
+        return "予期しないエラーが発生しました " + reason.substr(reason.find('('));
+    return reason;
+}
+
+class KeychainStatusInLanguage : public KeychainStatus, public testing::WithParamInterface<const char*> { };
+
+TEST_P(KeychainStatusInLanguage, EveryOperationAndStatusRaisesItsException)
+{
+    std::optional<test::LanguageScope> language;
+    const bool inJapanese = std::string(GetParam()) == "ja";
+    if (inJapanese)
+        language.emplace("ja");
     // Find: internetPasswordForURL; Add: set with nothing stored; Modify: set of a new password;
     // Delete: remove of a stored item.
     const StatusRow rows[] = {
@@ -247,7 +267,7 @@ TEST_F(KeychainStatus, EveryOperationAndStatusRaisesItsException)
             ADD_FAILURE() << "nothing raised";
         } catch (const Exception& e) {
             EXPECT_EQ(e.name()->utf8(), row.name);
-            EXPECT_EQ(e.what(), std::string(row.reason));
+            EXPECT_EQ(e.what(), inJapanese ? japanese(row.reason) : std::string(row.reason));
             auto status = e.userInfo()->objectForKey(YKeychainStatusKey);
             EXPECT_TRUE(status && status->isEqual(Number::numberWithInt(row.status).get()));
             EXPECT_EQ(test::describe(e.userInfo()->objectForKey(YKeychainStoreMessageKey).get()), "what the store said");
@@ -257,6 +277,8 @@ TEST_F(KeychainStatus, EveryOperationAndStatusRaisesItsException)
     _store->reset();
     EXPECT_FALSE(keychain->internetPasswordForURL(account.get()));
 }
+
+INSTANTIATE_TEST_SUITE_P(Languages, KeychainStatusInLanguage, testing::Values("en", "ja"));
 
 } // namespace
 } // namespace yk
