@@ -221,13 +221,6 @@ std::unique_ptr<SecretValue, ValueDeleter> secretValue(std::string_view password
     return std::unique_ptr<SecretValue, ValueDeleter> { secret_value_new(password.data(), static_cast<gssize>(password.size()), "text/plain") };
 }
 
-const YKeychainSecretServiceItem* serviceItem(const YKeychainItem* item)
-{
-    if (!item || !item->isKindOfClass(YKeychainSecretServiceItem::staticClass()))
-        return nullptr;
-    return static_cast<const YKeychainSecretServiceItem*>(item);
-}
-
 } // namespace
 
 YK_DEFINE_CLASS(YKeychainSecretServiceItem);
@@ -250,6 +243,16 @@ SecretService* YKeychainSecretServiceStore::service(YKeychainStoreResult& failur
     if (!_service)
         failure = { errSecNoDefaultKeychain, error.get() ? error.get()->message : "no Secret Service" };
     return _service;
+}
+
+SecretService* YKeychainSecretServiceStore::serviceForItem(const YKeychainItem* item, const char*& path, YKeychainStoreResult& failure)
+{
+    if (!item || !item->isKindOfClass(YKeychainSecretServiceItem::staticClass())) {
+        failure = { errSecInvalidItemRef, {} };
+        return nullptr;
+    }
+    path = static_cast<const YKeychainSecretServiceItem*>(item)->path.c_str();
+    return service(failure);
 }
 
 YKeychainStoreResult YKeychainSecretServiceStore::findInternetPassword(const YKeychainItemAttributes& attributes,
@@ -330,16 +333,14 @@ YKeychainStoreResult YKeychainSecretServiceStore::addInternetPassword(const YKey
 
 YKeychainStoreResult YKeychainSecretServiceStore::modifyItemData(YKeychainItem* item, std::string_view password)
 {
-    const auto* found = serviceItem(item);
-    if (!found)
-        return { errSecInvalidItemRef, {} };
+    const char* path = nullptr;
     YKeychainStoreResult failure;
-    SecretService* connection = service(failure);
+    SecretService* connection = serviceForItem(item, path, failure);
     if (!connection)
         return failure;
     // Changing a secret has no path-based call; the item proxy is made for this one change.
     ErrorSlot error;
-    std::unique_ptr<SecretItem, ObjectDeleter> proxy { secret_item_new_for_dbus_path_sync(connection, found->path.c_str(),
+    std::unique_ptr<SecretItem, ObjectDeleter> proxy { secret_item_new_for_dbus_path_sync(connection, path,
         SECRET_ITEM_NONE, nullptr, error.out()) };
     if (!proxy)
         return resultForError(error.get(), errSecInvalidItemRef);
@@ -351,15 +352,13 @@ YKeychainStoreResult YKeychainSecretServiceStore::modifyItemData(YKeychainItem* 
 
 YKeychainStoreResult YKeychainSecretServiceStore::deleteItem(YKeychainItem* item)
 {
-    const auto* found = serviceItem(item);
-    if (!found)
-        return { errSecInvalidItemRef, {} };
+    const char* path = nullptr;
     YKeychainStoreResult failure;
-    SecretService* connection = service(failure);
+    SecretService* connection = serviceForItem(item, path, failure);
     if (!connection)
         return failure;
     ErrorSlot error;
-    if (!secret_service_delete_item_dbus_path_sync(connection, found->path.c_str(), nullptr, error.out()))
+    if (!secret_service_delete_item_dbus_path_sync(connection, path, nullptr, error.out()))
         return resultForError(error.get(), errSecInvalidItemRef);
     return {};
 }

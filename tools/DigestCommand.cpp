@@ -1,5 +1,6 @@
 #include "tools/Commands.h"
 
+#include <charconv>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -30,28 +31,17 @@ file: the hex, two spaces and the file's name.
 Exit status: 0 on success, 2 on an unknown algorithm, bad hex, bad usage or an unreadable file.
 )";
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 std::optional<std::string> decodeHex(const std::string& text)
 {
     if (text.size() % 2)
         return std::nullopt;
     std::string bytes;
     for (size_t i = 0; i < text.size(); i += 2) {
-        const int high = hexValue(text[i]);
-        const int low = hexValue(text[i + 1]);
-        if (high < 0 || low < 0)
+        uint8_t byte = 0;
+        const char* pair = text.data() + i;
+        if (std::from_chars(pair, pair + 2, byte, 16).ptr != pair + 2)
             return std::nullopt;
-        bytes.push_back(static_cast<char>(high * 16 + low));
+        bytes.push_back(static_cast<char>(byte));
     }
     return bytes;
 }

@@ -37,6 +37,9 @@ public:
 private:
     // The connection, made when first needed; null with `failure` set when there is none.
     SecretService* service(YKeychainStoreResult& failure);
+    // The same, and the object path of an item this store found (errSecInvalidItemRef for
+    // another kind of item).
+    SecretService* serviceForItem(const YKeychainItem* item, const char*& path, YKeychainStoreResult& failure);
 
     Mutex _lock;
     SecretService* _service YK_GUARDED_BY(_lock) { nullptr };
