@@ -9,5 +9,7 @@ namespace demo {
 
 // Mailbox names and bodies in UTF-7, host names, a regular expression, East Asian runs.
 bool showText();
+// The keychain, the keychain-first authenticator and a CRAM-MD5 response.
+bool showCredentials();
 
 } // namespace demo

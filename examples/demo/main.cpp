@@ -194,4 +194,6 @@ int main(int argc, char** argv)
 
     std::printf("\n");
     demo::showText();
+    std::printf("\nPasswords in the keychain, and digests:\n");
+    demo::showCredentials();
 }

@@ -8,6 +8,7 @@
 #include <Yarkit/ByteSequenceRepair.h>
 #include <Yarkit/CharacterSetAdditions.h>
 #include <Yarkit/ClassCompatibility.h>
+#include <Yarkit/DataMessageDigests.h>
 #include <Yarkit/DictionaryAdditions.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
 #include <Yarkit/MemoryFunctions.h>
@@ -19,8 +20,14 @@
 #include <Yarkit/StringRegex.h>
 #include <Yarkit/StringUTF7.h>
 #include <Yarkit/UserDefaultsAdditions.h>
+#include <Yarkit/YAuthenticator.h>
+#include <Yarkit/YKeychain.h>
+#include <Yarkit/YKeychainMemoryStore.h>
+#include <Yarkit/YKeychainSecretServiceStore.h>
+#include <Yarkit/YKeychainStore.h>
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YObject.h>
+#include <Yarkit/YPasswordInfo.h>
 #include <Yarkit/YPostLoadProcessor.h>
 #include <Yarkit/core/Forward.h>
 #include <Yarkit/core/runtime/Class.h>

@@ -196,9 +196,60 @@ TEST(Tool, UsageErrorsExitWithStatusTwo)
     });
 }
 
+// The digest of the UTF-8 sample as `openssl dgst` prints it (after "= ").
+std::string opensslDigest(const std::string& options)
+{
+    std::string command = "openssl dgst " + options + " '" + std::string(YK_SAMPLES_DIR) + "/utf-8.txt'";
+    FILE* pipe = popen(command.c_str(), "r");
+    char line[512] = "";
+    if (!pipe || !std::fgets(line, sizeof line, pipe))
+        return "(openssl failed)";
+    pclose(pipe);
+    std::string text = line;
+    return text.substr(text.rfind("= ") + 2);
+}
+
+TEST(Tool, DigestAgreesWithOpenSSL)
+{
+    const struct {
+        std::string arguments;
+        std::string opensslOptions;
+    } rows[] = {
+        { "--algorithm MD5", "-md5" },
+        { "--algorithm sha1", "-sha1" },
+        { "--algorithm RSA-SHA256", "-sha256" },
+        { "--algorithm SHA3-512", "-sha3-512" },
+        { "--algorithm whirlpool", "-provider legacy -provider default -whirlpool" },
+        { "--algorithm SHA256 --hmac-key-hex ''", "-sha256 -hmac ''" },
+        { "--algorithm md5 --hmac-key-hex 0b0B0b", "-md5 -mac HMAC -macopt hexkey:0b0b0b" },
+        { "--algorithm SHA512 --hmac-key-hex " + std::string(400, 'a'), "-sha512 -mac HMAC -macopt hexkey:" + std::string(400, 'a') },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.arguments);
+        Result r = run("digest " + row.arguments + " utf-8.txt");
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, opensslDigest(row.opensslOptions));
+    }
+}
+
+TEST(Tool, DigestErrorsAndSeveralFiles)
+{
+    check({
+        { "digest --algorithm nope utf-8.txt", "", 2, "", "Unknown algorithm 'nope'" },
+        { "digest --algorithm '' utf-8.txt", "", 2, "", "Unknown algorithm ''" },
+        { "digest --algorithm md5 --hmac-key-hex 0g", "", 2, "", "not hexadecimal" },
+        { "digest --algorithm md5 --hmac-key-hex abc", "", 2, "", "not hexadecimal" },
+        { "digest utf-8.txt", "", 2, "", "--algorithm NAME is required" },
+        { "digest --algorithm md5", "abc", 0, "900150983cd24fb0d6963f7d28e17f72\n", "" },
+        { "digest --algorithm md5 - -", "", 0,
+            "d41d8cd98f00b204e9800998ecf8427e  -\nd41d8cd98f00b204e9800998ecf8427e  -\n", "" },
+    });
+    EXPECT_NE(run("digest --list").out.find("\nsha256\n"), std::string::npos);
+}
+
 TEST(Tool, EveryCommandHasHelp)
 {
-    for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help" })
+    for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help", "digest --help", "password --help" })
         EXPECT_EQ(run(command).out.rfind("Usage: yarkit ", 0), 0u) << command;
     EXPECT_EQ(run("detect --help").status, 0);
 }
