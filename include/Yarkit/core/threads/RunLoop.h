@@ -6,6 +6,8 @@
 #include <Yarkit/core/runtime/Selector.h>
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/threads/RunLoopObserver.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/String.h>
 
 #include <chrono>
 #include <cstdint>
