@@ -77,6 +77,8 @@ TEST(Tool, DetectNamesEachInput)
         { "detect shift_jis.txt euc-jp.txt iso-2022-jp.txt",
             "", 0, "shift_jis.txt: Shift_JIS\neuc-jp.txt: EUC-JP\niso-2022-jp.txt: ISO-2022-JP\n", "" },
         { "detect --numeric utf-8.txt shift_jis.txt", "", 0, "utf-8.txt: 0x08000100\nshift_jis.txt: 0x0A01\n", "" },
+        { "detect -j 2 shift_jis.txt euc-jp.txt iso-2022-jp.txt utf-8.txt",
+            "", 0, "shift_jis.txt: Shift_JIS\neuc-jp.txt: EUC-JP\niso-2022-jp.txt: ISO-2022-JP\nutf-8.txt: UTF-8\n", "" },
         { "detect", "plain ascii", 0, "US-ASCII\n", "" },
         { "detect -", "\xff\xfe" "a\0", 0, "UTF-16\n", "" },
         // Valid as EUC-JP and as Shift_JIS: the flag decides.
