@@ -324,8 +324,10 @@ YJobCenter::Pass YJobCenter::choose(bool untilEmpty)
         if (!mayStart(_waitingJobs[i].get(), running.get(), askDelegate))
             continue;
         pass.job = _waitingJobs[i];
-        if (!(_gjcf.fetch_or(HasNotified, std::memory_order_acq_rel) & HasNotified))
+        if (!(_gjcf.fetch_or(HasNotified, std::memory_order_acq_rel) & HasNotified)) {
             pass.activated = true;
+            pass.noticeOrder = orderNotice();
+        }
         _runningJobs.push_back(pass.job);
         _waitingJobs.erase(_waitingJobs.begin() + static_cast<ptrdiff_t>(i)); // held-back jobs keep their places
         if (!_waitingJobs.empty())
@@ -346,6 +348,8 @@ void YJobCenter::_doExecuteJobsUntilEmpty(bool untilEmpty)
                 return;
             if (pass.activated)
                 notifyObserversOfName(YJobCenterDidActivateNotification);
+            if (pass.noticeOrder)
+                pass.noticeOrder.unlock();
         } else {
             // The watch thread survives whatever a vetting method or a notice throws.
             try {
@@ -360,10 +364,19 @@ void YJobCenter::_doExecuteJobsUntilEmpty(bool untilEmpty)
             } catch (...) {
                 logIgnored("*** The activation notice of a job center raised an exception");
             }
+            if (pass.noticeOrder)
+                pass.noticeOrder.unlock();
         }
         if (pass.job)
             executeJob(pass.job.get());
     }
+}
+
+std::unique_lock<std::mutex> YJobCenter::orderNotice()
+{
+    if (isKindOfClass(YMainThreadJobCenter::staticClass()))
+        return {};
+    return std::unique_lock<std::mutex>(_noticeLock);
 }
 
 void YJobCenter::reconsiderWaitingJobs()
@@ -429,6 +442,7 @@ void YJobCenter::removeRunningJobIdenticalTo(YJob* job)
 {
     bool deactivated = false;
     Ref<YJob> removed;
+    std::unique_lock<std::mutex> noticeOrder;
     {
         ConditionLocker guard(*_waitingJobsLock);
         Locker runningGuard(*_runningJobsLock);
@@ -440,8 +454,10 @@ void YJobCenter::removeRunningJobIdenticalTo(YJob* job)
         }
         if (_waitingJobs.empty()) {
             guard.setCondition(0);
-            if (_runningJobs.empty() && (_gjcf.fetch_and(static_cast<uint8_t>(~HasNotified), std::memory_order_acq_rel) & HasNotified))
+            if (_runningJobs.empty() && (_gjcf.fetch_and(static_cast<uint8_t>(~HasNotified), std::memory_order_acq_rel) & HasNotified)) {
                 deactivated = true;
+                noticeOrder = orderNotice();
+            }
         }
     }
     if (deactivated)

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <vector>
 
 namespace yk {
@@ -132,7 +133,13 @@ private:
         Ref<YJob> job;
         bool activated { false };
         bool leave { false };
+        std::unique_lock<std::mutex> noticeOrder;
     };
+    // Taken before the waiting lock is released by a change of the activity bit and held until
+    // its notice is posted, so that activation and deactivation notices leave in the order of
+    // the changes. Not for the main-thread center, whose notices go out on the main thread at
+    // once.
+    std::unique_lock<std::mutex> orderNotice();
     Pass choose(bool untilEmpty);
     bool mayStart(YJob* job, const Array* running, bool askDelegate) const;
     void putBack(YJob* job);
@@ -145,6 +152,7 @@ private:
     std::vector<Ref<YJob>> _waitingJobs YK_GUARDED_BY(*_waitingJobsLock);
     std::vector<Ref<YJob>> _runningJobs YK_GUARDED_BY(*_runningJobsLock);
     std::atomic<uint8_t> _gjcf { 0 };
+    std::mutex _noticeLock; // orders the center's notices; guards no field
 };
 
 } // namespace yk

@@ -125,6 +125,7 @@ TEST(Tool, ToUTF8ConvertsEverySampleAndReportsReplacements)
         { "to-utf8 euc-jp.txt", "", 0, text, "reading EUC-JP" },
         { "to-utf8 iso-2022-jp.txt", "", 0, fullWidth, "reading ISO-2022-JP" },
         { "to-utf8 shift_jis.txt euc-jp.txt", "", 0, text + text, "" },
+        { "to-utf8 -j 2 shift_jis.txt broken-utf-8.txt euc-jp.txt", "", 1, text + repairedBrokenSample() + text, "repaired 3 malformed UTF-8 sequences" },
         { "to-utf8 broken-utf-8.txt", "", 1, repairedBrokenSample(), "repaired 3 malformed UTF-8 sequences at byte offsets 162, 165, 343" },
         // Unrecognised damaged text is read as the encoding that needs the fewest repairs.
         { "to-utf8 broken-shift_jis.txt", "", 1, damaged, "reading it as CP932" },
