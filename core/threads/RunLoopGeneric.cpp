@@ -60,17 +60,6 @@ bool containsItem(const std::vector<Ref<T>>& items, const T* item)
     return std::any_of(items.begin(), items.end(), [&](const Ref<T>& each) { return each.get() == item; });
 }
 
-// Takes the item out; the reference goes to released, to be dropped after the loop's lock.
-template <typename T>
-void removeItem(std::vector<Ref<T>>& items, const T* item, std::vector<Ref<Object>>& released)
-{
-    auto found = std::find_if(items.begin(), items.end(), [&](const Ref<T>& each) { return each.get() == item; });
-    if (found == items.end())
-        return;
-    released.emplace_back(found->get());
-    items.erase(found);
-}
-
 // What one pass looks at in a mode, taken under the lock and used without it.
 struct ModeSnapshot {
     std::vector<Ref<Port>> ports;
@@ -206,72 +195,46 @@ const RunLoop::Mode* RunLoop::modeNamed(const std::string& mode) const
     return found == _modes.end() ? nullptr : found->second.get();
 }
 
-void RunLoop::addPort(Port* port, std::string_view mode)
+template <typename T>
+void RunLoop::addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode)
 {
-    if (!port)
-        return;
-    Locker guard(_lock);
-    Mode& items = modeForAdding(mode);
-    if (!containsItem(items.ports, port))
-        items.ports.emplace_back(port);
-}
-
-void RunLoop::removePort(Port* port, std::string_view mode)
-{
-    std::vector<Ref<Object>> released;
-    Locker guard(_lock);
-    removeItem(modeForAdding(mode).ports, port, released);
-}
-
-void RunLoop::addSource(RunLoopSource* source, std::string_view mode)
-{
-    if (!source)
+    if (!item)
         return;
     {
         Locker guard(_lock);
-        Mode& items = modeForAdding(mode);
-        if (!containsItem(items.sources, source))
-            items.sources.emplace_back(source);
+        auto& items = modeForAdding(mode).*list;
+        if (!containsItem(items, item))
+            items.emplace_back(item);
     }
-    wakeUp();
+    wakeUp(); // a waiting loop looks at its items again
 }
 
-void RunLoop::removeSource(RunLoopSource* source, std::string_view mode)
+template <typename T>
+void RunLoop::removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode)
 {
-    std::vector<Ref<Object>> released;
+    std::vector<Ref<Object>> released; // dropped after the lock
     Locker guard(_lock);
-    removeItem(modeForAdding(mode).sources, source, released);
+    auto& items = modeForAdding(mode).*list;
+    auto found = std::find_if(items.begin(), items.end(), [&](const Ref<T>& each) { return each.get() == item; });
+    if (found == items.end())
+        return;
+    released.emplace_back(found->get());
+    items.erase(found);
 }
+
+void RunLoop::addPort(Port* port, std::string_view mode) { addItem(&RunLoopMode::ports, port, mode); }
+void RunLoop::removePort(Port* port, std::string_view mode) { removeItem(&RunLoopMode::ports, port, mode); }
+void RunLoop::addSource(RunLoopSource* source, std::string_view mode) { addItem(&RunLoopMode::sources, source, mode); }
+void RunLoop::removeSource(RunLoopSource* source, std::string_view mode) { removeItem(&RunLoopMode::sources, source, mode); }
+void RunLoop::addObserver(RunLoopObserver* observer, std::string_view mode) { addItem(&RunLoopMode::observers, observer, mode); }
+void RunLoop::removeObserver(RunLoopObserver* observer, std::string_view mode) { removeItem(&RunLoopMode::observers, observer, mode); }
 
 void RunLoop::addTimer(Timer* timer, std::string_view mode)
 {
     if (!timer || !timer->isValid())
         return;
     timer->setRunLoop(this);
-    {
-        Locker guard(_lock);
-        Mode& items = modeForAdding(mode);
-        if (!containsItem(items.timers, timer))
-            items.timers.emplace_back(timer);
-    }
-    wakeUp();
-}
-
-void RunLoop::addObserver(RunLoopObserver* observer, std::string_view mode)
-{
-    if (!observer)
-        return;
-    Locker guard(_lock);
-    Mode& items = modeForAdding(mode);
-    if (!containsItem(items.observers, observer))
-        items.observers.emplace_back(observer);
-}
-
-void RunLoop::removeObserver(RunLoopObserver* observer, std::string_view mode)
-{
-    std::vector<Ref<Object>> released;
-    Locker guard(_lock);
-    removeItem(modeForAdding(mode).observers, observer, released);
+    addItem(&RunLoopMode::timers, timer, mode);
 }
 
 void RunLoop::performSelector(Selector selector, Object* target, Object* argument, uint32_t order, const Array* modes)
@@ -295,29 +258,29 @@ void RunLoop::performSelector(Selector selector, Object* target, Object* argumen
     wakeUp();
 }
 
-void RunLoop::cancelPerformSelector(Selector selector, Object* target, Object* argument)
+void RunLoop::cancelPerforms(const std::function<bool(const Perform&)>& matches)
 {
     std::vector<Perform> cancelled; // released after the lock
     Locker guard(_lock);
-    auto matches = [&](const Perform& perform) {
+    auto end = std::stable_partition(_performs.begin(), _performs.end(), [&](const Perform& perform) { return !matches(perform); });
+    std::move(end, _performs.end(), std::back_inserter(cancelled));
+    _performs.erase(end, _performs.end());
+}
+
+void RunLoop::cancelPerformSelector(Selector selector, Object* target, Object* argument)
+{
+    cancelPerforms([&](const Perform& perform) {
         if (perform.selector != selector || perform.target.get() != target)
             return false;
         if (!perform.argument || !argument)
             return !perform.argument && !argument;
         return perform.argument.get() == argument || perform.argument->isEqual(argument);
-    };
-    auto end = std::stable_partition(_performs.begin(), _performs.end(), [&](const Perform& p) { return !matches(p); });
-    std::move(end, _performs.end(), std::back_inserter(cancelled));
-    _performs.erase(end, _performs.end());
+    });
 }
 
 void RunLoop::cancelPerformSelectorsWithTarget(Object* target)
 {
-    std::vector<Perform> cancelled;
-    Locker guard(_lock);
-    auto end = std::stable_partition(_performs.begin(), _performs.end(), [&](const Perform& p) { return p.target.get() != target; });
-    std::move(end, _performs.end(), std::back_inserter(cancelled));
-    _performs.erase(end, _performs.end());
+    cancelPerforms([&](const Perform& perform) { return perform.target.get() == target; });
 }
 
 bool RunLoop::performMatches(const Perform& perform, const std::string& mode) const
@@ -359,7 +322,11 @@ bool RunLoop::hasItems(const std::string& mode)
         return true;
     if (_commonModes.count(mode) && hasSomething(_commonItems.get()))
         return true;
-    return std::any_of(_performs.begin(), _performs.end(), [&](const Perform& p) { return performMatches(p, mode); });
+    for (const auto& perform : _performs) {
+        if (performMatches(perform, mode))
+            return true;
+    }
+    return false;
 }
 
 void RunLoop::notifyObservers(const std::string& mode, RunLoopActivity activity)

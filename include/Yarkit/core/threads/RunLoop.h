@@ -10,6 +10,7 @@
 #include <Yarkit/core/values/String.h>
 
 #include <chrono>
+#include <functional>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -24,6 +25,7 @@ namespace yk {
 class Port;
 class RunLoopSource;
 class Timer;
+struct RunLoopMode;
 
 // The default mode, and the pseudo-mode that stands for every common mode. Their values are
 // their names.
@@ -115,6 +117,12 @@ private:
     friend Ref<T> make(Args&&... args);
 
     class CurrentModeScope;
+
+    template <typename T>
+    void addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
+    template <typename T>
+    void removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
+    void cancelPerforms(const std::function<bool(const Perform&)>& matches) YK_EXCLUDES(_lock);
 
     // One pass in the mode; true when a source, port message or perform was handled.
     bool runPass(const std::string& mode, Clock::time_point limit, bool mayWait);
