@@ -40,9 +40,25 @@ namespace {
 const char shouldAddJob[] = "jobCenter:shouldAddJob:withWaitingJobs:runningJobs:";
 const char shouldExecuteJob[] = "jobCenter:shouldExecuteJob:withRunningJobs:";
 
-Ref<Array> arrayOf(const std::vector<Ref<YJob>>& jobs)
+template <typename Jobs>
+Ref<Array> arrayOf(const Jobs& jobs)
 {
     return make<Array>(std::vector<Ref<Object>>(jobs.begin(), jobs.end()));
+}
+
+// The notice's name as a string, made once for the names the center posts.
+Ref<String> noticeName(const char* name)
+{
+    static const Ref<String> names[] = { String::withUTF8(YJobWillBeginNotification), String::withUTF8(YJobDidEndNotification),
+        String::withUTF8(YJobDidCancelNotification), String::withUTF8(YJobExceptionDidOccurNotification),
+        String::withUTF8(YJobCenterDidActivateNotification), String::withUTF8(YJobCenterDidDeactivateNotification) };
+    static const char* const constants[] = { YJobWillBeginNotification, YJobDidEndNotification, YJobDidCancelNotification,
+        YJobExceptionDidOccurNotification, YJobCenterDidActivateNotification, YJobCenterDidDeactivateNotification };
+    for (size_t i = 0; i < std::size(constants); ++i) {
+        if (constants[i] == name || !std::strcmp(constants[i], name))
+            return names[i];
+    }
+    return String::withUTF8(name);
 }
 
 // Logs what a thread of the center caught and cannot pass on.
@@ -152,7 +168,7 @@ bool YJobCenter::hasRunningJobsMatchingTarget(Object* target, Selector selector,
 std::vector<Ref<YJob>> YJobCenter::waitingJobs() const
 {
     Locker guard(*_waitingJobsLock);
-    return _waitingJobs;
+    return { _waitingJobs.begin(), _waitingJobs.end() };
 }
 
 std::vector<Ref<YJob>> YJobCenter::runningJobs() const
@@ -231,7 +247,8 @@ void YJobCenter::removeAllWaitingJobs()
     std::vector<Ref<YJob>> removed;
     {
         ConditionLocker guard(*_waitingJobsLock);
-        removed.swap(_waitingJobs);
+        removed.assign(std::make_move_iterator(_waitingJobs.begin()), std::make_move_iterator(_waitingJobs.end()));
+        _waitingJobs.clear();
         guard.setCondition(0);
     }
     notifyCancelled(removed, true); // the newest job is told first
@@ -276,11 +293,14 @@ void YJobCenter::doExecuteJobsForever()
     _doExecuteJobsUntilEmpty(false);
 }
 
-bool YJobCenter::mayStart(YJob* job, const Array* running, bool askDelegate) const
+bool YJobCenter::mayStart(YJob* job, Ref<Array>& running, bool askDelegate)
 {
+    // The snapshot of the running list is made once per pass, and only when someone asks.
+    if (!running)
+        running = arrayOf(_runningJobs);
     auto ask = [&](Object* whom) {
         try {
-            return send<bool>(whom, shouldExecuteJob, this, job, running);
+            return send<bool>(whom, shouldExecuteJob, this, job, running.get());
         } catch (const Exception& exception) {
             log("Exception raised during invoking -[%s %s].  Ignored.  Exception: %@", whom->classObject()->name().c_str(), shouldExecuteJob,
                 static_cast<const Object*>(&exception));
@@ -318,10 +338,13 @@ YJobCenter::Pass YJobCenter::choose(bool untilEmpty)
         guard.setCondition(0);
         return pass;
     }
-    const auto running = arrayOf(_runningJobs);
+    Ref<Array> running;
     const bool askDelegate = _gjcf.load(std::memory_order_acquire) & DelRespondsToShouldExecuteJob;
     for (size_t i = 0; i < _waitingJobs.size(); ++i) {
-        if (!mayStart(_waitingJobs[i].get(), running.get(), askDelegate))
+        YJob* job = _waitingJobs[i].get();
+        Object* sender = job->sender();
+        const bool asked = askDelegate || (sender && sender->respondsToSelector(shouldExecuteJob));
+        if (asked && !mayStart(job, running, askDelegate))
             continue;
         pass.job = _waitingJobs[i];
         if (!(_gjcf.fetch_or(HasNotified, std::memory_order_acq_rel) & HasNotified)) {
@@ -396,7 +419,7 @@ void YJobCenter::putBack(YJob* job)
         if (found != _runningJobs.end())
             _runningJobs.erase(found);
     }
-    _waitingJobs.insert(_waitingJobs.begin(), protectedJob);
+    _waitingJobs.push_front(protectedJob);
     guard.setCondition(1);
 }
 
@@ -435,7 +458,11 @@ void YJobCenter::_doExecuteJob(YJob* job)
         return;
     }
     notify(YJobDidEndNotification, nullptr);
-    removeRunningJobIdenticalTo(job);
+    try {
+        removeRunningJobIdenticalTo(job); // the job is out of the list before its deactivation notice can raise
+    } catch (...) {
+        logIgnored("*** The deactivation notice of a job center raised an exception");
+    }
 }
 
 void YJobCenter::removeRunningJobIdenticalTo(YJob* job)
@@ -466,7 +493,7 @@ void YJobCenter::removeRunningJobIdenticalTo(YJob* job)
 
 void YJobCenter::notifyObserversOfName(const char* name)
 {
-    auto notification = Notification::notificationWithName(String::withUTF8(name), this);
+    auto notification = Notification::notificationWithName(noticeName(name), this);
     performSelectorInMainThread(NotificationCenter::defaultCenter(), "postNotification:", notification.get());
 }
 
@@ -475,7 +502,7 @@ void YJobCenter::notifyJobObserversOfName(const char* name, YJob* job, const Exc
     Ref<Dictionary> userInfo;
     if (exception)
         userInfo = Dictionary::dictionaryWithEntries({ { String::withUTF8("NSException"), make<Exception>(*exception) } }); // a copy: the thrown one dies with its handler
-    auto notification = Notification::notificationWithName(String::withUTF8(name), job, userInfo.get());
+    auto notification = Notification::notificationWithName(noticeName(name), job, userInfo.get());
     const char* method = nullptr;
     if (!std::strcmp(name, YJobWillBeginNotification))
         method = "jobWillBegin:";

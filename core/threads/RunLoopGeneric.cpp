@@ -16,6 +16,7 @@
 #include <Yarkit/core/values/String.h>
 
 #include <algorithm>
+#include <pthread.h>
 #include <cerrno>
 #include <cstring>
 #include <sys/epoll.h>
@@ -51,6 +52,18 @@ struct RunLoop::Perform {
 namespace {
 
 thread_local Ref<RunLoop> currentLoop;
+
+// The main thread's handle: asked on the main thread, or from another while it waits.
+pthread_t mainThreadHandle()
+{
+    static pthread_t handle = [] {
+        pthread_t main {};
+        if (Thread::isMainThread())
+            return pthread_self();
+        return main;
+    }();
+    return handle;
+}
 Mutex mainLoopLock;
 std::atomic<RunLoop*> mainLoop { nullptr };
 
@@ -102,8 +115,9 @@ private:
     RunLoop& _loop;
 };
 
-RunLoop::RunLoop()
-    : _epoll(epoll_create1(EPOLL_CLOEXEC))
+RunLoop::RunLoop(pthread_t thread)
+    : _thread(thread)
+    , _epoll(epoll_create1(EPOLL_CLOEXEC))
     , _wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
     , _timerFd(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC))
 {
@@ -142,7 +156,7 @@ RunLoop* RunLoop::currentRunLoop()
     if (Thread::isMainThread())
         return mainRunLoop();
     if (!currentLoop)
-        currentLoop = make<RunLoop>();
+        currentLoop = make<RunLoop>(pthread_self());
     return currentLoop.get();
 }
 
@@ -152,7 +166,7 @@ RunLoop* RunLoop::mainRunLoop()
         return loop;
     Locker guard(mainLoopLock);
     if (!mainLoop.load(std::memory_order_relaxed))
-        mainLoop.store(make<RunLoop>().leakRef(), std::memory_order_release); // lives for the process
+        mainLoop.store(make<RunLoop>(mainThreadHandle()).leakRef(), std::memory_order_release); // lives for the process
     return mainLoop.load(std::memory_order_relaxed);
 }
 
@@ -196,14 +210,14 @@ const RunLoop::Mode* RunLoop::modeNamed(const std::string& mode) const
 }
 
 template <typename T>
-void RunLoop::addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode)
+void RunLoop::addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode, bool mayBeThere)
 {
     if (!item)
         return;
     {
         Locker guard(_lock);
         auto& items = modeForAdding(mode).*list;
-        if (!containsItem(items, item))
+        if (!mayBeThere || !containsItem(items, item))
             items.emplace_back(item);
     }
     wakeUp(); // a waiting loop looks at its items again
@@ -233,8 +247,9 @@ void RunLoop::addTimer(Timer* timer, std::string_view mode)
 {
     if (!timer || !timer->isValid())
         return;
-    timer->setRunLoop(this);
-    addItem(&RunLoopMode::timers, timer, mode);
+    // A timer in no loop yet is in no mode: no need to look for it.
+    const bool wasHere = timer->setRunLoop(this) == this;
+    addItem(&RunLoopMode::timers, timer, mode, wasHere);
 }
 
 void RunLoop::performSelector(Selector selector, Object* target, Object* argument, uint32_t order, const Array* modes)
@@ -626,6 +641,9 @@ Ref<Date> RunLoop::limitDateForMode(std::string_view modeName)
 
 void RunLoop::wakeUp()
 {
+    // On the loop's own thread the loop is not waiting: it looks at its items before it does.
+    if (pthread_equal(pthread_self(), _thread))
+        return;
     const uint64_t one = 1;
     [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
 }

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <vector>
 
@@ -141,7 +142,7 @@ private:
     // once.
     std::unique_lock<std::mutex> orderNotice();
     Pass choose(bool untilEmpty);
-    bool mayStart(YJob* job, const Array* running, bool askDelegate) const;
+    bool mayStart(YJob* job, Ref<Array>& running, bool askDelegate) YK_REQUIRES(*_runningJobsLock);
     void putBack(YJob* job);
     void notifyCancelled(const std::vector<Ref<YJob>>& jobs, bool newestFirst);
     static bool jobMatches(const YJob* job, Object* target, Selector selector, Object* sender);
@@ -149,7 +150,7 @@ private:
     std::atomic<Object*> _delegate { nullptr };
     const Ref<ConditionLock> _waitingJobsLock;
     const Ref<Lock> _runningJobsLock;
-    std::vector<Ref<YJob>> _waitingJobs YK_GUARDED_BY(*_waitingJobsLock);
+    std::deque<Ref<YJob>> _waitingJobs YK_GUARDED_BY(*_waitingJobsLock); // taken mostly from the front
     std::vector<Ref<YJob>> _runningJobs YK_GUARDED_BY(*_runningJobsLock);
     std::atomic<uint8_t> _gjcf { 0 };
     std::mutex _noticeLock; // orders the center's notices; guards no field

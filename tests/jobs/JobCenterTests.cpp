@@ -190,20 +190,4 @@ TEST_F(YJobCenterTest, AVettingMethodThatReentersTheCenterIsLoggedAndCountsAsNo)
     EXPECT_EQ(target->calls, 0);
 }
 
-TEST_F(YJobCenterTest, AbortReachesRunningJobsOnTheAbortingThread)
-{
-    EventLog jobLog;
-    auto worker = make<JobTarget>(&jobLog);
-    std::atomic<bool> open { false };
-    worker->body = [&] { waitUntil([&] { return open.load(); }); };
-    auto job = YJob::jobWithTarget(worker.get(), "work");
-    job->setAbortSelector("stop");
-    center->postJob(job.get());
-    ASSERT_TRUE(waitUntil([&] { return jobLog.size() == 1; }));
-    center->abortAllRunningJobs();
-    open = true;
-    ASSERT_TRUE(waitUntil([&] { return !center->hasRunningJobs(); }));
-    EXPECT_EQ(jobLog.events(), (std::vector<std::string> { "work", "stop on main" }));
-}
-
 } // namespace

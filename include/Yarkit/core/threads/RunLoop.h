@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <pthread.h>
 #include <set>
 #include <string>
 #include <string_view>
@@ -112,14 +113,14 @@ public:
     struct Perform;
 
 private:
-    RunLoop();
+    explicit RunLoop(pthread_t thread);
     template <typename T, typename... Args>
     friend Ref<T> make(Args&&... args);
 
     class CurrentModeScope;
 
     template <typename T>
-    void addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
+    void addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode, bool mayBeThere = true) YK_EXCLUDES(_lock);
     template <typename T>
     void removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
     void cancelPerforms(const std::function<bool(const Perform&)>& matches) YK_EXCLUDES(_lock);
@@ -138,6 +139,7 @@ private:
     bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
 
+    const pthread_t _thread; // the loop's own thread
     int _epoll { -1 };
     int _wakeFd { -1 };
     int _timerFd { -1 };

@@ -51,7 +51,8 @@ public:
     Clock::time_point fireTime() const;
     // Fires if due: a repeating timer is rescheduled first, a one-shot one invalidated after.
     bool fireIfDue(Clock::time_point now);
-    void setRunLoop(RunLoop* loop) { _runLoop.store(loop, std::memory_order_release); }
+    // Returns the loop it was in before.
+    RunLoop* setRunLoop(RunLoop* loop) { return _runLoop.exchange(loop, std::memory_order_acq_rel); }
 
 private:
     void sendMessage();
