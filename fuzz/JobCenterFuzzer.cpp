@@ -6,6 +6,7 @@
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/values/Array.h>
 
 #include <algorithm>
 #include <cstdint>

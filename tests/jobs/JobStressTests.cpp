@@ -46,7 +46,7 @@ YK_DEFINE_CLASS(StressItem, [](MethodListBuilder& c) {
 class StressDelegate : public Object {
     YK_OBJECT(StressDelegate, Object)
 public:
-    bool shouldAdd(YJobCenter*, YJob* job, Array*, Array*) { return !vetoing.load() || (reinterpret_cast<uintptr_t>(job) >> 4) % 19 != 0; }
+    bool shouldAdd(YJobCenter*, YJob* job, Array*, Array*) { return job == gate.load() || !vetoing.load() || (reinterpret_cast<uintptr_t>(job) >> 4) % 19 != 0; }
     bool shouldExecute(YJobCenter*, YJob* job, Array* running)
     {
         if (job == gate.load())
@@ -102,7 +102,7 @@ TEST(YJobCenterStress, EveryAcceptedJobEndsOnceWhileThreadsPostRemoveAbortAndVet
     gateTarget->body = [&] { yk::test::waitUntil([&] { return open.load(); }, std::chrono::minutes(10)); };
     auto gate = YJob::jobWithTarget(gateTarget.get(), "work");
     delegate->gate = gate.get();
-    center->postJob(gate.get());
+    ASSERT_TRUE(center->postJob(gate.get()));
     ASSERT_TRUE(yk::test::waitUntil([&] { return gateTarget->calls == 1; })); // running: no removal reaches it
 
     const size_t perThread = stressSize() / 8;
