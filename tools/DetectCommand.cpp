@@ -1,5 +1,6 @@
 #include "tools/Commands.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -7,12 +8,13 @@
 #include <Yarkit/core/values/StringEncoding.h>
 
 #include "tools/CommandLine.h"
+#include "tools/FileJobs.h"
 
 namespace yk::tool {
 
 namespace {
 
-constexpr const char* detectHelp = R"(Usage: yarkit detect [--prefer-sjis] [--prefer-mac] [--numeric] [FILE...]
+constexpr const char* detectHelp = R"(Usage: yarkit detect [--prefer-sjis] [--prefer-mac] [--numeric] [-j N] [FILE...]
 
 Names the encoding of each FILE (standard input when none is given, or for "-"), one line per
 input; with more than one input each line starts with the file name and ": ".
@@ -20,6 +22,8 @@ input; with more than one input each line starts with the file name and ": ".
   --prefer-sjis   try the Shift_JIS family before EUC-JP (for text valid in both)
   --prefer-mac    within the Shift_JIS family, try Mac Japanese before CP932
   --numeric       print the encoding constant's number (hexadecimal) instead of its name
+  -j, --jobs N    read and detect up to N files at once; lines still come in the files' order,
+                  and Ctrl-C stops the work and exits with status 130
   --help          show this help
 
 Names printed:
@@ -40,34 +44,52 @@ Names printed:
 Exit status: 0 when every input was recognised, 1 when some was not, 2 on an error.
 )";
 
+// One input's line, and its status: 1 when the encoding is unknown, 2 when it cannot be read.
+FileResult detectOne(const std::string& name, const Arguments& arguments, bool prefixName)
+{
+    FileResult result;
+    auto input = readInput(name);
+    if (!input) {
+        result.status = ExitError;
+        return result;
+    }
+    CFStringEncoding encoding = YKDetectJapaneseEncoding(input->data->bytes(), static_cast<int32_t>(input->data->length()),
+        arguments.has("--prefer-sjis"), arguments.has("--prefer-mac"));
+    if (encoding == kCFStringEncodingInvalidId)
+        result.status = ExitChanged;
+    if (prefixName)
+        result.out = input->name + ": ";
+    char line[32];
+    if (arguments.has("--numeric")) {
+        std::snprintf(line, sizeof line, encoding > 0xFFFF ? "0x%08X\n" : "0x%04X\n", encoding);
+    } else {
+        const char* encodingName = yk::stringEncodingName(encoding);
+        std::snprintf(line, sizeof line, "%s\n", encodingName ? encodingName : "unknown");
+    }
+    result.out += line;
+    return result;
+}
+
 } // namespace
 
 int runDetect(int argc, char** argv, int first)
 {
     int status = ExitSuccess;
-    auto arguments = parseCommandLine({ "detect", detectHelp, { { "--prefer-sjis" }, { "--prefer-mac" }, { "--numeric" } } },
+    auto arguments = parseCommandLine({ "detect", detectHelp, { { "--prefer-sjis" }, { "--prefer-mac" }, { "--numeric" }, { "-j", true }, { "--jobs", true } } },
         argc, argv, first, status);
     if (!arguments)
         return status;
+    unsigned jobs = 0;
+    if (!parseJobCount(*arguments, jobs))
+        return usageError("detect", "-j needs a number of jobs from 1 to 1024");
     const auto names = arguments->inputNames();
+    if (jobs > 0) {
+        return runFileJobs(names.size(), jobs, [&](size_t index, const bool&) { return detectOne(names[index], *arguments, names.size() > 1); });
+    }
     for (const auto& name : names) {
-        auto input = readInput(name);
-        if (!input) {
-            status = ExitError;
-            continue;
-        }
-        CFStringEncoding encoding = YKDetectJapaneseEncoding(input->data->bytes(), static_cast<int32_t>(input->data->length()),
-            arguments->has("--prefer-sjis"), arguments->has("--prefer-mac"));
-        if (encoding == kCFStringEncodingInvalidId && status == ExitSuccess)
-            status = ExitChanged;
-        if (names.size() > 1)
-            std::printf("%s: ", input->name.c_str());
-        if (arguments->has("--numeric")) {
-            std::printf(encoding > 0xFFFF ? "0x%08X\n" : "0x%04X\n", encoding);
-        } else {
-            const char* encodingName = yk::stringEncodingName(encoding);
-            std::printf("%s\n", encodingName ? encodingName : "unknown");
-        }
+        FileResult result = detectOne(name, *arguments, names.size() > 1);
+        std::fputs(result.out.c_str(), stdout);
+        status = std::max(status, result.status);
     }
     std::fflush(stdout);
     return status;

@@ -4,6 +4,7 @@
 // file of its own beside this one, each printing what it shows and returning false on failure.
 
 #include <filesystem>
+#include <vector>
 
 namespace demo {
 
@@ -11,5 +12,10 @@ namespace demo {
 bool showText();
 // The keychain, the keychain-first authenticator and a CRAM-MD5 response.
 bool showCredentials();
+// The file's bytes (empty when it cannot be read).
+std::vector<unsigned char> readFile(const std::filesystem::path& path);
+
+// Fetching and decoding the sample mailbox in jobs reporting to the main run loop.
+bool showJobs(const std::filesystem::path& samples);
 
 } // namespace demo

@@ -77,6 +77,8 @@ TEST(Tool, DetectNamesEachInput)
         { "detect shift_jis.txt euc-jp.txt iso-2022-jp.txt",
             "", 0, "shift_jis.txt: Shift_JIS\neuc-jp.txt: EUC-JP\niso-2022-jp.txt: ISO-2022-JP\n", "" },
         { "detect --numeric utf-8.txt shift_jis.txt", "", 0, "utf-8.txt: 0x08000100\nshift_jis.txt: 0x0A01\n", "" },
+        { "detect -j 2 shift_jis.txt euc-jp.txt iso-2022-jp.txt utf-8.txt",
+            "", 0, "shift_jis.txt: Shift_JIS\neuc-jp.txt: EUC-JP\niso-2022-jp.txt: ISO-2022-JP\nutf-8.txt: UTF-8\n", "" },
         { "detect", "plain ascii", 0, "US-ASCII\n", "" },
         { "detect -", "\xff\xfe" "a\0", 0, "UTF-16\n", "" },
         // Valid as EUC-JP and as Shift_JIS: the flag decides.
@@ -123,6 +125,7 @@ TEST(Tool, ToUTF8ConvertsEverySampleAndReportsReplacements)
         { "to-utf8 euc-jp.txt", "", 0, text, "reading EUC-JP" },
         { "to-utf8 iso-2022-jp.txt", "", 0, fullWidth, "reading ISO-2022-JP" },
         { "to-utf8 shift_jis.txt euc-jp.txt", "", 0, text + text, "" },
+        { "to-utf8 -j 2 shift_jis.txt broken-utf-8.txt euc-jp.txt", "", 1, text + repairedBrokenSample() + text, "repaired 3 malformed UTF-8 sequences" },
         { "to-utf8 broken-utf-8.txt", "", 1, repairedBrokenSample(), "repaired 3 malformed UTF-8 sequences at byte offsets 162, 165, 343" },
         // Unrecognised damaged text is read as the encoding that needs the fewest repairs.
         { "to-utf8 broken-shift_jis.txt", "", 1, damaged, "reading it as CP932" },

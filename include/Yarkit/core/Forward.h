@@ -45,10 +45,15 @@ class RecursiveLock;
 class ConditionLock;
 class SpinLock;
 class Thread;
+class RunLoop;
+class Port;
+class PortMessage;
+class Timer;
 
 // system
 class Notification;
 class NotificationCenter;
+class NotificationQueue;
 class UserDefaults;
 class FileHandle;
 class Archiver;

@@ -1,0 +1,359 @@
+// Jobs and the main run loop, side by side with what they are built from or compete with: raw
+// detached threads, a condition variable, an eventfd with a locked queue, and GLib's main
+// context. Run with: scripts/bench jobs_bench --benchmark_repetitions=5
+
+#include <Yarkit/MainThreadMessaging.h>
+#include <Yarkit/MainThreadPerform.h>
+#include <Yarkit/YJob.h>
+#include <Yarkit/YJobCenter.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/threads/RunLoop.h>
+#include <Yarkit/core/threads/Timer.h>
+
+#include <benchmark/benchmark.h>
+#include <glib.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A job target that counts its calls.
+class Counter : public yk::Object {
+    YK_OBJECT(Counter, yk::Object)
+public:
+    void hit() { count.fetch_add(1, std::memory_order_release); }
+    void tick(yk::Timer*) { }
+    std::atomic<uint64_t> count { 0 };
+};
+YK_DEFINE_CLASS(Counter, [](yk::MethodListBuilder& c) {
+    c.method("hit", &Counter::hit);
+    c.method("tick:", &Counter::tick);
+});
+
+void spinUntil(const std::function<bool()>& done)
+{
+    while (!done())
+        std::this_thread::yield();
+}
+
+constexpr int Burst = 10000;
+
+void BM_JobsBurst(benchmark::State& state)
+{
+    yk::YJobCenter::mainThreadCenter(); // the centers' activation notices go through it
+    auto center = yk::YJobCenter::jobCenter();
+    auto counter = yk::make<Counter>();
+    for (auto _ : state) {
+        const uint64_t start = counter->count.load();
+        for (int i = 0; i < Burst; ++i)
+            center->postJob(yk::YJob::jobWithTarget(counter.get(), "hit").get());
+        spinUntil([&] { return counter->count.load(std::memory_order_acquire) == start + Burst; });
+        spinUntil([&] { return !center->hasRunningJobs(); });
+    }
+    state.SetItemsProcessed(state.iterations() * Burst);
+}
+BENCHMARK(BM_JobsBurst)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_RawThreadsBurst(benchmark::State& state)
+{
+    std::atomic<uint64_t> count { 0 };
+    std::atomic<int> alive { 0 };
+    for (auto _ : state) {
+        const uint64_t start = count.load();
+        for (int i = 0; i < Burst; ++i) {
+            alive.fetch_add(1);
+            std::thread([&] {
+                count.fetch_add(1, std::memory_order_release);
+                alive.fetch_sub(1);
+            }).detach();
+        }
+        spinUntil([&] { return count.load(std::memory_order_acquire) == start + Burst && alive.load() == 0; });
+    }
+    state.SetItemsProcessed(state.iterations() * Burst);
+}
+BENCHMARK(BM_RawThreadsBurst)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// One post at a time, until its method starts.
+void BM_JobPostToStart(benchmark::State& state)
+{
+    yk::YJobCenter::mainThreadCenter();
+    auto center = yk::YJobCenter::jobCenter();
+    auto counter = yk::make<Counter>();
+    for (auto _ : state) {
+        const uint64_t start = counter->count.load();
+        center->postJob(yk::YJob::jobWithTarget(counter.get(), "hit").get());
+        spinUntil([&] { return counter->count.load(std::memory_order_acquire) == start + 1; });
+    }
+    spinUntil([&] { return !center->hasRunningJobs(); });
+}
+BENCHMARK(BM_JobPostToStart)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// The same two hops done raw: a condition variable wakes a thread that detaches a thread.
+void BM_RawPostToStart(benchmark::State& state)
+{
+    std::mutex lock;
+    std::condition_variable wake;
+    int pending = 0;
+    bool stop = false;
+    std::atomic<uint64_t> count { 0 };
+    std::atomic<int> alive { 0 };
+    std::thread watcher([&] {
+        std::unique_lock guard(lock);
+        while (true) {
+            wake.wait(guard, [&] { return pending > 0 || stop; });
+            if (stop)
+                return;
+            --pending;
+            alive.fetch_add(1);
+            std::thread([&] {
+                count.fetch_add(1, std::memory_order_release);
+                alive.fetch_sub(1);
+            }).detach();
+        }
+    });
+    for (auto _ : state) {
+        const uint64_t start = count.load();
+        {
+            std::lock_guard guard(lock);
+            ++pending;
+        }
+        wake.notify_one();
+        spinUntil([&] { return count.load(std::memory_order_acquire) == start + 1; });
+    }
+    {
+        std::lock_guard guard(lock);
+        stop = true;
+    }
+    wake.notify_one();
+    watcher.join();
+    spinUntil([&] { return alive.load() == 0; });
+}
+BENCHMARK(BM_RawPostToStart)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// A thread that runs a body each time the main thread asks and waits for it.
+class Poster {
+public:
+    explicit Poster(std::function<void()> body)
+        : _body(std::move(body))
+        , _thread([this] {
+            while (true) {
+                spinUntil([&] { return _go.load() != 0; });
+                if (_go.load() < 0)
+                    return;
+                _go = 0;
+                _body();
+                _done = true;
+            }
+        })
+    {
+    }
+    ~Poster()
+    {
+        _go = -1;
+        _thread.join();
+    }
+    void go()
+    {
+        _done = false;
+        _go = 1;
+    }
+    bool done() const { return _done.load(); }
+
+private:
+    std::function<void()> _body;
+    std::atomic<int> _go { 0 };
+    std::atomic<bool> _done { false };
+    std::thread _thread;
+};
+
+// Round trip: another thread posts, the method runs on the main thread, the poster is told. The
+// main thread polls without blocking in every variant, as the GLib one must.
+void BM_MainThreadRoundTrip(benchmark::State& state)
+{
+    yk::YJobCenter::mainThreadCenter();
+    auto counter = yk::make<Counter>();
+    Poster poster([&] {
+        const uint64_t start = counter->count.load();
+        yk::performSelectorInMainThread(counter.get(), "hit");
+        spinUntil([&] { return counter->count.load() == start + 1; });
+    });
+    yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
+    for (auto _ : state) {
+        poster.go();
+        while (!poster.done())
+        {
+            loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now());
+            std::this_thread::yield();
+        }
+    }
+}
+BENCHMARK(BM_MainThreadRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+void BM_WaitingPerformRoundTrip(benchmark::State& state)
+{
+    auto counter = yk::make<Counter>();
+    Poster poster([&] { yk::YK_performSelectorOnMainThread(counter.get(), "hit", nullptr, true); });
+    yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
+    for (auto _ : state) {
+        poster.go();
+        while (!poster.done())
+        {
+            loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now());
+            std::this_thread::yield();
+        }
+    }
+}
+BENCHMARK(BM_WaitingPerformRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// The peer built by hand: a locked queue of closures and an eventfd the main thread polls.
+void BM_EventfdQueueRoundTrip(benchmark::State& state)
+{
+    const int wake = eventfd(0, EFD_NONBLOCK);
+    std::mutex lock;
+    std::deque<std::function<void()>> queue;
+    std::atomic<uint64_t> count { 0 };
+    Poster poster([&] {
+        const uint64_t start = count.load();
+        {
+            std::lock_guard guard(lock);
+            queue.emplace_back([&] { count.fetch_add(1); });
+        }
+        const uint64_t one = 1;
+        [[maybe_unused]] auto written = write(wake, &one, sizeof one);
+        spinUntil([&] { return count.load() == start + 1; });
+    });
+    for (auto _ : state) {
+        poster.go();
+        while (!poster.done()) {
+            pollfd descriptor { wake, POLLIN, 0 };
+            if (poll(&descriptor, 1, 0) <= 0) {
+                std::this_thread::yield();
+                continue;
+            }
+            uint64_t drained;
+            [[maybe_unused]] auto read_ = read(wake, &drained, sizeof drained);
+            std::deque<std::function<void()>> taken;
+            {
+                std::lock_guard guard(lock);
+                taken.swap(queue);
+            }
+            for (auto& closure : taken)
+                closure();
+        }
+    }
+    close(wake);
+}
+BENCHMARK(BM_EventfdQueueRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+gboolean countCall(gpointer data)
+{
+    static_cast<std::atomic<uint64_t>*>(data)->fetch_add(1);
+    return G_SOURCE_REMOVE;
+}
+
+void BM_GLibInvokeRoundTrip(benchmark::State& state)
+{
+    GMainContext* context = g_main_context_default();
+    std::atomic<uint64_t> count { 0 };
+    Poster poster([&] {
+        const uint64_t start = count.load();
+        g_main_context_invoke(context, countCall, &count);
+        spinUntil([&] { return count.load() == start + 1; });
+    });
+    g_main_context_acquire(context);
+    for (auto _ : state) {
+        poster.go();
+        while (!poster.done())
+        {
+            g_main_context_iteration(context, FALSE);
+            std::this_thread::yield();
+        }
+    }
+    g_main_context_release(context);
+}
+BENCHMARK(BM_GLibInvokeRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// 10,000 posts from another thread, drained by the main thread.
+void BM_MainThreadPostsDrained(benchmark::State& state)
+{
+    yk::YJobCenter::mainThreadCenter();
+    auto counter = yk::make<Counter>();
+    yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
+    for (auto _ : state) {
+        const uint64_t start = counter->count.load();
+        std::thread([&] {
+            for (int i = 0; i < Burst; ++i)
+                yk::performSelectorInMainThread(counter.get(), "hit");
+        }).join();
+        while (counter->count.load() != start + Burst)
+            loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now() + 1ms);
+    }
+    state.SetItemsProcessed(state.iterations() * Burst);
+}
+BENCHMARK(BM_MainThreadPostsDrained)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_GLibInvokesDrained(benchmark::State& state)
+{
+    GMainContext* context = g_main_context_default();
+    std::atomic<uint64_t> count { 0 };
+    g_main_context_acquire(context); // the invokes queue, as they would for a running main loop
+    for (auto _ : state) {
+        const uint64_t start = count.load();
+        std::thread([&] {
+            for (int i = 0; i < Burst; ++i)
+                g_main_context_invoke(context, countCall, &count);
+        }).join();
+        while (count.load() != start + Burst)
+            g_main_context_iteration(context, TRUE);
+    }
+    g_main_context_release(context);
+    state.SetItemsProcessed(state.iterations() * Burst);
+}
+BENCHMARK(BM_GLibInvokesDrained)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// 10,000 timers added to the main loop and invalidated.
+void BM_TimersAddedAndInvalidated(benchmark::State& state)
+{
+    auto counter = yk::make<Counter>();
+    yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
+    std::vector<yk::Ref<yk::Timer>> timers(Burst);
+    for (auto _ : state) {
+        for (auto& timer : timers) {
+            timer = yk::Timer::timerWithTimeInterval(60, counter.get(), "tick:", nullptr, false);
+            loop->addTimer(timer.get(), yk::kCFRunLoopDefaultMode);
+        }
+        for (auto& timer : timers)
+            timer->invalidate();
+        loop->limitDateForMode(yk::kCFRunLoopDefaultMode); // the loop lets them go
+    }
+    state.SetItemsProcessed(state.iterations() * Burst);
+}
+BENCHMARK(BM_TimersAddedAndInvalidated)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_GLibTimeoutsAddedAndRemoved(benchmark::State& state)
+{
+    std::vector<guint> sources(Burst);
+    std::atomic<uint64_t> count { 0 };
+    for (auto _ : state) {
+        for (auto& source : sources)
+            source = g_timeout_add(60000, countCall, &count);
+        for (auto source : sources)
+            g_source_remove(source);
+    }
+    state.SetItemsProcessed(state.iterations() * Burst);
+}
+BENCHMARK(BM_GLibTimeoutsAddedAndRemoved)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,163 @@
+#pragma once
+
+#include <Yarkit/core/Forward.h>
+#include <Yarkit/core/runtime/Mutex.h>
+#include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Selector.h>
+#include <Yarkit/core/runtime/ThreadSafety.h>
+#include <Yarkit/core/threads/RunLoopObserver.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/String.h>
+
+#include <chrono>
+#include <functional>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <pthread.h>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace yk {
+
+class Port;
+class RunLoopSource;
+class Timer;
+struct RunLoopMode;
+
+// The default mode, and the pseudo-mode that stands for every common mode. Their values are
+// their names.
+extern const char kCFRunLoopDefaultMode[];
+extern const char kCFRunLoopCommonModes[];
+
+// The event loop of one thread: it waits for its sources (ports, file descriptors, signalled
+// sources), timers and ordered performs in a named mode and calls them out on its thread.
+//
+// Every thread has one, made on first use and released with the thread. Items are added per
+// mode; an item added for kCFRunLoopCommonModes belongs to every common mode, including modes
+// made common later with addCommonMode. The default mode is common from the start.
+//
+// Any thread may add or remove items, perform selectors on the loop and wake it; only the
+// loop's own thread runs it. Callouts may run the loop again, in any mode. An exception raised
+// by a callout leaves the run call; currentMode is restored and the loop stays usable.
+//
+// One pass: observers told BeforeTimers, due timers fire; BeforeSources, the performs and the
+// port and source events present when the pass began run; if nothing was handled and the limit
+// has not passed, observers are told BeforeWaiting and the thread sleeps (epoll) until a
+// source, the next timer of the running mode or wakeUp.
+class RunLoop final : public Object {
+    YK_OBJECT(RunLoop, Object)
+public:
+    using Clock = std::chrono::steady_clock;
+
+    ~RunLoop() override;
+
+    // The calling thread's loop, made on first use.
+    static RunLoop* currentRunLoop();
+    // The main thread's loop; any thread may ask.
+    static RunLoop* mainRunLoop();
+
+    // The mode the loop is running in, or null when it is not running.
+    Ref<String> currentMode() const;
+
+    // Makes a mode common: items added for kCFRunLoopCommonModes belong to it from now on.
+    void addCommonMode(std::string_view mode);
+    bool isCommonMode(std::string_view mode) const;
+
+    // Items are retained while they are in the loop. Adding an item twice to a mode is
+    // harmless; removing one not there does nothing.
+    void addPort(Port* port, std::string_view mode);
+    void removePort(Port* port, std::string_view mode);
+    void addSource(RunLoopSource* source, std::string_view mode);
+    void removeSource(RunLoopSource* source, std::string_view mode);
+    // An invalidated timer leaves every mode.
+    void addTimer(Timer* timer, std::string_view mode);
+    void addObserver(RunLoopObserver* observer, std::string_view mode);
+    void removeObserver(RunLoopObserver* observer, std::string_view mode);
+
+    // performSelector:target:argument:order:modes: sends selector to target (with the argument
+    // when the method takes one) once, on a later pass in one of the modes; lower orders run
+    // first, equal orders in the order they were asked. Target and argument are retained until
+    // the perform has run, raised or been cancelled. Any thread; wakes the loop.
+    void performSelector(Selector selector, Object* target, Object* argument, uint32_t order, const Array* modes);
+    void performSelector(Selector selector, Object* target, Object* argument, uint32_t order, const std::vector<std::string>& modes);
+    // Cancels the waiting performs with this selector, target (identity) and argument (equal,
+    // or both null).
+    void cancelPerformSelector(Selector selector, Object* target, Object* argument);
+    void cancelPerformSelectorsWithTarget(Object* target);
+
+    // runMode:beforeDate: runs passes in the mode until a source, port message or perform was
+    // handled, or the limit passed (timers firing do not end it). False at once, without
+    // running, when the mode has no source, port, timer or perform to wait for.
+    bool runMode(std::string_view mode, Clock::time_point limit);
+    bool runMode(std::string_view mode, const Date* limitDate);
+    // Runs the default mode until the date, or until it has nothing to wait for.
+    void runUntilDate(const Date* limitDate);
+    // Runs the default mode while it has something to wait for.
+    void run();
+    // limitDateForMode: one pass in the mode without waiting; the next timer's fire date in the
+    // mode afterwards, or null when it has no timer.
+    Ref<Date> limitDateForMode(std::string_view mode);
+
+    // Wakes the loop if it is waiting, so that it looks at its items again. Any thread.
+    void wakeUp();
+
+    // Called by Port and RunLoopSource when their state changes (a source signalled, a timer
+    // rescheduled): wakes the loop. Not for clients.
+    void itemChanged() { wakeUp(); }
+
+    struct Mode;
+    struct Perform;
+
+private:
+    explicit RunLoop(pthread_t thread);
+    template <typename T, typename... Args>
+    friend Ref<T> make(Args&&... args);
+
+    class CurrentModeScope;
+
+    template <typename T>
+    void addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode, bool mayBeThere = true) YK_EXCLUDES(_lock);
+    template <typename T>
+    void removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
+    void cancelPerforms(const std::function<bool(const Perform&)>& matches) YK_EXCLUDES(_lock);
+
+    // One pass in the mode; true when a source, port message or perform was handled.
+    bool runPass(const std::string& mode, Clock::time_point limit, bool mayWait);
+    bool hasItems(const std::string& mode) YK_EXCLUDES(_lock);
+    void notifyObservers(const std::string& mode, RunLoopActivity activity);
+    uint32_t fireTimers(const std::string& mode);
+    bool runPerforms(const std::string& mode, uint64_t mark);
+    bool handleSources(const std::string& mode, const std::vector<int>& readyDescriptors);
+    std::vector<int> waitForEvents(const std::string& mode, Clock::time_point limit, bool mayWait);
+    void syncInterest(const std::string& mode) YK_EXCLUDES(_lock);
+    const Mode* modeNamed(const std::string& mode) const YK_REQUIRES(_lock);
+    Mode& modeForAdding(std::string_view mode) YK_REQUIRES(_lock);
+    bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
+    std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
+
+    const pthread_t _thread; // the loop's own thread
+    int _epoll { -1 };
+    int _wakeFd { -1 };
+    int _timerFd { -1 };
+
+    mutable Mutex _lock;
+    std::map<std::string, std::unique_ptr<Mode>, std::less<>> _modes YK_GUARDED_BY(_lock);
+    std::set<std::string, std::less<>> _commonModes YK_GUARDED_BY(_lock);
+    std::unique_ptr<Mode> _commonItems YK_GUARDED_BY(_lock);
+    std::vector<Perform> _performs YK_GUARDED_BY(_lock);
+    uint64_t _nextPerformSequence YK_GUARDED_BY(_lock) { 0 };
+    uint64_t _itemsGeneration YK_GUARDED_BY(_lock) { 0 };
+    // The mode stack of the loop's own thread; only that thread changes it.
+    std::vector<std::string> _modeStack YK_GUARDED_BY(_lock);
+
+    // Read and changed only by the loop's thread: which descriptors epoll watches now.
+    std::set<int> _watched;
+    std::string _watchedMode;
+    uint64_t _watchedGeneration { ~uint64_t(0) };
+};
+
+} // namespace yk

@@ -1,0 +1,168 @@
+#include <Yarkit/YKThreadPerformer.h>
+
+#include <Yarkit/MainThreadPerform.h>
+#include <Yarkit/YKPerformHolder.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/threads/ConditionLock.h>
+#include <Yarkit/core/threads/ConditionLocker.h>
+#include <Yarkit/core/threads/Port.h>
+#include <Yarkit/core/threads/PortMessage.h>
+#include <Yarkit/core/threads/RunLoop.h>
+#include <Yarkit/core/threads/Thread.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Log.h>
+#include <Yarkit/core/values/String.h>
+
+#include <atomic>
+#include <cstdint>
+
+namespace yk {
+
+YK_DEFINE_CLASS(YKThreadPerformer, [](MethodListBuilder& c) { c.method("handleMachMessage:", &YKThreadPerformer::handleMachMessage); });
+YK_DEFINE_CLASS(YKPerformHolder, [](MethodListBuilder& c) { c.method("fire", &YKPerformHolder::fire); });
+
+namespace {
+
+std::atomic<YKThreadPerformer*> mainThreadPerformerInstance { nullptr }; // lives for the process
+
+Ref<Array> commonModes()
+{
+    return Array::arrayWithObjects({ String::withUTF8(kCFRunLoopCommonModes) });
+}
+
+} // namespace
+
+YKThreadPerformer::YKThreadPerformer()
+    : _port(Port::port())
+{
+    _port->setDelegate(this);
+    RunLoop::currentRunLoop()->addPort(_port.get(), kCFRunLoopCommonModes);
+}
+
+YKThreadPerformer::~YKThreadPerformer()
+{
+    _port->setDelegate(nullptr);
+    _port->invalidate();
+}
+
+void YKThreadPerformer::createMainThreadPerformer()
+{
+    if (!mainThreadPerformerInstance.load(std::memory_order_acquire))
+        mainThreadPerformerInstance.store(make<YKThreadPerformer>().leakRef(), std::memory_order_release);
+}
+
+YKThreadPerformer* YKThreadPerformer::mainThreadPerformer()
+{
+    YKThreadPerformer* performer = mainThreadPerformerInstance.load(std::memory_order_acquire);
+    if (!performer)
+        raise(NSInternalInconsistencyException, "s_mainThreadPerformer == nil");
+    return performer;
+}
+
+void YKThreadPerformer::addHolder(YKPerformHolder* holder)
+{
+    {
+        Locker guard(_lock);
+        _holders.emplace_back(holder);
+    }
+    [[maybe_unused]] const bool sent = _port->send(); // a failed or merged wake-up loses nothing
+}
+
+void YKThreadPerformer::handleMachMessage(PortMessage*)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    while (true) {
+        std::vector<Ref<YKPerformHolder>> holders;
+        {
+            Locker guard(_lock);
+            if (_holders.empty())
+                return;
+            holders.swap(_holders);
+        }
+        for (auto& holder : holders)
+            loop->performSelector("fire", holder.get(), nullptr, 0, holder->modes());
+    }
+}
+
+YKPerformHolder::YKPerformHolder(Object* target, Selector selector, Object* argument, Array* modes, ConditionLock* lock)
+    : _target(target)
+    , _selector(selector)
+    , _argument(argument)
+    , _modes(modes)
+    , _lock(lock)
+{
+}
+
+YKPerformHolder::~YKPerformHolder()
+{
+    cleanup();
+}
+
+void YKPerformHolder::fire()
+{
+    if (!_target)
+        return;
+    Ref<YKPerformHolder> protectedThis(this);
+    // Scheduled once per mode; it runs once.
+    RunLoop::currentRunLoop()->cancelPerformSelector("fire", this, nullptr);
+    Ref<Object> target = _target;
+    if (_selector.argumentCount() == 0)
+        target->performSelector(_selector);
+    else
+        target->performSelector(_selector, _argument.get());
+    cleanup();
+}
+
+void YKPerformHolder::cleanup()
+{
+    _target = nullptr;
+    _selector = Selector();
+    _argument = nullptr;
+    _modes = nullptr;
+    if (Ref<ConditionLock> lock = std::move(_lock)) {
+        lock->lock();
+        lock->unlockWithCondition(1);
+    }
+}
+
+void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object* argument, bool waitUntilDone, const Array* modes)
+{
+    if (!modes)
+        return;
+    if (!Thread::isMainThread()) {
+        Ref<ConditionLock> lock = waitUntilDone ? make<ConditionLock>(0) : nullptr;
+        {
+            auto holder = make<YKPerformHolder>(receiver, selector, argument, const_cast<Array*>(modes), lock.get());
+            YKThreadPerformer::mainThreadPerformer()->addHolder(holder.get());
+        }
+        if (lock) {
+            lock->lockWhenCondition(1);
+            lock->unlock();
+        }
+        return;
+    }
+    if (!waitUntilDone) {
+        RunLoop::currentRunLoop()->performSelector(selector, receiver, argument, 0, modes);
+        return;
+    }
+    if (!receiver)
+        return;
+    try {
+        if (selector.argumentCount() == 0)
+            receiver->performSelector(selector);
+        else
+            receiver->performSelector(selector, argument);
+    } catch (const Exception& exception) {
+        log("*** NSThread ignoring exception '%@' that raised during thread perform of target 0x%lx and selector '%s'", exception.name().get(),
+            static_cast<unsigned long>(reinterpret_cast<uintptr_t>(receiver)), selector.name());
+    }
+}
+
+void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object* argument, bool waitUntilDone)
+{
+    YK_performSelectorOnMainThread(receiver, selector, argument, waitUntilDone, commonModes().get());
+}
+
+} // namespace yk

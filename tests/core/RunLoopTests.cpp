@@ -1,0 +1,273 @@
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/system/Notification.h>
+#include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/system/NotificationQueue.h>
+#include <Yarkit/core/threads/Port.h>
+#include <Yarkit/core/threads/PortMessage.h>
+#include <Yarkit/core/threads/RunLoop.h>
+#include <Yarkit/core/threads/RunLoopObserver.h>
+#include <Yarkit/core/threads/RunLoopSource.h>
+#include <Yarkit/core/threads/Timer.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/String.h>
+
+#include "CoreTestSupport.h"
+#include "RunLoopTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using yk::RunLoop;
+
+const char kOtherMode[] = "OtherMode";
+const char kModalMode[] = "ModalMode";
+
+// Records the messages it gets, by selector, in one log; an optional action runs inside.
+class LoopRecorder : public yk::Object {
+    YK_OBJECT(LoopRecorder, yk::Object)
+public:
+    void note(yk::Object* argument) { record("note:" + (argument ? yk::test::describe(argument) : std::string("nil"))); }
+    void tick(yk::Timer*) { record("tick"); }
+    void handleMachMessage(yk::PortMessage* message) { record(message->receivePort() ? "mach" : "mach?"); }
+    void handlePortMessage(yk::PortMessage*) { record("port"); }
+    void notified(yk::Notification* notification) { record(notification->name()->utf8() + "@" + yk::test::describe(notification->object())); }
+
+    void record(std::string entry)
+    {
+        log.push_back(std::move(entry));
+        count.fetch_add(1);
+        if (action)
+            action();
+    }
+
+    std::vector<std::string> log;
+    std::atomic<int> count { 0 };
+    std::function<void()> action;
+};
+
+YK_DEFINE_CLASS(LoopRecorder, [](yk::MethodListBuilder& c) {
+    c.method("note:", &LoopRecorder::note);
+    c.method("tick:", &LoopRecorder::tick);
+    c.method("handlePortMessage:", &LoopRecorder::handlePortMessage);
+    c.method("notified:", &LoopRecorder::notified);
+});
+
+// Answers handleMachMessage: too.
+class LoopMachListener : public LoopRecorder {
+    YK_OBJECT(LoopMachListener, LoopRecorder)
+};
+YK_DEFINE_CLASS(LoopMachListener, [](yk::MethodListBuilder& c) { c.method("handleMachMessage:", &LoopMachListener::handleMachMessage); });
+
+std::vector<std::string> modes(std::initializer_list<const char*> names) { return { names.begin(), names.end() }; }
+
+yk::Ref<yk::String> str(const char* text) { return yk::String::withUTF8(text); }
+
+TEST(RunLoop, PerformsRunOnALaterPassByOrderAndOnlyInTheirModes)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    auto recorder = yk::make<LoopRecorder>();
+    loop->performSelector("note:", recorder.get(), str("late").get(), 5, modes({ yk::kCFRunLoopDefaultMode }));
+    loop->performSelector("note:", recorder.get(), str("early").get(), 1, modes({ yk::kCFRunLoopCommonModes }));
+    loop->performSelector("note:", recorder.get(), str("other").get(), 0, modes({ kOtherMode }));
+    loop->performSelector("note:", recorder.get(), str("cancelled").get(), 0, modes({ yk::kCFRunLoopDefaultMode }));
+    loop->cancelPerformSelector("note:", recorder.get(), str("cancelled").get());
+    EXPECT_TRUE(recorder->log.empty()) << "a perform runs on a pass, not when it is asked";
+
+    ASSERT_TRUE(loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 1s));
+    EXPECT_EQ(recorder->log, (std::vector<std::string> { "note:early", "note:late" }));
+
+    // A mode made common later takes the common items and performs.
+    loop->performSelector("note:", recorder.get(), nullptr, 0, modes({ yk::kCFRunLoopCommonModes }));
+    ASSERT_TRUE(loop->runMode(kOtherMode, RunLoop::Clock::now() + 1s));
+    EXPECT_EQ(recorder->log.back(), "note:other");
+    EXPECT_FALSE(loop->runMode(kOtherMode, RunLoop::Clock::now())) << "the common perform is not in a mode that is not common";
+    loop->addCommonMode(kOtherMode);
+    ASSERT_TRUE(loop->runMode(kOtherMode, RunLoop::Clock::now() + 1s));
+    EXPECT_EQ(recorder->log.back(), "note:nil");
+    EXPECT_EQ(recorder->retainCount(), 1u) << "performs release their target once run or cancelled";
+}
+
+TEST(RunLoop, APassRunsOnlyThePerformsThatWereThereWhenItBegan)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    auto recorder = yk::make<LoopRecorder>();
+    recorder->action = [&] {
+        if (recorder->log.size() == 1)
+            loop->performSelector("note:", recorder.get(), str("second").get(), 0, modes({ yk::kCFRunLoopDefaultMode }));
+    };
+    loop->performSelector("note:", recorder.get(), str("first").get(), 0, modes({ yk::kCFRunLoopDefaultMode }));
+    ASSERT_TRUE(loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 1s));
+    EXPECT_EQ(recorder->log, std::vector<std::string> { "note:first" });
+    ASSERT_TRUE(loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 1s));
+    EXPECT_EQ(recorder->log.back(), "note:second");
+}
+
+TEST(RunLoop, ANestedRunAndARaisingCalloutRestoreTheMode)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    EXPECT_FALSE(loop->currentMode());
+    EXPECT_FALSE(loop->runMode(kModalMode, RunLoop::Clock::now() + 1s)) << "nothing to wait for";
+
+    auto recorder = yk::make<LoopRecorder>();
+    std::vector<std::string> seen;
+    recorder->action = [&] {
+        seen.push_back(loop->currentMode()->utf8());
+        if (recorder->log.size() == 1) {
+            loop->performSelector("note:", recorder.get(), nullptr, 0, modes({ kModalMode }));
+            loop->runMode(kModalMode, RunLoop::Clock::now() + 1s);
+            seen.push_back(loop->currentMode()->utf8());
+            yk::raise(yk::NSGenericException, "from a callout");
+        }
+    };
+    loop->performSelector("note:", recorder.get(), nullptr, 0, modes({ yk::kCFRunLoopDefaultMode }));
+    yk::test::expectRaise([&] { loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 1s); }, yk::NSGenericException, "from a callout");
+    EXPECT_EQ(seen, (std::vector<std::string> { yk::kCFRunLoopDefaultMode, kModalMode, yk::kCFRunLoopDefaultMode }));
+    EXPECT_FALSE(loop->currentMode());
+
+    recorder->action = nullptr;
+    loop->performSelector("note:", recorder.get(), nullptr, 0, modes({ yk::kCFRunLoopDefaultMode }));
+    EXPECT_TRUE(loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 1s)) << "the loop stays usable";
+    EXPECT_EQ(recorder->log.size(), 3u);
+    EXPECT_EQ(recorder->retainCount(), 1u);
+}
+
+TEST(RunLoop, PortsWakeTheLoopFromOtherThreadsAndAskTheDelegateByWhatItAnswers)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    for (bool mach : { true, false }) {
+        yk::Ref<LoopRecorder> delegate = mach ? yk::Ref<LoopRecorder>(yk::make<LoopMachListener>()) : yk::make<LoopRecorder>();
+        auto port = yk::Port::port();
+        port->setDelegate(delegate.get());
+        loop->addPort(port.get(), yk::kCFRunLoopCommonModes);
+        std::thread sender([&] {
+            for (int i = 0; i < 50; ++i)
+                EXPECT_TRUE(port->sendBeforeDate(nullptr));
+        });
+        sender.join();
+        ASSERT_TRUE(loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 5s));
+        EXPECT_EQ(delegate->log, std::vector<std::string> { mach ? "mach" : "port" }) << "sends made before the loop drains merge";
+        port->invalidate();
+        EXPECT_FALSE(port->send());
+        loop->removePort(port.get(), yk::kCFRunLoopCommonModes);
+    }
+}
+
+TEST(RunLoop, TimersFireOnTheMonotonicClockAndALateRepeatingOneFiresOnce)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    auto recorder = yk::make<LoopRecorder>();
+    auto once = yk::Timer::timerWithTimeInterval(0.01, recorder.get(), "tick:", str("info").get(), false);
+    auto repeating = yk::Timer::timerWithTimeInterval(0.02, recorder.get(), "tick:", nullptr, true);
+    EXPECT_FALSE(loop->limitDateForMode(kOtherMode)) << "no timer";
+    loop->addTimer(once.get(), yk::kCFRunLoopDefaultMode);
+    loop->addTimer(repeating.get(), yk::kCFRunLoopCommonModes);
+    auto next = loop->limitDateForMode(yk::kCFRunLoopDefaultMode);
+    ASSERT_TRUE(next);
+    EXPECT_NEAR(next->timeIntervalSinceNow(), 0.01, 0.01);
+
+    std::this_thread::sleep_for(100ms); // five intervals of the repeating timer
+    loop->limitDateForMode(yk::kCFRunLoopDefaultMode);
+    EXPECT_EQ(recorder->log, (std::vector<std::string> { "tick", "tick" })) << "each due timer once";
+    EXPECT_FALSE(once->isValid());
+    EXPECT_FALSE(once->userInfo()) << "an invalidated timer lets its user info go";
+    EXPECT_GT(repeating->fireDate()->timeIntervalSinceNow(), 0);
+
+    ASSERT_TRUE(yk::test::runLoopUntil([&] { return recorder->log.size() == 4; }));
+    repeating->invalidate();
+    EXPECT_EQ(recorder->retainCount(), 1u);
+    EXPECT_FALSE(loop->limitDateForMode(yk::kCFRunLoopDefaultMode));
+}
+
+TEST(RunLoop, ObserversAreToldInOrderAndSignalledSourcesRun)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    std::vector<std::string> log;
+    auto late = yk::make<yk::RunLoopObserver>(yk::kCFRunLoopEntry | yk::kCFRunLoopExit, true, 10, [&](auto*, auto activity) { log.push_back("late" + std::to_string(activity)); });
+    auto early = yk::make<yk::RunLoopObserver>(yk::kCFRunLoopEntry, false, -1, [&](auto*, auto) { log.push_back("early"); });
+    auto source = yk::make<yk::RunLoopSource>(0, [&] { log.push_back("source"); });
+    loop->addObserver(late.get(), kOtherMode);
+    loop->addObserver(early.get(), kOtherMode);
+    loop->addSource(source.get(), kOtherMode);
+    std::thread([&] {
+        source->signal();
+        loop->wakeUp();
+    }).join();
+    ASSERT_TRUE(loop->runMode(kOtherMode, RunLoop::Clock::now() + 5s));
+    EXPECT_EQ(log, (std::vector<std::string> { "early", "late1", "source", "late128" }));
+    EXPECT_FALSE(early->isValid()) << "a one-shot observer";
+    loop->removeSource(source.get(), kOtherMode);
+    loop->removeObserver(late.get(), kOtherMode);
+}
+
+class NotificationQueueTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        center->addObserver(listener.get(), "notified:", nullptr, nullptr);
+    }
+    yk::Ref<yk::Notification> note(const char* name, yk::Object* object) { return yk::Notification::notificationWithName(str(name), object); }
+
+    yk::Ref<yk::NotificationCenter> center = yk::make<yk::NotificationCenter>();
+    yk::Ref<yk::NotificationQueue> queue = yk::make<yk::NotificationQueue>(center.get());
+    yk::Ref<LoopRecorder> listener = yk::make<LoopRecorder>();
+    yk::Ref<yk::String> a = str("a");
+    yk::Ref<yk::String> b = str("b");
+};
+
+TEST_F(NotificationQueueTest, CoalescingKeepsTheNewestOfAGroup)
+{
+    struct Row {
+        uint32_t mask;
+        std::vector<std::string> posted;
+    };
+    // Queued in this order: N@a, M@a, N@b; then N@a again with the mask.
+    const Row rows[] = {
+        { yk::NSNotificationNoCoalescing, { "N@a", "M@a", "N@b", "N@a" } },
+        { yk::NSNotificationCoalescingOnName, { "M@a", "N@a" } },
+        { yk::NSNotificationCoalescingOnSender, { "N@b", "N@a" } },
+        { yk::NSNotificationCoalescingOnName | yk::NSNotificationCoalescingOnSender, { "M@a", "N@b", "N@a" } },
+    };
+    for (const auto& row : rows) {
+        listener->log.clear();
+        for (auto [name, object] : { std::pair { "N", a.get() }, { "M", a.get() }, { "N", b.get() } })
+            queue->enqueueNotification(note(name, object).get(), yk::NSPostWhenIdle, yk::NSNotificationNoCoalescing, nullptr);
+        queue->enqueueNotification(note("N", a.get()).get(), yk::NSPostWhenIdle, row.mask, nullptr);
+        ASSERT_TRUE(yk::test::runLoopUntil([&] { return queue->count() == 0; })) << "mask " << row.mask;
+        EXPECT_EQ(listener->log, row.posted) << "mask " << row.mask;
+    }
+}
+
+TEST_F(NotificationQueueTest, ASAPFollowsTheCalloutIdleWaitsAndModesAreKept)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    auto caller = yk::make<LoopRecorder>();
+    caller->action = [&] {
+        queue->enqueueNotification(note("Idle", nullptr).get(), yk::NSPostWhenIdle, yk::NSNotificationNoCoalescing, nullptr);
+        queue->enqueueNotification(note("Soon", nullptr).get(), yk::NSPostASAP, yk::NSNotificationNoCoalescing, nullptr);
+        queue->enqueueNotification(note("Other", nullptr).get(), yk::NSPostASAP, yk::NSNotificationNoCoalescing, yk::Array::arrayWithObjects({ str(kOtherMode) }).get());
+        listener->record("callout ends");
+    };
+    loop->performSelector("note:", caller.get(), nullptr, 0, modes({ yk::kCFRunLoopDefaultMode }));
+    loop->performSelector("note:", listener.get(), nullptr, 0, modes({ yk::kCFRunLoopDefaultMode }));
+    ASSERT_TRUE(yk::test::runLoopUntil([&] { return listener->log.size() >= 4; }));
+    EXPECT_EQ(listener->log, (std::vector<std::string> { "callout ends", "Soon@(null)", "note:nil", "Idle@(null)" }));
+    EXPECT_EQ(queue->count(), 1u) << "the other mode's notification waits for its mode";
+    ASSERT_TRUE(yk::test::runLoopUntil([&] { return queue->count() == 0; }, kOtherMode));
+    EXPECT_EQ(listener->log.back(), "Other@(null)");
+
+    queue->enqueueNotification(note("Gone", a.get()).get(), yk::NSPostASAP);
+    queue->dequeueNotificationsMatching(note("Gone", b.get()).get(), yk::NSNotificationCoalescingOnName);
+    EXPECT_EQ(queue->count(), 0u);
+    queue->enqueueNotification(note("Now", a.get()).get(), yk::NSPostNow);
+    EXPECT_EQ(listener->log.back(), "Now@a");
+}
+
+} // namespace

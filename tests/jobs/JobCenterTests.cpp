@@ -1,0 +1,193 @@
+#include <Yarkit/MainThreadMessaging.h>
+#include <Yarkit/YJob.h>
+#include <Yarkit/YJobCenter.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/String.h>
+
+#include "JobsTestSupport.h"
+#include "core/CoreTestSupport.h"
+#include "core/LogCapture.h"
+#include "core/RunLoopTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+namespace {
+
+using namespace yk;
+using yk::test::EventLog;
+using yk::test::Gatekeeper;
+using yk::test::JobTarget;
+using yk::test::JobWatcher;
+using yk::test::waitUntil;
+
+// A fresh background center with a delegate that logs, and a way to see every notice the main
+// thread has been sent so far.
+class YJobCenterTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        YJobCenter::mainThreadCenter(); // prepared on the main thread
+        center->setDelegate(delegate.get());
+    }
+    void TearDown() override { center->setDelegate(nullptr); }
+
+    // Runs the main loop until everything posted to the main-thread center so far has run.
+    void drainMainThread()
+    {
+        std::atomic<bool> marked { false };
+        auto marker = make<JobTarget>();
+        marker->body = [&] { marked = true; };
+        std::thread([&] { performSelectorInMainThread(marker.get(), "work"); }).join();
+        ASSERT_TRUE(yk::test::runLoopUntil([&] { return marked.load(); }));
+    }
+    std::vector<std::string> events() { return log.events(); }
+
+    EventLog log;
+    Ref<YJobCenter> center = YJobCenter::jobCenter();
+    Ref<JobWatcher> delegate = make<JobWatcher>("delegate", &log);
+    Ref<JobTarget> target = make<JobTarget>();
+};
+
+TEST_F(YJobCenterTest, NoticesGoToTheSenderElseTheDelegateOnTheirThreadsAndTheCenterActivatesOnce)
+{
+    auto sender = make<JobWatcher>("sender", &log);
+    auto failing = make<JobTarget>();
+    failing->body = [] { raise(NSGenericException, "job failed"); };
+    auto first = YJob::jobWithTarget(failing.get(), "work");
+    ASSERT_TRUE(center->postJob(first.get(), sender.get()));
+    ASSERT_TRUE(yk::test::runLoopUntil([&] { return log.size() == 5; }));
+    drainMainThread();
+    // The activation notice travels to the main thread, so it may come before or after will-begin.
+    auto seen = events();
+    std::vector<std::string> senderSaw, delegateSaw;
+    for (const auto& event : seen)
+        (event.rfind("sender", 0) == 0 ? senderSaw : delegateSaw).push_back(event);
+    EXPECT_EQ(senderSaw, (std::vector<std::string> { "sender YJobWillBeginNotification other", "sender YJobExceptionDidOccurNotification other NSException",
+                             "sender YJobDidEndNotification other" }));
+    EXPECT_EQ(delegateSaw, (std::vector<std::string> { "delegate YJobCenterDidActivateNotification main", "delegate YJobCenterDidDeactivateNotification main" }));
+
+    // Without a sender the delegate is told; three jobs in one busy period activate once.
+    log.clear();
+    std::atomic<bool> open { false };
+    target->body = [&] { waitUntil([&] { return open.load(); }); };
+    for (int i = 0; i < 3; ++i)
+        center->postJob(YJob::jobWithTarget(target.get(), "work").get());
+    open = true;
+    ASSERT_TRUE(yk::test::runLoopUntil([&] {
+        auto seen = events();
+        return std::count(seen.begin(), seen.end(), "delegate YJobCenterDidDeactivateNotification main") == 1;
+    }));
+    drainMainThread();
+    seen = events();
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), "delegate YJobCenterDidActivateNotification main"), 1);
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), "delegate YJobCenterDidDeactivateNotification main"), 1);
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), "delegate YJobDidEndNotification other"), 3);
+}
+
+TEST_F(YJobCenterTest, PostingVetsKeepsTheNewSenderAndComparesOnlyWaitingJobs)
+{
+    auto sender = make<JobWatcher>("sender", &log);
+    delegate->shouldAddJob = [](YJobCenter*, YJob*, Array*, Array*) -> bool { raise(NSGenericException, "no adding"); };
+    auto job = YJob::jobWithTarget(target.get(), "object:", String::withUTF8("x").get());
+    test::expectRaise([&] { center->postJob(job.get(), sender.get()); }, NSGenericException, "no adding");
+    EXPECT_EQ(job->sender(), sender.get()) << "a refused job keeps its new sender";
+    EXPECT_FALSE(center->hasWaitingJobs()) << "the locks are free again";
+
+    // Held back by the delegate, jobs stay waiting; an equal waiting job refuses the IfAbsent post.
+    delegate->shouldAddJob = nullptr;
+    std::atomic<bool> hold { true };
+    delegate->shouldExecuteJob = [&](YJobCenter*, YJob*, Array*) { return !hold.load(); };
+    ASSERT_TRUE(center->postJob(job.get()));
+    EXPECT_TRUE(center->postJob(job.get())) << "the same job twice";
+    EXPECT_FALSE(center->postJobIfAbsent(YJob::jobWithTarget(target.get(), "object:", String::withUTF8("x").get()).get()));
+    EXPECT_EQ(center->waitingJobs().size(), 2u);
+    EXPECT_FALSE(center->removeJob(YJob::jobWithTarget(target.get(), "object:", String::withUTF8("x").get()).get())) << "removal is by identity";
+    center->removeWaitingJobsMatchingTarget(nullptr, {}, nullptr);
+    EXPECT_EQ(center->waitingJobs().size(), 2u) << "no criterion matches nothing";
+    center->removeAllWaitingJobs();
+
+    // A running equal job does not refuse it.
+    std::atomic<bool> open { false };
+    auto blocking = make<JobTarget>();
+    blocking->body = [&] { waitUntil([&] { return open.load(); }); };
+    hold = false;
+    ASSERT_TRUE(center->postJob(YJob::jobWithTarget(blocking.get(), "work").get()));
+    ASSERT_TRUE(waitUntil([&] { return center->hasRunningJobs(); }));
+    hold = true;
+    EXPECT_TRUE(center->postJobIfAbsent(YJob::jobWithTarget(blocking.get(), "work").get()));
+    center->removeAllWaitingJobs();
+    open = true;
+    ASSERT_TRUE(waitUntil([&] { return !center->hasRunningJobs(); }));
+}
+
+TEST_F(YJobCenterTest, AHeldBackJobLetsAYoungerOneStartAndIsAskedAgainOnlyOnChange)
+{
+    center->setDelegate(nullptr);
+    auto gate = make<Gatekeeper>([](YJob*, Array*) { return false; });
+    auto held = YJob::jobWithTarget(target.get(), "work");
+    ASSERT_TRUE(center->postJob(held.get(), gate.get()));
+    ASSERT_TRUE(waitUntil([&] { return gate->asked == 1; }));
+
+    std::atomic<bool> started { false };
+    std::atomic<bool> open { false };
+    auto blocking = make<JobTarget>();
+    blocking->body = [&] {
+        started = true;
+        waitUntil([&] { return open.load(); });
+    };
+    ASSERT_TRUE(center->postJob(YJob::jobWithTarget(blocking.get(), "work").get()));
+    ASSERT_TRUE(waitUntil([&] { return started.load() && gate->asked == 3; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(gate->asked, 3) << "nothing changed: the watch thread sleeps";
+    open = true;
+    ASSERT_TRUE(waitUntil([&] { return gate->asked == 4 && !center->hasRunningJobs(); }));
+    EXPECT_TRUE(center->removeJob(held.get()));
+    EXPECT_EQ(target->calls, 0);
+}
+
+TEST_F(YJobCenterTest, RemovalsTellInOppositeOrdersOnTheCancellingThread)
+{
+    delegate->shouldExecuteJob = [](YJobCenter*, YJob*, Array*) { return false; };
+    auto post = [&] {
+        std::vector<YJob*> jobs;
+        for (int i = 0; i < 3; ++i) {
+            auto job = YJob::jobWithTargetWithInt(target.get(), "number:", i);
+            center->postJob(job.get());
+            jobs.push_back(job.get());
+        }
+        return jobs;
+    };
+    auto abc = post();
+    center->removeAllWaitingJobs();
+    EXPECT_EQ(delegate->cancelledJobs(), (std::vector<YJob*> { abc[2], abc[1], abc[0] }));
+    EXPECT_EQ(log.events().front(), "delegate YJobDidCancelNotification main");
+    log.clear();
+    abc = post();
+    center->removeWaitingJobsMatchingTarget(target.get(), "number:", nullptr);
+    auto cancelled = delegate->cancelledJobs();
+    EXPECT_EQ(std::vector<YJob*>(cancelled.begin() + 3, cancelled.end()), abc);
+    drainMainThread();
+    auto seen = events();
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), "delegate YJobCenterDidActivateNotification main"), 0) << "a center that never ran";
+}
+
+TEST_F(YJobCenterTest, AVettingMethodThatReentersTheCenterIsLoggedAndCountsAsNo)
+{
+    LogCapture capture;
+    std::atomic<int> asked { 0 };
+    delegate->shouldExecuteJob = [&](YJobCenter* c, YJob*, Array*) {
+        asked.fetch_add(1);
+        return c->hasRunningJobs(); // takes a lock the watch thread holds
+    };
+    auto job = YJob::jobWithTarget(target.get(), "work");
+    ASSERT_TRUE(center->postJob(job.get()));
+    ASSERT_TRUE(waitUntil([&] { return asked == 1 && capture.text().size() > 0; }));
+    EXPECT_EQ(capture.text().rfind("Exception raised during invoking -[JobWatcher jobCenter:shouldExecuteJob:withRunningJobs:].  Ignored.  Exception: ", 0), 0u)
+        << capture.text();
+    EXPECT_TRUE(center->removeJob(job.get()));
+    EXPECT_EQ(target->calls, 0);
+}
+
+} // namespace
