@@ -9,5 +9,6 @@ int runDetect(int argc, char** argv, int first);
 int runRepair(int argc, char** argv, int first);
 int runToUTF8(int argc, char** argv, int first);
 int runBase64(int argc, char** argv, int first);
+int runNewlines(int argc, char** argv, int first);
 
 } // namespace yk::tool
