@@ -3,9 +3,11 @@
 #include <Yarkit/YPushbackInputStream.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Exception.h>
 
 #include "streams/InPlaceSource.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace yk {
@@ -42,11 +44,12 @@ bool YLineInputStream::readByte(uint8_t& byte)
 void YLineInputStream::append(const uint8_t* bytes, uint32_t length)
 {
     if (length > _lineBufferSize - _lineLength) {
+        if (uint64_t(_lineLength) + length > UINT32_MAX)
+            raise(NSRangeException, "*** -[%s readLineDataTrimmingNewline:]: Range or index out of bounds", classObject()->name().c_str());
         uint64_t size = _lineBufferSize;
         while (size - _lineLength < length)
             size *= 2;
-        if (size > UINT32_MAX)
-            size = UINT32_MAX;
+        size = std::min<uint64_t>(size, UINT32_MAX);
         auto grown = std::make_unique_for_overwrite<uint8_t[]>(size);
         std::memcpy(grown.get(), _lineBuffer.get(), _lineLength);
         _lineBuffer = std::move(grown);

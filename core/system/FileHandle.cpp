@@ -122,13 +122,15 @@ void FileHandle::raiseErrno(const char* selector, int code) const
 
 bool FileHandle::gathersReads()
 {
-    if (_isRegularFile < 0) {
-        struct stat status;
-        if (fstat(_fd, &status) < 0)
-            return false; // the read itself reports the error
-        _isRegularFile = S_ISREG(status.st_mode) || S_ISBLK(status.st_mode);
-    }
-    return _isRegularFile;
+    int8_t known = _isRegularFile.load(std::memory_order_relaxed);
+    if (known >= 0)
+        return known;
+    struct stat status;
+    if (fstat(_fd, &status) < 0)
+        return false; // the read itself reports the error
+    bool regular = S_ISREG(status.st_mode) || S_ISBLK(status.st_mode);
+    _isRegularFile.store(regular, std::memory_order_relaxed);
+    return regular;
 }
 
 size_t FileHandle::readOnce(uint8_t* buffer, size_t length, const char* selector)

@@ -7,4 +7,7 @@
 
 namespace demo {
 
+// Streams: an attachment's base64 round trip with progress, a message with mixed line ends.
+bool showStreams(const std::filesystem::path& examples);
+
 } // namespace demo

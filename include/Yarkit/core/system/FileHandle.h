@@ -3,6 +3,7 @@
 #include <Yarkit/core/Forward.h>
 #include <Yarkit/core/runtime/Object.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string_view>
 
@@ -92,8 +93,9 @@ private:
     int _fd;
     bool _closeOnDealloc;
     bool _shared { false };
-    // Whether reads gather (regular files); found with fstat on the first read.
-    int8_t _isRegularFile { -1 };
+    // Whether reads gather (regular files); found with fstat on the first read. Atomic: the
+    // shared standard handles may be read from several threads.
+    std::atomic<int8_t> _isRegularFile { -1 };
 };
 
 } // namespace yk
