@@ -13,6 +13,7 @@
 #include <Yarkit/YLineInputStream.h>
 #include <Yarkit/YMonitorInputStream.h>
 #include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/values/Data.h>
 
 #include <cstdio>
 #include <cstdlib>

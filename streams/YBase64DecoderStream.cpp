@@ -4,7 +4,6 @@
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/values/Exception.h>
 
-#include "streams/Base64Codec.h"
 #include "streams/InPlaceSource.h"
 
 #include <algorithm>
@@ -21,16 +20,6 @@ constexpr uint8_t LF = '\n';
 bool isLineBreak(uint8_t c)
 {
     return c == CR || c == LF;
-}
-
-// The number of leading alphabet characters, at most `limit`.
-uint32_t alphabetRun(std::span<const uint8_t> bytes, uint32_t limit)
-{
-    uint32_t n = 0;
-    uint32_t end = std::min<uint32_t>(static_cast<uint32_t>(bytes.size()), limit);
-    while (n < end && bytes[n] < 128 && detail::base64_val[bytes[n]] < 64)
-        ++n;
-    return n;
 }
 
 } // namespace
@@ -90,11 +79,18 @@ uint32_t YBase64DecoderStream::decodeInPlace(uint8_t* out, uint32_t room, bool& 
         if (breaks < unread.size())
             break;
     }
-    uint32_t groups = alphabetRun(source.unread(), room / 3 * 4) / 4;
+    // Whole groups before the next line break decode to 3 bytes each exactly when they are all
+    // alphabet characters; anything else ("=", a stray character) gives fewer, and the
+    // group-by-group reading takes over. The codec writes within the 3 bytes per group.
+    unread = source.unread();
+    const uint8_t* lineBreak = detail::findLineBreak(unread);
+    auto available = static_cast<uint32_t>(lineBreak ? lineBreak - unread.data() : unread.size());
+    uint32_t groups = std::min(available / 4, room / 3);
     if (!groups)
         return 0;
-    // Whole groups of alphabet characters: 3 bytes each, none written beyond them.
-    int32_t n = yk_decode_base64(out, reinterpret_cast<const char*>(source.unread().data()), groups * 4);
+    int32_t n = yk_decode_base64(out, reinterpret_cast<const char*>(unread.data()), groups * 4);
+    if (n != int32_t(groups * 3))
+        return 0;
     source.consume(groups * 4);
     return static_cast<uint32_t>(n);
 }

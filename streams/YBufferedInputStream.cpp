@@ -56,6 +56,10 @@ uint32_t YBufferedInputStream::readBytesFromBuffer(uint8_t* buffer, uint32_t len
 
 uint32_t YBufferedInputStream::readBytes(void* buffer, uint32_t length)
 {
+    if (length == 1 && _pos < _count) {
+        *static_cast<uint8_t*>(buffer) = _buffer[_pos++];
+        return 1;
+    }
     auto* next = static_cast<uint8_t*>(buffer);
     uint32_t total = 0;
     while (total < length) {

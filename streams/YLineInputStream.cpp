@@ -94,6 +94,29 @@ Ref<Data> YLineInputStream::finishAfterCR(bool trim)
     return takeLine(false);
 }
 
+// A whole line that lies in the source's unread bytes, taken without the line buffer; null
+// when a CR ends the unread bytes (its next byte must be read).
+Ref<Data> YLineInputStream::lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim)
+{
+    const uint8_t* bytes = unread.data();
+    if (bytes[run] == LF) {
+        source.consume(run + 1);
+        return Data::dataWithBytes(bytes, trim ? run : run + 1);
+    }
+    if (run + 1 == unread.size())
+        return nullptr;
+    uint8_t next = bytes[run + 1];
+    if (next == LF) {
+        source.consume(run + 2);
+        return Data::dataWithBytes(bytes, trim ? run : run + 2);
+    }
+    // The byte after the CR is read and pushed back, as a one-byte read would.
+    Ref<Data> line = Data::dataWithBytes(bytes, trim ? run : run + 1);
+    source.consume(run + 2);
+    pushBack(next);
+    return line;
+}
+
 Ref<Data> YLineInputStream::readLineData()
 {
     return readLineDataTrimmingNewline(false);
@@ -117,6 +140,10 @@ Ref<Data> YLineInputStream::readLineDataTrimmingNewline(bool trim)
             }
             const uint8_t* lineBreak = detail::findLineBreak(unread);
             auto run = static_cast<uint32_t>(lineBreak ? lineBreak - unread.data() : unread.size());
+            if (lineBreak && !_lineLength) {
+                if (Ref<Data> line = lineInPlace(source, unread, run, trim))
+                    return line;
+            }
             append(unread.data(), run);
             if (!lineBreak) {
                 source.consume(run);

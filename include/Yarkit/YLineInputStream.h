@@ -3,8 +3,13 @@
 #include <Yarkit/YFilterStream.h>
 
 #include <memory>
+#include <span>
 
 namespace yk {
+
+namespace detail {
+class InPlaceSource;
+}
 
 // Reads lines ended by LF, CR or CR LF, one fresh data object per line. Put a buffered
 // stream under it: it reads its stream a byte at a time, except over a YBufferedInputStream
@@ -35,6 +40,7 @@ private:
     void pushBack(uint8_t byte);
     // The collected bytes as a line; null when `nilWhenEmpty` and nothing was collected.
     Ref<Data> takeLine(bool nilWhenEmpty);
+    Ref<Data> lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim);
     // After a CR: takes a following LF, pushes back anything else.
     Ref<Data> finishAfterCR(bool trim);
 
