@@ -83,4 +83,5 @@
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/system/Unarchiver.h>
+#include <Yarkit/core/system/URL.h>
 #include <Yarkit/core/system/UserDefaults.h>

@@ -51,5 +51,6 @@ class UserDefaults;
 class FileHandle;
 class Archiver;
 class Unarchiver;
+class URL;
 
 } // namespace yk
