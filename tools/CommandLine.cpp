@@ -1,6 +1,7 @@
 #include "tools/CommandLine.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -26,6 +27,18 @@ std::optional<Input> readInput(const std::string& name)
     return input;
 }
 
+Ref<YFileStream> openInputStream(const std::string& name)
+{
+    if (name == "-")
+        return YFileStream::streamWithStandardInput();
+    Ref<FileHandle> handle = FileHandle::fileHandleForReadingAtPath(name);
+    if (!handle) {
+        std::fprintf(stderr, "yarkit: %s: %s\n", name.c_str(), std::strerror(errno));
+        return nullptr;
+    }
+    return YFileStream::streamWithFileHandle(handle.get());
+}
+
 int usageError(const std::string& command, const std::string& message)
 {
     std::fprintf(stderr, "yarkit %s: %s\nTry 'yarkit %s --help'.\n", command.c_str(), message.c_str(), command.c_str());
@@ -49,6 +62,16 @@ bool writeOutput(const void* bytes, size_t length)
     return true;
 }
 
+namespace {
+
+// "-DefaultBase64LineLength": one dash and a letter.
+bool isUserDefault(const std::string& argument)
+{
+    return argument.size() > 1 && argument[0] == '-' && std::isalpha(static_cast<unsigned char>(argument[1]));
+}
+
+} // namespace
+
 std::optional<Arguments> parseArguments(int argc, char** argv, int first, const std::vector<OptionSpec>& accepted,
     std::string& error)
 {
@@ -62,6 +85,10 @@ std::optional<Arguments> parseArguments(int argc, char** argv, int first, const 
         }
         if (argument == "--") {
             optionsEnded = true;
+            continue;
+        }
+        if (isUserDefault(argument) && i + 1 < argc) {
+            ++i; // the user defaults read "-Key value" pairs themselves
             continue;
         }
         std::string name = argument.substr(0, argument.find('='));

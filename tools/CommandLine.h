@@ -3,6 +3,7 @@
 // What every command of the yarkit tool shares: reading its inputs, reporting errors, and the
 // exit statuses.
 
+#include <Yarkit/YFileStream.h>
 #include <Yarkit/core/values/Data.h>
 
 #include <cstdint>
@@ -37,6 +38,10 @@ std::optional<Input> readInput(const std::string& name);
 // The largest input the byte functions take (their lengths are 32-bit).
 inline constexpr size_t MaximumInputSize = 0x7FFFFFFF;
 
+// A stream that reads the named file, or standard input for "-". On failure prints
+// "yarkit: NAME: reason" to standard error and returns null.
+Ref<YFileStream> openInputStream(const std::string& name);
+
 // Prints "yarkit COMMAND: message" and a pointer to --help on standard error; returns ExitError.
 int usageError(const std::string& command, const std::string& message);
 
@@ -51,7 +56,8 @@ struct OptionSpec {
 };
 
 // A command line split into options and operands. Everything after "--", and "-" itself, is
-// an operand.
+// an operand. A user default given as "-Key value" (one dash, then a letter) is skipped: the
+// user defaults read it from the command line themselves.
 struct Arguments {
     std::map<std::string, std::string> options; // flags map to ""
     std::vector<std::string> operands;

@@ -14,5 +14,6 @@ int runIDN(int argc, char** argv, int first);
 int runRegex(int argc, char** argv, int first);
 int runDigest(int argc, char** argv, int first);
 int runPassword(int argc, char** argv, int first);
+int runNewlines(int argc, char** argv, int first);
 
 } // namespace yk::tool

@@ -20,6 +20,7 @@ Commands:
   regex     find regular-expression matches, in UTF-16 units
   digest    print the message digest or HMAC of files, by libcrypto's algorithm names
   password  find, store or remove an internet password in the user's password store
+  newlines  rewrite or count line endings (LF, CR LF, lone CR)
 
 Every command reads standard input when no FILE is given (or for "-"), and takes --help.
 Exit status 2 means bad usage, an unknown encoding or an unreadable file.
@@ -40,6 +41,7 @@ constexpr Command commands[] = {
     { "regex", yk::tool::runRegex },
     { "digest", yk::tool::runDigest },
     { "password", yk::tool::runPassword },
+    { "newlines", yk::tool::runNewlines },
 };
 
 } // namespace

@@ -122,13 +122,15 @@ void FileHandle::raiseErrno(const char* selector, int code) const
 
 bool FileHandle::gathersReads()
 {
-    if (_isRegularFile < 0) {
-        struct stat status;
-        if (fstat(_fd, &status) < 0)
-            return false; // the read itself reports the error
-        _isRegularFile = S_ISREG(status.st_mode) || S_ISBLK(status.st_mode);
-    }
-    return _isRegularFile;
+    int8_t known = _isRegularFile.load(std::memory_order_relaxed);
+    if (known >= 0)
+        return known;
+    struct stat status;
+    if (fstat(_fd, &status) < 0)
+        return false; // the read itself reports the error
+    bool regular = S_ISREG(status.st_mode) || S_ISBLK(status.st_mode);
+    _isRegularFile.store(regular, std::memory_order_relaxed);
+    return regular;
 }
 
 size_t FileHandle::readOnce(uint8_t* buffer, size_t length, const char* selector)
@@ -142,21 +144,31 @@ size_t FileHandle::readOnce(uint8_t* buffer, size_t length, const char* selector
     }
 }
 
+uint32_t FileHandle::readInto(uint8_t* bytes, uint32_t length, const char* selector)
+{
+    if (!length)
+        return 0;
+    bool gather = gathersReads();
+    size_t total = 0;
+    do {
+        size_t n = readOnce(bytes + total, length - total, selector);
+        if (!n)
+            break;
+        total += n;
+    } while (gather && total < length);
+    return static_cast<uint32_t>(total);
+}
+
 Ref<Data> FileHandle::readGathering(uint32_t length, const char* selector)
 {
     if (!length)
         return make<Data>();
-    bool gather = gathersReads();
-    return Data::dataByFilling(length, [&](uint8_t* bytes) {
-        size_t total = 0;
-        do {
-            size_t n = readOnce(bytes + total, length - total, selector);
-            if (!n)
-                break;
-            total += n;
-        } while (gather && total < length);
-        return static_cast<uint32_t>(total);
-    });
+    return Data::dataByFilling(length, [&](uint8_t* bytes) { return readInto(bytes, length, selector); });
+}
+
+uint32_t FileHandle::readBytes(void* buffer, uint32_t length)
+{
+    return readInto(static_cast<uint8_t*>(buffer), length, "readDataOfLength:");
 }
 
 Ref<Data> FileHandle::readDataOfLength(uint32_t length)

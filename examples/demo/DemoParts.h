@@ -17,5 +17,7 @@ std::vector<unsigned char> readFile(const std::filesystem::path& path);
 
 // Fetching and decoding the sample mailbox in jobs reporting to the main run loop.
 bool showJobs(const std::filesystem::path& samples);
+// Streams: an attachment's base64 round trip with progress, a message with mixed line ends.
+bool showStreams(const std::filesystem::path& examples);
 
 } // namespace demo

@@ -65,6 +65,9 @@ int main(int argc, char** argv)
     std::printf("\nSettings come from the user defaults:\n");
     showBase64(examples / "samples" / "iso-2022-jp.txt");
 
+    std::printf("\nStreams: an attachment through base64 and back, and a message with mixed line ends:\n");
+    demo::showStreams(examples);
+
     std::printf("\nErrors carry the framework's exact messages:\n");
     showAbstractMethodError();
 

@@ -51,3 +51,29 @@ cut = sjis.index("から\r\n".encode("shift_jis")) + 3
 sjis = sjis[:cut] + sjis[cut + 1:]
 sjis = sjis.replace("鈴木".encode("shift_jis"), "鈴木".encode("shift_jis") + b" \xfd")
 write("broken-shift_jis.txt", sjis)
+
+# A message as it arrives from a mix of mail software: headers ended by CR LF, a text part by
+# LF, a note by lone CRs, and the damaged Shift_JIS text above as a base64 part in lines of 76.
+# The extension keeps it out of the demo's mailbox of .txt messages.
+import base64
+
+encoded = base64.b64encode(sjis)
+part = b"\r\n".join(encoded[i:i + 76] for i in range(0, len(encoded), 76))
+mixed = (
+    b"From: suzuki@example.jp\r\n"
+    b"Subject: meeting notes\r\n"
+    b"MIME-Version: 1.0\r\n"
+    b"Content-Type: multipart/mixed; boundary=\"b1\"\r\n"
+    b"\r\n"
+    b"--b1\n"
+    b"Content-Type: text/plain; charset=us-ascii\n"
+    b"\n"
+    b"The notes are attached.\n"
+    b"Written on an old system:\rits lines end in CR.\r"
+    b"--b1\r\n"
+    b"Content-Type: text/plain; charset=shift_jis\r\n"
+    b"Content-Transfer-Encoding: base64\r\n"
+    b"\r\n" + part + b"\r\n"
+    b"--b1--\r\n"
+)
+write("mixed-newlines.eml", mixed)

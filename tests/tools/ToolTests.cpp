@@ -183,6 +183,30 @@ TEST(Tool, Base64OfALargeInputRoundTrips)
     EXPECT_EQ(decoded.out, bytes);
 }
 
+TEST(Tool, Base64TakesItsDefaultLineLengthFromTheUserDefaultsAndReportsWriteErrors)
+{
+    std::string bytes(60, 'x');
+    Result forty = run("base64 -DefaultBase64LineLength 40", bytes);
+    EXPECT_EQ(forty.out.substr(40, 2), "\r\n");
+    EXPECT_EQ(forty.out.size(), 84u);
+    int full = std::system(("echo x | '" + std::string(YK_TOOL_PATH) + "' base64 >/dev/full 2>/dev/null").c_str());
+    EXPECT_EQ(WEXITSTATUS(full), 2) << "a write error";
+    Result progress = run("base64 --progress", std::string(100000, 'p'));
+    EXPECT_NE(progress.err.find("100%"), std::string::npos) << progress.err;
+}
+
+TEST(Tool, NewlinesRewritesAndCountsLineEndings)
+{
+    const std::string mixed = "a\r\nb\rc\n\r\rd";
+    check({
+        { "newlines", mixed, 0, "a\nb\nc\n\n\nd", "" },
+        { "newlines --to crlf", mixed, 0, "a\r\nb\r\nc\r\n\r\n\r\nd", "" },
+        { "newlines --to cr", "x\n", 0, "x\r", "" },
+        { "newlines --count", mixed, 0, "cr 3\nlf 1\ncrlf 1\n", "" },
+        { "newlines --to nl", "", 2, "", "--to takes lf, crlf or cr" },
+    });
+}
+
 TEST(Tool, UsageErrorsExitWithStatusTwo)
 {
     check({
@@ -252,7 +276,8 @@ TEST(Tool, DigestErrorsAndSeveralFiles)
 
 TEST(Tool, EveryCommandHasHelp)
 {
-    for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help", "digest --help", "password --help" })
+    for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help", "newlines --help",
+             "digest --help", "password --help", "utf7 --help", "idn --help", "regex --help" })
         EXPECT_EQ(run(command).out.rfind("Usage: yarkit ", 0), 0u) << command;
     EXPECT_EQ(run("detect --help").status, 0);
 }

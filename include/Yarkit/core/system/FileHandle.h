@@ -3,6 +3,7 @@
 #include <Yarkit/core/Forward.h>
 #include <Yarkit/core/runtime/Object.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string_view>
 
@@ -56,6 +57,8 @@ public:
     // Up to `length` bytes (see above for which kinds of file return short); empty at end of
     // file.
     [[nodiscard]] Ref<Data> readDataOfLength(uint32_t length);
+    // The same into the caller's buffer; returns the count, 0 at end of file.
+    [[nodiscard]] uint32_t readBytes(void* buffer, uint32_t length);
     // Everything up to end of file; raises EFBIG past 4 GiB - 1.
     [[nodiscard]] Ref<Data> readDataToEndOfFile();
     // A regular file's bytes up to its end; otherwise what one read(2) gives, waiting for it.
@@ -82,6 +85,7 @@ private:
 
     [[noreturn]] void raiseErrno(const char* selector, int code) const;
     [[nodiscard]] Ref<Data> readGathering(uint32_t length, const char* selector);
+    uint32_t readInto(uint8_t* bytes, uint32_t length, const char* selector);
     // One read(2) into `buffer`, EINTR retried; raises on failure.
     size_t readOnce(uint8_t* buffer, size_t length, const char* selector);
     bool gathersReads();
@@ -89,8 +93,9 @@ private:
     int _fd;
     bool _closeOnDealloc;
     bool _shared { false };
-    // Whether reads gather (regular files); found with fstat on the first read.
-    int8_t _isRegularFile { -1 };
+    // Whether reads gather (regular files); found with fstat on the first read. Atomic: the
+    // shared standard handles may be read from several threads.
+    std::atomic<int8_t> _isRegularFile { -1 };
 };
 
 } // namespace yk
