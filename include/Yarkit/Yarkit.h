@@ -33,6 +33,7 @@
 #include <Yarkit/core/runtime/Slot.h>
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/AttributedString.h>
 #include <Yarkit/core/values/ComparisonResult.h>
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Date.h>
@@ -62,8 +63,13 @@
 #include <Yarkit/core/threads/Thread.h>
 #include <Yarkit/core/system/Archiver.h>
 #include <Yarkit/core/system/Bundle.h>
+#include <Yarkit/core/system/Calendar.h>
 #include <Yarkit/core/system/Coding.h>
+#include <Yarkit/core/system/DateFormatter.h>
+#include <Yarkit/core/system/Formatter.h>
+#include <Yarkit/core/system/Locale.h>
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/system/TimeZone.h>
 #include <Yarkit/core/system/Unarchiver.h>
 #include <Yarkit/core/system/UserDefaults.h>

@@ -36,6 +36,7 @@ class Null;
 class Date;
 class Error;
 class Exception;
+class AttributedString;
 
 // threads
 class Lock;
@@ -50,5 +51,11 @@ class NotificationCenter;
 class UserDefaults;
 class Archiver;
 class Unarchiver;
+class Bundle;
+class TimeZone;
+class Locale;
+class Calendar;
+class Formatter;
+class DateFormatter;
 
 } // namespace yk
