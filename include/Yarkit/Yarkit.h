@@ -6,7 +6,10 @@
 #include <Yarkit/ByteClasses.h>
 #include <Yarkit/ByteSearch.h>
 #include <Yarkit/ByteSequenceRepair.h>
+#include <Yarkit/CStringCallBacks.h>
 #include <Yarkit/ClassCompatibility.h>
+#include <Yarkit/DateAdditions.h>
+#include <Yarkit/DateDescriptions.h>
 #include <Yarkit/DictionaryAdditions.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
 #include <Yarkit/MemoryFunctions.h>
@@ -15,9 +18,12 @@
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
 #include <Yarkit/UserDefaultsAdditions.h>
+#include <Yarkit/YCStringPool.h>
 #include <Yarkit/YIRefObject.h>
+#include <Yarkit/YKByteFormatter.h>
 #include <Yarkit/YObject.h>
 #include <Yarkit/YPostLoadProcessor.h>
+#include <Yarkit/YStopwatch.h>
 #include <Yarkit/core/Forward.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Imp.h>
