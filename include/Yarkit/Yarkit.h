@@ -72,10 +72,12 @@
 #include <Yarkit/core/system/Calendar.h>
 #include <Yarkit/core/system/Coding.h>
 #include <Yarkit/core/system/DateFormatter.h>
+#include <Yarkit/core/system/FileHandle.h>
 #include <Yarkit/core/system/Formatter.h>
 #include <Yarkit/core/system/Locale.h>
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/system/TimeZone.h>
 #include <Yarkit/core/system/Unarchiver.h>
+#include <Yarkit/core/system/URL.h>
 #include <Yarkit/core/system/UserDefaults.h>

@@ -49,6 +49,7 @@ class Thread;
 class Notification;
 class NotificationCenter;
 class UserDefaults;
+class FileHandle;
 class Archiver;
 class Unarchiver;
 class Bundle;
@@ -57,5 +58,6 @@ class Locale;
 class Calendar;
 class Formatter;
 class DateFormatter;
+class URL;
 
 } // namespace yk

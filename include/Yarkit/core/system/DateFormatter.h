@@ -1,6 +1,9 @@
 #pragma once
 
 #include <Yarkit/core/system/Formatter.h>
+#include <Yarkit/core/system/Locale.h>
+#include <Yarkit/core/system/TimeZone.h>
+#include <Yarkit/core/values/String.h>
 
 #include <cstdint>
 #include <memory>
@@ -8,8 +11,6 @@
 namespace yk {
 
 class Date;
-class Locale;
-class TimeZone;
 
 // Date and time styles, with the platform's values (ICU's own styles count the other way).
 using DateFormatterStyle = uint32_t;
