@@ -11,12 +11,14 @@
 #include <Yarkit/DateAdditions.h>
 #include <Yarkit/DateDescriptions.h>
 #include <Yarkit/DictionaryAdditions.h>
+#include <Yarkit/ExceptionAdditions.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
 #include <Yarkit/MemoryFunctions.h>
 #include <Yarkit/MethodReplacement.h>
 #include <Yarkit/MutableDictionaryAdditions.h>
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
+#include <Yarkit/StringNumberAdditions.h>
 #include <Yarkit/UserDefaultsAdditions.h>
 #include <Yarkit/YCStringPool.h>
 #include <Yarkit/YIRefObject.h>
@@ -46,6 +48,7 @@
 #include <Yarkit/core/values/Dictionary.h>
 #include <Yarkit/core/values/Error.h>
 #include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/ExceptionHandler.h>
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/MutableArray.h>
@@ -77,6 +80,8 @@
 #include <Yarkit/core/system/Locale.h>
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
+#include <Yarkit/core/system/Pipe.h>
+#include <Yarkit/core/system/Task.h>
 #include <Yarkit/core/system/TimeZone.h>
 #include <Yarkit/core/system/Unarchiver.h>
 #include <Yarkit/core/system/URL.h>
