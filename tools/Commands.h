@@ -9,5 +9,7 @@ int runDetect(int argc, char** argv, int first);
 int runRepair(int argc, char** argv, int first);
 int runToUTF8(int argc, char** argv, int first);
 int runBase64(int argc, char** argv, int first);
+int runSize(int argc, char** argv, int first);
+int runDate(int argc, char** argv, int first);
 
 } // namespace yk::tool

@@ -1,5 +1,6 @@
 // yarkit: the framework's byte and text functions on the command line.
 
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 
@@ -15,6 +16,8 @@ Commands:
   repair    replace malformed byte sequences so strict converters accept the text
   to-utf8   detect, repair and convert text to UTF-8, reporting what was replaced
   base64    encode or decode base64 with CR LF lines
+  size      print byte counts as short sizes (1.0 MB)
+  date      print dates as a message list shows them (today 0:05)
 
 Every command reads standard input when no FILE is given (or for "-"), and takes --help.
 Exit status 2 means bad usage, an unknown encoding or an unreadable file.
@@ -30,12 +33,16 @@ constexpr Command commands[] = {
     { "repair", yk::tool::runRepair },
     { "to-utf8", yk::tool::runToUTF8 },
     { "base64", yk::tool::runBase64 },
+    { "size", yk::tool::runSize },
+    { "date", yk::tool::runDate },
 };
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // The library never sets the locale; the tool takes the user's, so texts are translated.
+    std::setlocale(LC_ALL, "");
     if (argc < 2) {
         std::fputs(mainHelp, stderr);
         return yk::tool::ExitError;

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/values/String.h>
 
 namespace yk {
 
 class AttributedString;
 class Dictionary;
-class String;
 
 // The abstract formatter: turns objects into text for display and editing, and text back into
 // objects. Subclasses override stringForObjectValue and getObjectValue; the other methods have
