@@ -7,4 +7,7 @@
 
 namespace demo {
 
+// A message list: relative dates, sizes, interned header names and a logged failure.
+bool showMessageList(const std::filesystem::path& samples);
+
 } // namespace demo

@@ -191,4 +191,7 @@ int main(int argc, char** argv)
 
     std::printf("\nErrors carry the framework's exact messages:\n");
     showAbstractMethodError();
+
+    std::printf("\nThe message list:\n");
+    demo::showMessageList(examples / "samples");
 }
