@@ -33,13 +33,20 @@ const Ref<String>& twoSpaces()
     return separator;
 }
 
-Ref<String> stackTraceString(const Exception* exception)
+// The user-information entry of key when it is a T, else null.
+template <typename T>
+Ref<T> userInfoEntry(const Exception* exception, const char* key)
 {
     const auto& info = exception->userInfo();
     if (!info)
         return nullptr;
-    auto value = info->objectForKey(std::string_view(NSStackTraceKey));
-    return Ref<String>(dynamic_cast<String*>(value.get()));
+    auto value = info->objectForKey(std::string_view(key));
+    return Ref<T>(dynamic_cast<T*>(value.get()));
+}
+
+Ref<String> stackTraceString(const Exception* exception)
+{
+    return userInfoEntry<String>(exception, NSStackTraceKey);
 }
 
 // Saves the default handler's masks, sets both to 0, and restores them at the end of the scope.
@@ -131,11 +138,7 @@ void raiseWithPreviousException(const String* name, const Exception* previous, c
 
 Ref<Exception> previousException(const Exception* exception)
 {
-    const auto& info = exception->userInfo();
-    if (!info)
-        return nullptr;
-    auto value = info->objectForKey(std::string_view(PreviousExceptionKey));
-    return Ref<Exception>(dynamic_cast<Exception*>(value.get()));
+    return userInfoEntry<Exception>(exception, PreviousExceptionKey);
 }
 
 Ref<String> previousReason(const Exception* exception)

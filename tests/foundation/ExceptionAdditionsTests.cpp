@@ -4,6 +4,7 @@
 #include <Yarkit/ExceptionAdditions.h>
 #include <Yarkit/StringNumberAdditions.h>
 #include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/system/Bundle.h>
 #include <Yarkit/core/system/UserDefaults.h>
 #include <Yarkit/core/values/ExceptionHandler.h>
 #include <Yarkit/core/values/Number.h>
@@ -229,6 +230,26 @@ TEST_F(StackTraceTest, ToolContractMasksDescriptorsAndChildren)
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
     setToolPath(nullptr);
+}
+
+std::string runShell(const std::string& command)
+{
+    std::string output;
+    FILE* pipe = popen(command.c_str(), "r");
+    char buffer[256];
+    while (pipe && fgets(buffer, sizeof(buffer), pipe))
+        output += buffer;
+    if (pipe)
+        pclose(pipe);
+    return output;
+}
+
+TEST(ExceptionAdditions, SymbolToolPrintsAddressesUnchangedWithoutElfutils)
+{
+    auto script = yk::Bundle::frameworkBundle()->pathForAuxiliaryExecutable(str("yarkit-atos").get())->utf8();
+    EXPECT_EQ(runShell("PATH=/nonexistent /bin/sh '" + script + "' -p 1 0x10 0x7fffabcd12345678"), "0x10\n0x7fffabcd12345678\n");
+    // A process without those addresses: nothing resolves, so the list comes back as given.
+    EXPECT_EQ(runShell("/bin/sh '" + script + "' -p 999999999 0x10"), "0x10\n");
 }
 
 TEST(ExceptionHandler, LogOtherExceptionsMakesRaiseLog)
