@@ -232,6 +232,22 @@ TEST_F(StackTraceTest, ToolContractMasksDescriptorsAndChildren)
     setToolPath(nullptr);
 }
 
+TEST_F(StackTraceTest, TwoThreadsSymboliseAtOnce)
+{
+    auto exception = raiseFromSymbolisedFrame();
+    const std::string expected = "-p " + std::to_string(getpid()) + " "
+        + yk::_callStackReturnHexAddresses(exception.get())->componentsJoinedByString(str(" ").get())->utf8() + "\n";
+    setToolPath("/bin/echo");
+    std::string results[2];
+    std::thread first([&] { results[0] = yk::YK_stackTrace(exception.get())->utf8(); });
+    std::thread second([&] { results[1] = yk::YK_stackTrace(exception.get())->utf8(); });
+    first.join();
+    second.join();
+    EXPECT_EQ(results[0], expected);
+    EXPECT_EQ(results[1], expected);
+    setToolPath(nullptr);
+}
+
 std::string runShell(const std::string& command)
 {
     std::string output;
