@@ -16,6 +16,8 @@
 #include "bench/RatioReporter.h"
 #include <openssl/evp.h>
 
+#include "bench/RatioReporter.h"
+
 namespace {
 
 constexpr size_t DataSize = 1 << 20;
@@ -204,7 +206,7 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
-    RatioReporter reporter;
+    yk::bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 

@@ -1,8 +1,8 @@
 #pragma once
 
 // A console reporter that remembers each benchmark's CPU time (steadier than wall time on a
-// shared machine), so the ratios of <case>/yarkit to <case>/<peer> can be printed after the
-// usual table.
+// shared machine), so that the ratios of "<case>/yarkit" against "<case>/<peer>" can be
+// printed after the usual table.
 
 #include <cstdio>
 #include <map>
@@ -11,6 +11,8 @@
 #include <vector>
 
 #include <benchmark/benchmark.h>
+
+namespace yk::bench {
 
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
@@ -23,6 +25,7 @@ public:
         }
     }
 
+    // One line per (case, peer): how many times faster yarkit is, beside the goal.
     void printRatios(const std::vector<std::pair<std::string, std::string>>& pairs, const std::map<std::string, double>& goals) const
     {
         std::printf("\n%-32s %-14s %9s %7s\n", "case", "peer", "speed-up", "goal");
@@ -31,9 +34,13 @@ public:
             auto theirs = times.find(name + "/" + peer);
             if (ours == times.end() || theirs == times.end())
                 continue;
-            std::printf("%-32s %-14s %8.2fx %6.1fx\n", name.c_str(), peer.c_str(), theirs->second / ours->second, goals.at(name));
+            auto goal = goals.find(name);
+            std::printf("%-32s %-14s %8.2fx %6.2fx\n", name.c_str(), peer.c_str(), theirs->second / ours->second,
+                goal == goals.end() ? 0.0 : goal->second);
         }
     }
 
     std::map<std::string, double> times;
 };
+
+} // namespace yk::bench

@@ -11,5 +11,10 @@ int runToUTF8(int argc, char** argv, int first);
 int runBase64(int argc, char** argv, int first);
 int runSize(int argc, char** argv, int first);
 int runDate(int argc, char** argv, int first);
+int runUTF7(int argc, char** argv, int first);
+int runIDN(int argc, char** argv, int first);
+int runRegex(int argc, char** argv, int first);
+int runDigest(int argc, char** argv, int first);
+int runPassword(int argc, char** argv, int first);
 
 } // namespace yk::tool

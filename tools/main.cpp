@@ -18,6 +18,11 @@ Commands:
   base64    encode or decode base64 with CR LF lines
   size      print byte counts as short sizes (1.0 MB)
   date      print dates as a message list shows them (today 0:05)
+  utf7      encode or decode UTF-7 and the modified UTF-7 of IMAP mailbox names
+  idn       convert a host name to its ASCII form or back
+  regex     find regular-expression matches, in UTF-16 units
+  digest    print the message digest or HMAC of files, by libcrypto's algorithm names
+  password  find, store or remove an internet password in the user's password store
 
 Every command reads standard input when no FILE is given (or for "-"), and takes --help.
 Exit status 2 means bad usage, an unknown encoding or an unreadable file.
@@ -35,6 +40,11 @@ constexpr Command commands[] = {
     { "base64", yk::tool::runBase64 },
     { "size", yk::tool::runSize },
     { "date", yk::tool::runDate },
+    { "utf7", yk::tool::runUTF7 },
+    { "idn", yk::tool::runIDN },
+    { "regex", yk::tool::runRegex },
+    { "digest", yk::tool::runDigest },
+    { "password", yk::tool::runPassword },
 };
 
 } // namespace

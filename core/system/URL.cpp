@@ -2,6 +2,7 @@
 
 #include <Yarkit/core/runtime/Class.h>
 
+#include <charconv>
 #include <string>
 #include <string_view>
 
@@ -44,17 +45,6 @@ std::string_view textOf(const UriTextRangeA& range)
     return { range.first, static_cast<size_t>(range.afterLast - range.first) };
 }
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // Decodes %XX escapes (uriparser has checked that every "%" starts one) and reads the
 // bytes as strict UTF-8; null when they are not UTF-8.
 Ref<String> percentDecoded(std::string_view text)
@@ -62,14 +52,11 @@ Ref<String> percentDecoded(std::string_view text)
     std::string bytes;
     bytes.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size()) {
-            int high = hexValue(text[i + 1]);
-            int low = hexValue(text[i + 2]);
-            if (high >= 0 && low >= 0) {
-                bytes.push_back(static_cast<char>(high * 16 + low));
-                i += 2;
-                continue;
-            }
+        uint8_t byte = 0;
+        if (text[i] == '%' && i + 2 < text.size() && std::from_chars(text.data() + i + 1, text.data() + i + 3, byte, 16).ptr == text.data() + i + 3) {
+            bytes.push_back(static_cast<char>(byte));
+            i += 2;
+            continue;
         }
         bytes.push_back(text[i]);
     }

@@ -329,6 +329,19 @@ void UserDefaults::setObject(const Object* value, std::string_view key)
     setObject(value, String::withUTF8(key).get());
 }
 
+void UserDefaults::setArgumentObject(const Object* value, std::string_view key)
+{
+    auto keyString = String::withUTF8(key);
+    Ref<Object> copy;
+    if (value)
+        copy = checkedCopy(value, keyString.get());
+    Locker guard(_lock);
+    if (copy)
+        _argumentDomain->setObject(std::move(copy), keyString);
+    else
+        _argumentDomain->removeObjectForKey(keyString.get());
+}
+
 void UserDefaults::removeObject(const String* key)
 {
     if (!key)

@@ -192,6 +192,10 @@ int main(int argc, char** argv)
     std::printf("\nErrors carry the framework's exact messages:\n");
     showAbstractMethodError();
 
+    std::printf("\n");
+    demo::showText();
+    std::printf("\nPasswords in the keychain, and digests:\n");
+    demo::showCredentials();
     std::printf("\nThe message list:\n");
     demo::showMessageList(examples / "samples");
 }

@@ -7,7 +7,9 @@
 #include <Yarkit/ByteSearch.h>
 #include <Yarkit/ByteSequenceRepair.h>
 #include <Yarkit/CStringCallBacks.h>
+#include <Yarkit/CharacterSetAdditions.h>
 #include <Yarkit/ClassCompatibility.h>
+#include <Yarkit/DataMessageDigests.h>
 #include <Yarkit/DateAdditions.h>
 #include <Yarkit/DateDescriptions.h>
 #include <Yarkit/DictionaryAdditions.h>
@@ -18,12 +20,21 @@
 #include <Yarkit/MutableDictionaryAdditions.h>
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
+#include <Yarkit/StringIDN.h>
 #include <Yarkit/StringNumberAdditions.h>
+#include <Yarkit/StringRegex.h>
+#include <Yarkit/StringUTF7.h>
 #include <Yarkit/UserDefaultsAdditions.h>
+#include <Yarkit/YAuthenticator.h>
 #include <Yarkit/YCStringPool.h>
+#include <Yarkit/YKeychain.h>
+#include <Yarkit/YKeychainMemoryStore.h>
+#include <Yarkit/YKeychainSecretServiceStore.h>
+#include <Yarkit/YKeychainStore.h>
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YKByteFormatter.h>
 #include <Yarkit/YObject.h>
+#include <Yarkit/YPasswordInfo.h>
 #include <Yarkit/YPostLoadProcessor.h>
 #include <Yarkit/YStopwatch.h>
 #include <Yarkit/core/Forward.h>
@@ -42,6 +53,7 @@
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/values/AttributedString.h>
+#include <Yarkit/core/values/CharacterSet.h>
 #include <Yarkit/core/values/ComparisonResult.h>
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/Date.h>
@@ -52,6 +64,7 @@
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/MutableArray.h>
+#include <Yarkit/core/values/MutableCharacterSet.h>
 #include <Yarkit/core/values/MutableData.h>
 #include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/values/MutableSet.h>

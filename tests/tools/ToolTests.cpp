@@ -196,9 +196,60 @@ TEST(Tool, UsageErrorsExitWithStatusTwo)
     });
 }
 
+// The digest of the UTF-8 sample as `openssl dgst` prints it (after "= ").
+std::string opensslDigest(const std::string& options)
+{
+    std::string command = "openssl dgst " + options + " '" + std::string(YK_SAMPLES_DIR) + "/utf-8.txt'";
+    FILE* pipe = popen(command.c_str(), "r");
+    char line[512] = "";
+    if (!pipe || !std::fgets(line, sizeof line, pipe))
+        return "(openssl failed)";
+    pclose(pipe);
+    std::string text = line;
+    return text.substr(text.rfind("= ") + 2);
+}
+
+TEST(Tool, DigestAgreesWithOpenSSL)
+{
+    const struct {
+        std::string arguments;
+        std::string opensslOptions;
+    } rows[] = {
+        { "--algorithm MD5", "-md5" },
+        { "--algorithm sha1", "-sha1" },
+        { "--algorithm RSA-SHA256", "-sha256" },
+        { "--algorithm SHA3-512", "-sha3-512" },
+        { "--algorithm whirlpool", "-provider legacy -provider default -whirlpool" },
+        { "--algorithm SHA256 --hmac-key-hex ''", "-sha256 -hmac ''" },
+        { "--algorithm md5 --hmac-key-hex 0b0B0b", "-md5 -mac HMAC -macopt hexkey:0b0b0b" },
+        { "--algorithm SHA512 --hmac-key-hex " + std::string(400, 'a'), "-sha512 -mac HMAC -macopt hexkey:" + std::string(400, 'a') },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.arguments);
+        Result r = run("digest " + row.arguments + " utf-8.txt");
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, opensslDigest(row.opensslOptions));
+    }
+}
+
+TEST(Tool, DigestErrorsAndSeveralFiles)
+{
+    check({
+        { "digest --algorithm nope utf-8.txt", "", 2, "", "Unknown algorithm 'nope'" },
+        { "digest --algorithm '' utf-8.txt", "", 2, "", "Unknown algorithm ''" },
+        { "digest --algorithm md5 --hmac-key-hex 0g", "", 2, "", "not hexadecimal" },
+        { "digest --algorithm md5 --hmac-key-hex abc", "", 2, "", "not hexadecimal" },
+        { "digest utf-8.txt", "", 2, "", "--algorithm NAME is required" },
+        { "digest --algorithm md5", "abc", 0, "900150983cd24fb0d6963f7d28e17f72\n", "" },
+        { "digest --algorithm md5 - -", "", 0,
+            "d41d8cd98f00b204e9800998ecf8427e  -\nd41d8cd98f00b204e9800998ecf8427e  -\n", "" },
+    });
+    EXPECT_NE(run("digest --list").out.find("\nsha256\n"), std::string::npos);
+}
+
 TEST(Tool, EveryCommandHasHelp)
 {
-    for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help" })
+    for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help", "digest --help", "password --help" })
         EXPECT_EQ(run(command).out.rfind("Usage: yarkit ", 0), 0u) << command;
     EXPECT_EQ(run("detect --help").status, 0);
 }
@@ -235,3 +286,27 @@ TEST(Tool, SizeAndDatePrintOneLinePerOperand)
 }
 
 } // namespace
+
+TEST(Tool, UTF7IDNAndRegexCommands)
+{
+    check({
+        { "utf7 --imap", "Inbox/送信済み", 0, "Inbox/&kAFP4W4IMH8-", "" },
+        { "utf7", "Hi Mom -☺-!", 0, "Hi Mom -+Jjo--+ACE", "" },
+        { "utf7 --decode", "+AGE-", 0, "a", "" },
+        { "utf7 --imap --decode", "&2D3-x", 1, "\xEF\xBF\xBDx", "1 unpaired surrogate" },
+        { "utf7", "\xFF", 2, "", "not well-formed UTF-8" },
+        { "idn --to-ascii --options 0 -- faß.de", "", 0, "fass.de\n", "" },
+        { "idn --to-ascii --uts46 -- faß.de", "", 0, "xn--fa-hia.de\n", "" },
+        { "idn --to-unicode --options 1 -- xn--e28h.com", "", 0, "😀.com\n", "" },
+        { "idn --to-ascii --options 2 -- abc_def.com", "", 1, "", "yarkit idn: abc_def.com:" },
+        { "idn --to-ascii --options x -- a", "", 2, "", "signed 32-bit" },
+        { "regex --all '\\d+:\\d\\d'", "12:30 と 9:05", 0, "0 5\n8 4\n", "" },
+        { "regex --backwards '\\p{Han}+'", "漢字 かな 日本", 0, "7 1\n", "" },
+        { "regex --range 5,2 --all '(?<=な)'", "漢字 かな 日本", 0, "5 0\n", "" },
+        { "regex --syntax 3 '\\`a'", "ab", 0, "0 1\n", "" },
+        { "regex --ignore-case SS", "straße", 0, "4 1\n", "" },
+        { "regex zzz", "abc", 1, "", "" },
+        { "regex '(a'", "abc", 2, "", "yarkit regex: YKRegexException: end pattern with unmatched parenthesis" },
+        { "regex --range 2,5 a", "abc", 2, "", "yarkit regex: NSRangeException: " },
+    });
+}

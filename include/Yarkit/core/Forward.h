@@ -25,6 +25,8 @@ class MutableString;
 class Data;
 class MutableData;
 class Array;
+class CharacterSet;
+class MutableCharacterSet;
 class MutableArray;
 class Dictionary;
 class MutableDictionary;

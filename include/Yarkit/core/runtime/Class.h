@@ -5,6 +5,7 @@
 #include <Yarkit/core/runtime/RecursiveMutex.h>
 #include <Yarkit/core/runtime/SharedMutex.h>
 
+#include <concepts>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -197,7 +198,9 @@ public:
     // initialize) and goes on at once.
     void ensureInitialized();
 
-    // Creates an instance with the registered factory; null for classes without one.
+    // Creates an instance with the registered factory; null for classes without one. The
+    // factory is T::newInstance() when the class declares one (a class whose every instance is
+    // one shared object, say), else the default constructor.
     Ref<Object> createInstance() const;
 
     // A class is the target of messages to its class side.
@@ -246,7 +249,9 @@ Class* Class::registerClassOf(std::string_view name, Setup setup)
     if constexpr (!std::is_void_v<typename T::SuperClass>)
         superclass = T::SuperClass::staticClass();
     Factory factory = nullptr;
-    if constexpr (std::is_default_constructible_v<T> && !std::is_abstract_v<T>)
+    if constexpr (requires { { T::newInstance() } -> std::convertible_to<Ref<Object>>; })
+        factory = [] { return Ref<Object>(T::newInstance()); };
+    else if constexpr (std::is_default_constructible_v<T> && !std::is_abstract_v<T>)
         factory = [] { return Ref<Object>(make<T>()); };
     // The class's own staticClass() is compiled into the module that defines the class.
     return registerClass(name, superclass, factory, setup, reinterpret_cast<uintptr_t>(&T::staticClass));

@@ -98,6 +98,11 @@ public:
     void setBool(bool value, std::string_view key);
     void setDouble(double value, std::string_view key);
 
+    // Sets a value in the argument domain, above the persisted one, for this process only:
+    // nothing is written. A null value removes the key from that domain. Values must be
+    // property-list objects, as for setObject.
+    void setArgumentObject(const Object* value, std::string_view key);
+
     // registerDefaults: adds the pairs to the registration domain (later registrations win); values must be
     // property-list objects, as for setObject.
     void registerDefaults(const Dictionary* registrationDictionary);

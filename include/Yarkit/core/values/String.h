@@ -12,6 +12,7 @@
 namespace yk {
 
 class Array;
+class CharacterSet;
 class Data;
 class MutableString;
 
@@ -103,6 +104,17 @@ public:
     bool hasPrefix(std::string_view utf8) const;
     bool hasSuffix(const String* suffix) const;
     bool hasSuffix(std::string_view utf8) const;
+
+    // Character sets. A surrogate pair inside the searched range is one code point, found as a
+    // range of length 2; an unpaired surrogate is the code point of its value. A null set raises
+    // NSInvalidArgumentException.
+    // -rangeOfCharacterFromSet:options:range: the first (BackwardsSearch: last) character of
+    // range that is in set; AnchoredSearch looks only at the range's first (last) character.
+    // {NotFound, 0} when there is none.
+    Range rangeOfCharacterFromSet(const CharacterSet* set, StringCompareOptions options = 0) const;
+    Range rangeOfCharacterFromSet(const CharacterSet* set, StringCompareOptions options, Range range) const;
+    // The string without the characters of set at either end.
+    [[nodiscard]] Ref<String> stringByTrimmingCharactersInSet(const CharacterSet* set) const;
 
     [[nodiscard]] Ref<String> stringByAppendingString(const String* other) const;
     [[nodiscard]] Ref<Array> componentsSeparatedByString(const String* separator) const;

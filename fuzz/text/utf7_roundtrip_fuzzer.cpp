@@ -1,0 +1,62 @@
+// The input as UTF-16 units: both encoders round-trip through their decoders (lone surrogates
+// included), and on well-formed text the modified encoder writes what ICU's IMAP-mailbox-name
+// converter writes and the decoder reads ICU's UTF-7.
+
+#include <Yarkit/StringUTF7.h>
+
+#include "TextFuzzSupport.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <unicode/ucnv.h>
+#include <unicode/utf16.h>
+
+namespace {
+
+bool isWellFormed(const std::u16string& units)
+{
+    for (size_t i = 0; i < units.size(); ++i) {
+        if (U16_IS_LEAD(units[i]) && i + 1 < units.size() && U16_IS_TRAIL(units[i + 1]))
+            ++i;
+        else if (U16_IS_SURROGATE(units[i]))
+            return false;
+    }
+    return true;
+}
+
+std::string icuEncode(const char* name, const std::u16string& units)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    UConverter* converter = ucnv_open(name, &status);
+    std::string out(units.size() * 5 + 16, '\0');
+    out.resize(static_cast<size_t>(ucnv_fromUChars(converter, out.data(), static_cast<int32_t>(out.size()), units.data(),
+        static_cast<int32_t>(units.size()), &status)));
+    ucnv_close(converter);
+    textfuzz::require(U_SUCCESS(status), "ICU encodes well-formed text");
+    return out;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    std::u16string units(size / 2, u'\0');
+    std::memcpy(units.data(), data, units.size() * 2);
+    auto string = yk::make<yk::String>(units);
+
+    const std::string utf7 = yk::UTF7String(string.get());
+    const std::string modified = yk::modifiedUTF7String(string.get());
+    textfuzz::require(yk::stringWithUTF7String(utf7.c_str())->isEqualToString(units), "UTF-7 round trip");
+    textfuzz::require(yk::stringWithModifiedUTF7String(modified.c_str())->isEqualToString(units), "modified UTF-7 round trip");
+    for (char c : utf7 + modified)
+        textfuzz::require(c > 0 && c < 0x7F, "the encoders write 7-bit text without NUL");
+    if (!isWellFormed(units) || units.find(u'\0') != std::u16string::npos)
+        return 0;
+    textfuzz::require(modified == icuEncode("IMAP-mailbox-name", units), "modified UTF-7 as ICU writes it");
+    const std::string icuUTF7 = icuEncode("UTF-7", units);
+    textfuzz::require(yk::stringWithUTF7Bytes(icuUTF7.data(), static_cast<uint32_t>(icuUTF7.size()))->isEqualToString(units),
+        "ICU's UTF-7 decodes to the text");
+    return 0;
+}
