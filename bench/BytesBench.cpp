@@ -12,6 +12,8 @@
 #include <vector>
 
 #include <benchmark/benchmark.h>
+
+#include "bench/RatioReporter.h"
 #include <openssl/evp.h>
 
 #include "bench/RatioReporter.h"

@@ -9,6 +9,8 @@ int runDetect(int argc, char** argv, int first);
 int runRepair(int argc, char** argv, int first);
 int runToUTF8(int argc, char** argv, int first);
 int runBase64(int argc, char** argv, int first);
+int runSize(int argc, char** argv, int first);
+int runDate(int argc, char** argv, int first);
 int runUTF7(int argc, char** argv, int first);
 int runIDN(int argc, char** argv, int first);
 int runRegex(int argc, char** argv, int first);

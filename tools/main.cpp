@@ -1,5 +1,6 @@
 // yarkit: the framework's byte and text functions on the command line.
 
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 
@@ -15,6 +16,8 @@ Commands:
   repair    replace malformed byte sequences so strict converters accept the text
   to-utf8   detect, repair and convert text to UTF-8, reporting what was replaced
   base64    encode or decode base64 with CR LF lines
+  size      print byte counts as short sizes (1.0 MB)
+  date      print dates as a message list shows them (today 0:05)
   utf7      encode or decode UTF-7 and the modified UTF-7 of IMAP mailbox names
   idn       convert a host name to its ASCII form or back
   regex     find regular-expression matches, in UTF-16 units
@@ -36,6 +39,8 @@ constexpr Command commands[] = {
     { "repair", yk::tool::runRepair },
     { "to-utf8", yk::tool::runToUTF8 },
     { "base64", yk::tool::runBase64 },
+    { "size", yk::tool::runSize },
+    { "date", yk::tool::runDate },
     { "utf7", yk::tool::runUTF7 },
     { "idn", yk::tool::runIDN },
     { "regex", yk::tool::runRegex },
@@ -48,6 +53,8 @@ constexpr Command commands[] = {
 
 int main(int argc, char** argv)
 {
+    // The library never sets the locale; the tool takes the user's, so texts are translated.
+    std::setlocale(LC_ALL, "");
     if (argc < 2) {
         std::fputs(mainHelp, stderr);
         return yk::tool::ExitError;

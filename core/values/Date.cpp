@@ -4,6 +4,7 @@
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/String.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <ctime>
@@ -13,11 +14,28 @@ namespace yk {
 
 YK_DEFINE_CLASS(Date);
 
-TimeInterval Date::timeIntervalSinceReferenceDateNow()
+namespace {
+
+std::atomic<Date::Clock> replacedClock { nullptr };
+
+TimeInterval systemClock()
 {
     using namespace std::chrono;
     auto sinceEpoch = duration_cast<duration<double>>(system_clock::now().time_since_epoch());
     return sinceEpoch.count() - TimeIntervalSince1970;
+}
+
+} // namespace
+
+TimeInterval Date::timeIntervalSinceReferenceDateNow()
+{
+    Clock clock = replacedClock.load(std::memory_order_acquire);
+    return clock ? clock() : systemClock();
+}
+
+Date::Clock Date::setClock(Clock clock)
+{
+    return replacedClock.exchange(clock, std::memory_order_acq_rel);
 }
 
 Ref<Date> Date::date()

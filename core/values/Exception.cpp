@@ -3,7 +3,9 @@
 #include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/values/Dictionary.h>
+#include <Yarkit/core/values/ExceptionHandler.h>
 #include <Yarkit/core/values/Format.h>
+#include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/Number.h>
 #include <Yarkit/core/values/String.h>
 
@@ -54,6 +56,8 @@ Ref<Exception> Exception::exceptionWithName(const char* name, const char* reason
 void Exception::raise()
 {
     captureBacktrace();
+    if (ExceptionHandler::defaultExceptionHandler()->exceptionHandlingMask() & NSLogOtherExceptionMask)
+        log("*** Raising %@: %@", _name.get(), _reason.get());
     throwCopy();
     // An override of throwCopy that returns breaks the contract of raise().
     std::terminate();

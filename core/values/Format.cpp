@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <locale.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -278,9 +279,31 @@ unsigned long long unsignedValue(const Conversion& c, long long value)
     return static_cast<unsigned long long>(value);
 }
 
+// Formats numbers in the "C" locale on this thread for its lifetime: "%f" prints "." whatever
+// LC_NUMERIC the application chose with setlocale.
+class CNumericScope {
+public:
+    CNumericScope()
+        : _previous(uselocale(cLocale()))
+    {
+    }
+    ~CNumericScope() { uselocale(_previous); }
+    CNumericScope(const CNumericScope&) = delete;
+    CNumericScope& operator=(const CNumericScope&) = delete;
+
+private:
+    static locale_t cLocale()
+    {
+        static const locale_t c = newlocale(LC_ALL_MASK, "C", locale_t(0));
+        return c;
+    }
+    locale_t _previous;
+};
+
 template <typename T>
 std::string printC(const std::string& spec, T value)
 {
+    CNumericScope cNumeric;
     char buffer[128];
     int n = std::snprintf(buffer, sizeof(buffer), spec.c_str(), value);
     if (n < 0)

@@ -8,6 +8,8 @@
 
 namespace demo {
 
+// A message list: relative dates, sizes, interned header names and a logged failure.
+bool showMessageList(const std::filesystem::path& samples);
 // Mailbox names and bodies in UTF-7, host names, a regular expression, East Asian runs.
 bool showText();
 // The keychain, the keychain-first authenticator and a CRAM-MD5 response.

@@ -78,5 +78,10 @@ int main(int argc, char** argv)
 
     std::printf("\nPasswords in the keychain, and digests:\n");
     ok = demo::showCredentials() && ok;
+
+    std::printf("
+The message list:
+");
+    ok = demo::showMessageList(examples / "samples") && ok;
     return ok ? 0 : 1;
 }

@@ -6,11 +6,15 @@
 #include <Yarkit/ByteClasses.h>
 #include <Yarkit/ByteSearch.h>
 #include <Yarkit/ByteSequenceRepair.h>
+#include <Yarkit/CStringCallBacks.h>
 #include <Yarkit/CharacterSetAdditions.h>
 #include <Yarkit/ClassCompatibility.h>
 #include <Yarkit/DataBase64.h>
 #include <Yarkit/DataMessageDigests.h>
+#include <Yarkit/DateAdditions.h>
+#include <Yarkit/DateDescriptions.h>
 #include <Yarkit/DictionaryAdditions.h>
+#include <Yarkit/ExceptionAdditions.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
 #include <Yarkit/MainThreadMessaging.h>
 #include <Yarkit/MainThreadPerform.h>
@@ -21,6 +25,7 @@
 #include <Yarkit/ObjectAbstractMethods.h>
 #include <Yarkit/ObjectAdditions.h>
 #include <Yarkit/StringIDN.h>
+#include <Yarkit/StringNumberAdditions.h>
 #include <Yarkit/StringRegex.h>
 #include <Yarkit/StringUTF7.h>
 #include <Yarkit/ThreadAdditions.h>
@@ -30,6 +35,7 @@
 #include <Yarkit/YBase64EncoderStream.h>
 #include <Yarkit/YBufferedInputStream.h>
 #include <Yarkit/YBufferedOutputStream.h>
+#include <Yarkit/YCStringPool.h>
 #include <Yarkit/YConcreteJob.h>
 #include <Yarkit/YDataInputStream.h>
 #include <Yarkit/YDataOutputStream.h>
@@ -38,6 +44,7 @@
 #include <Yarkit/YIRefObject.h>
 #include <Yarkit/YJob.h>
 #include <Yarkit/YJobCenter.h>
+#include <Yarkit/YKByteFormatter.h>
 #include <Yarkit/YKPerformHolder.h>
 #include <Yarkit/YKThreadPerformer.h>
 #include <Yarkit/YKeychain.h>
@@ -53,6 +60,7 @@
 #include <Yarkit/YPasswordInfo.h>
 #include <Yarkit/YPostLoadProcessor.h>
 #include <Yarkit/YPushbackInputStream.h>
+#include <Yarkit/YStopwatch.h>
 #include <Yarkit/YStream.h>
 #include <Yarkit/YTraceStream.h>
 #include <Yarkit/core/Forward.h>
@@ -71,11 +79,18 @@
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/system/Archiver.h>
 #include <Yarkit/core/system/Bundle.h>
+#include <Yarkit/core/system/Calendar.h>
 #include <Yarkit/core/system/Coding.h>
+#include <Yarkit/core/system/DateFormatter.h>
 #include <Yarkit/core/system/FileHandle.h>
+#include <Yarkit/core/system/Formatter.h>
+#include <Yarkit/core/system/Locale.h>
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/system/NotificationQueue.h>
+#include <Yarkit/core/system/Pipe.h>
+#include <Yarkit/core/system/Task.h>
+#include <Yarkit/core/system/TimeZone.h>
 #include <Yarkit/core/system/URL.h>
 #include <Yarkit/core/system/Unarchiver.h>
 #include <Yarkit/core/system/UserDefaults.h>
@@ -93,6 +108,7 @@
 #include <Yarkit/core/threads/Thread.h>
 #include <Yarkit/core/threads/Timer.h>
 #include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/AttributedString.h>
 #include <Yarkit/core/values/CharacterSet.h>
 #include <Yarkit/core/values/ComparisonResult.h>
 #include <Yarkit/core/values/Data.h>
@@ -100,6 +116,7 @@
 #include <Yarkit/core/values/Dictionary.h>
 #include <Yarkit/core/values/Error.h>
 #include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/ExceptionHandler.h>
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/MutableArray.h>

@@ -1,4 +1,5 @@
 #include "CoreTestSupport.h"
+#include "CommaDecimalLocale.h"
 
 #include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/values/Format.h>
@@ -42,6 +43,16 @@ TEST(Format, CConversionsMatchPrintf)
     YK_CHECK_FORMAT("%*d|%-*d|%.*f|%*.*f", 6, 1, 6, 2, 2, 3.14159, 8, 1, 2.25);
     YK_CHECK_FORMAT("100%% %s", "done");
 #undef YK_CHECK_FORMAT
+}
+
+// Numbers are written in the "C" locale whatever LC_NUMERIC the application set.
+TEST(Format, DecimalPointIgnoresTheNumericLocale)
+{
+    yk::test::CommaDecimalLocale comma;
+    if (!comma.ok())
+        GTEST_SKIP() << "de_DE.UTF-8 could not be compiled";
+    ASSERT_EQ(viaSnprintf("%.1f", 1.0), "1,0");
+    EXPECT_EQ(format("%.1f MB|%g|%e", 1.0, 0.5, 2.5)->utf8(), "1.0 MB|0.5|2.500000e+00");
 }
 
 TEST(Format, ObjectsAndUnicode)

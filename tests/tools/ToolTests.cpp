@@ -282,6 +282,37 @@ TEST(Tool, EveryCommandHasHelp)
     EXPECT_EQ(run("detect --help").status, 0);
 }
 
+TEST(Tool, SizeAndDatePrintOneLinePerOperand)
+{
+    // Relative day names count the default zone's days: the process's TZ.
+    setenv("TZ", "Asia/Tokyo", 1);
+    check({
+        { "size 0 1 100 1048576 18446744073709551615", "", 0, "0 bytes\n1 byte\n0.1 KB\n1.0 MB\n16384 PB\n", "" },
+        { "size 12 1.5", "", 2, "", "bad number '1.5'" },
+        { "size 18446744073709551616", "", 2, "", "bad number" },
+        { "date --locale en_US --time-zone Asia/Tokyo --now 2024-03-10T00:05:00+09:00 @1709996100 2024-03-10T00:01:00.5+09:00 @1710255660",
+            "", 0, "yesterday 11:55\u202FPM\ntoday 12:01\u202FAM\n3/13/24 12:01\u202FAM\n", "" },
+        { "date --date-form 2 --time-form 0 --locale en_US --time-zone UTC @0", "", 0, "Jan 1, 1970\n", "" },
+        { "date --date-form 1 --separator ', ' --locale en_US --time-zone UTC 2024-03-09T15:05:09Z", "", 0, "3/9/24, 3:05\u202FPM\n", "" },
+        { "date --date-form 0 --time-form 0 @0", "", 0, "\n", "" },
+        { "date --time-zone Mars/Olympus @0", "", 2, "", "unknown time zone" },
+        { "date --date-form nine @0", "", 2, "", "form must be" },
+        { "date 2024-02-30T00:00:00Z", "", 2, "", "bad date" },
+        { "date --now yesterday @0", "", 2, "", "bad date 'yesterday'" },
+        { "date", "", 2, "", "no WHEN" },
+    });
+    unsetenv("TZ");
+    EXPECT_EQ(run("size --help").out.rfind("Usage: yarkit size", 0), 0u);
+    EXPECT_EQ(run("date --help").out.rfind("Usage: yarkit date", 0), 0u);
+    // The messages language comes from the environment, which the tool adopts with setlocale.
+    EXPECT_EQ(run("size 0 99", "").out, "0 bytes\n99 bytes\n");
+    setenv("LANGUAGE", "ja", 1);
+    setenv("LC_ALL", "C.UTF-8", 1);
+    EXPECT_EQ(run("size 0 99").out, "0 バイト\n99 バイト\n");
+    unsetenv("LANGUAGE");
+    unsetenv("LC_ALL");
+}
+
 } // namespace
 
 TEST(Tool, UTF7IDNAndRegexCommands)

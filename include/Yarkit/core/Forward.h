@@ -38,6 +38,7 @@ class Null;
 class Date;
 class Error;
 class Exception;
+class AttributedString;
 
 // threads
 class Lock;
@@ -58,6 +59,12 @@ class UserDefaults;
 class FileHandle;
 class Archiver;
 class Unarchiver;
+class Bundle;
+class TimeZone;
+class Locale;
+class Calendar;
+class Formatter;
+class DateFormatter;
 class URL;
 
 } // namespace yk

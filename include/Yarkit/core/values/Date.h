@@ -21,13 +21,20 @@ public:
     {
     }
 
-    // The current time, from the system's real-time clock.
+    // The current time, from the process's clock (the system's real-time clock unless replaced).
     [[nodiscard]] static Ref<Date> date();
     [[nodiscard]] static Ref<Date> dateWithTimeIntervalSinceReferenceDate(TimeInterval seconds);
     [[nodiscard]] static Ref<Date> dateWithTimeIntervalSince1970(TimeInterval seconds);
     [[nodiscard]] static Ref<Date> dateWithTimeIntervalSinceNow(TimeInterval seconds);
-    // The current time as seconds since the reference date.
+    // The current time as seconds since the reference date. Everything that asks for "now"
+    // (Date::date(), the relative day names, the stopwatch) asks this.
     static TimeInterval timeIntervalSinceReferenceDateNow();
+
+    // The clock behind "now": seconds since the reference date. Replacing it is how tests and
+    // the tool pin the time; a null clock restores the system's real-time clock. Returns the
+    // previous clock (null for the system's). Any thread; takes effect at once everywhere.
+    using Clock = TimeInterval (*)();
+    static Clock setClock(Clock clock);
 
     TimeInterval timeIntervalSinceReferenceDate() const { return _interval; }
     TimeInterval timeIntervalSince1970() const { return _interval + TimeIntervalSince1970; }
