@@ -50,5 +50,7 @@ class NotificationCenter;
 class UserDefaults;
 class Archiver;
 class Unarchiver;
+class FileManager;
+class DirectoryEnumerator;
 
 } // namespace yk
