@@ -67,3 +67,15 @@
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/system/Unarchiver.h>
 #include <Yarkit/core/system/UserDefaults.h>
+
+// Files and system.
+#include <Yarkit/ArrayAdditions.h>
+#include <Yarkit/ExtendedAttributes.h>
+#include <Yarkit/FSRef.h>
+#include <Yarkit/FileManagerAdditions.h>
+#include <Yarkit/PathExtensions.h>
+#include <Yarkit/YDefaultHandler.h>
+#include <Yarkit/YFile.h>
+#include <Yarkit/YFileFilter.h>
+#include <Yarkit/core/system/DirectoryEnumerator.h>
+#include <Yarkit/core/system/FileManager.h>
