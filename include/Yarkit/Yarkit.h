@@ -70,6 +70,7 @@
 
 // Files and system.
 #include <Yarkit/ArrayAdditions.h>
+#include <Yarkit/DataAdditions.h>
 #include <Yarkit/ExtendedAttributes.h>
 #include <Yarkit/FSRef.h>
 #include <Yarkit/FileManagerAdditions.h>
