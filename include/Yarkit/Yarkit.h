@@ -74,9 +74,14 @@
 #include <Yarkit/ExtendedAttributes.h>
 #include <Yarkit/FSRef.h>
 #include <Yarkit/FileManagerAdditions.h>
+#include <Yarkit/HostAdditions.h>
 #include <Yarkit/PathExtensions.h>
+#include <Yarkit/SystemFunctions.h>
 #include <Yarkit/YDefaultHandler.h>
 #include <Yarkit/YFile.h>
 #include <Yarkit/YFileFilter.h>
+#include <Yarkit/YInternetConfig.h>
 #include <Yarkit/core/system/DirectoryEnumerator.h>
 #include <Yarkit/core/system/FileManager.h>
+#include <Yarkit/core/system/Host.h>
+#include <Yarkit/core/system/ProcessInfo.h>

@@ -52,5 +52,7 @@ class Archiver;
 class Unarchiver;
 class FileManager;
 class DirectoryEnumerator;
+class Host;
+class ProcessInfo;
 
 } // namespace yk
