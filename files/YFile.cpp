@@ -329,6 +329,11 @@ Ref<Array> YFile::directoryContentsWithNameFilter(Object* nameFilter) const
     return accepted;
 }
 
+Ref<Array> YFile::directoryFiles() const
+{
+    return directoryFilesWithFileFilter(nullptr);
+}
+
 Ref<Array> YFile::directoryFilesWithFileFilter(const YFileFilter* filter) const
 {
     auto names = directoryContents();

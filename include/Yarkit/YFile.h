@@ -104,7 +104,7 @@ public:
     // Names for which the filter (not retained) answers YES to acceptWithDirectoryFile:name:
     // (this file, the name); every name for a null filter.
     [[nodiscard]] Ref<Array> directoryContentsWithNameFilter(Object* nameFilter) const;
-    [[nodiscard]] Ref<Array> directoryFiles() const { return directoryFilesWithFileFilter(nullptr); }
+    [[nodiscard]] Ref<Array> directoryFiles() const;
     // Files of the receiver's class that the filter accepts (all for null).
     [[nodiscard]] Ref<Array> directoryFilesWithFileFilter(const YFileFilter* filter) const;
     [[nodiscard]] Ref<Array> directoryFilesWithNameFilter(Object* nameFilter) const;
