@@ -7,3 +7,9 @@ find_package(ICU REQUIRED COMPONENTS uc i18n data)
 find_package(nlohmann_json 3 REQUIRED)
 
 set(YK_PRIVATE_LIBS ICU::uc ICU::i18n nlohmann_json::nlohmann_json ${CMAKE_DL_LIBS})
+
+# URLs (uriparser), the Secret Service (libsecret over GLib) and message digests (libcrypto 3).
+pkg_check_modules(URIPARSER REQUIRED IMPORTED_TARGET liburiparser)
+pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
+find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
+list(APPEND YK_PRIVATE_LIBS PkgConfig::URIPARSER PkgConfig::LIBSECRET OpenSSL::Crypto)

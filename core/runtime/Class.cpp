@@ -52,7 +52,7 @@ Class::Class(std::string name, Class* superclass, Class* metaClass, Factory fact
 
 YK_DEFINE_CLASS(Class);
 
-Class* Class::registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup)
+Class* Class::registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup, uintptr_t imageAddress)
 {
     // The methods are collected first, so that a mistake in them leaves nothing registered.
     MethodListBuilder builder(name);
@@ -68,6 +68,7 @@ Class* Class::registerClass(std::string_view name, Class* superclass, Factory fa
     meta->_superclass = superclass ? superclass->_metaClass : created.get();
     meta->_metaClass = superclass ? superclass->_metaClass->_metaClass : meta.get();
     Class* cls = created.get();
+    cls->_imageAddress = imageAddress;
     rt.classes.push_back(created);
     rt.classes.push_back(meta);
     rt.classesByName.emplace(name, cls);

@@ -63,9 +63,11 @@
 #include <Yarkit/core/system/Archiver.h>
 #include <Yarkit/core/system/Bundle.h>
 #include <Yarkit/core/system/Coding.h>
+#include <Yarkit/core/system/FileHandle.h>
 #include <Yarkit/core/system/Notification.h>
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/system/Unarchiver.h>
+#include <Yarkit/core/system/URL.h>
 #include <Yarkit/core/system/UserDefaults.h>
 
 // Files and system.

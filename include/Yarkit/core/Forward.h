@@ -48,11 +48,13 @@ class Thread;
 class Notification;
 class NotificationCenter;
 class UserDefaults;
+class FileHandle;
 class Archiver;
 class Unarchiver;
 class FileManager;
 class DirectoryEnumerator;
 class Host;
 class ProcessInfo;
+class URL;
 
 } // namespace yk

@@ -146,7 +146,9 @@ public:
     // NSInternalInconsistencyException when another class of the same name exists, and
     // NSInvalidArgumentException when a method's selector does not match its arguments; then
     // nothing is registered.
-    static Class* registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup);
+    // imageAddress is an address in the code of the module that defines the class (see
+    // imageAddress()), or 0.
+    static Class* registerClass(std::string_view name, Class* superclass, Factory factory, Setup setup, uintptr_t imageAddress = 0);
     template <typename T>
     static Class* registerClassOf(std::string_view name, Setup setup = nullptr);
 
@@ -171,6 +173,9 @@ public:
     // The class whose instance methods are this class's class methods.
     Class* metaClass() const { return _metaClass; }
     bool isSubclassOfClass(const Class* other) const;
+    // An address in the code of the module (the library, the program or a plug-in) that defines
+    // the class, for dladdr; 0 when unknown. Bundle::bundleForClass tells modules apart by it.
+    uintptr_t imageAddress() const { return _imageAddress; }
 
     // The method this class uses for a selector (the newest category wins over the class's own
     // list, and the class over its superclasses), or null.
@@ -226,6 +231,7 @@ private:
     Class* _metaClass;
     const Factory _factory;
     const bool _isMetaClass;
+    uintptr_t _imageAddress { 0 };
     std::atomic<bool> _initialized { false };
     bool _initializing YK_GUARDED_BY(initializationLock()) { false };
     std::vector<std::unique_ptr<MethodList>> _methodLists YK_GUARDED_BY(runtimeLock());
@@ -242,7 +248,8 @@ Class* Class::registerClassOf(std::string_view name, Setup setup)
     Factory factory = nullptr;
     if constexpr (std::is_default_constructible_v<T> && !std::is_abstract_v<T>)
         factory = [] { return Ref<Object>(make<T>()); };
-    return registerClass(name, superclass, factory, setup);
+    // The class's own staticClass() is compiled into the module that defines the class.
+    return registerClass(name, superclass, factory, setup, reinterpret_cast<uintptr_t>(&T::staticClass));
 }
 
 namespace detail {

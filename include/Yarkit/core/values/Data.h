@@ -41,6 +41,20 @@ public:
     // are borrowed and must outlive the data (and every subdata and copy taken from it).
     [[nodiscard]] static Ref<Data> dataWithBytesNoCopy(void* bytes, uint32_t length, bool freeWhenDone = true);
 
+    // A data of at most `capacity` bytes in one allocation, whose bytes `fill(uint8_t* bytes)`
+    // writes in place and whose length is the uint32_t count it returns (at most `capacity`).
+    // A result much shorter than the room taken is copied into a fitting allocation.
+    template <typename Fill>
+    [[nodiscard]] static Ref<Data> dataByFilling(uint32_t capacity, Fill&& fill)
+    {
+        Ref<Data> data = withInlineBytes(capacity);
+        uint32_t length = fill(const_cast<uint8_t*>(data->_bytes));
+        data->_length = length;
+        if (capacity > 4096 && length < capacity / 2)
+            return dataWithBytes(data->_bytes, length);
+        return data;
+    }
+
     // Options of dataWithContentsOfFile (bit 0 as the platform's "mapped if safe").
     enum ReadingOptions : uint32_t {
         ReadingUncached = 0,

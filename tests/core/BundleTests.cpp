@@ -1,0 +1,93 @@
+#include "core/CoreTestSupport.h"
+#include "core/LanguageScope.h"
+
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/system/Bundle.h>
+#include <Yarkit/core/values/String.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using yk::test::str;
+
+// A class of the test program, not of the framework.
+class ProgramClass : public yk::Object {
+    YK_OBJECT(ProgramClass, yk::Object)
+};
+YK_DEFINE_CLASS(ProgramClass);
+
+TEST(Bundle, FrameworkClassesShareTheIdentifiedBundle)
+{
+    auto framework = yk::Bundle::bundleWithIdentifier(str("org.yarkit.Yarkit").get());
+    ASSERT_TRUE(framework);
+    EXPECT_EQ(yk::Bundle::bundleForClass(yk::String::staticClass()), framework);
+    EXPECT_EQ(yk::Bundle::bundleForClass(yk::Bundle::staticClass()), framework);
+    EXPECT_EQ(framework->bundleIdentifier()->utf8(), "org.yarkit.Yarkit");
+
+    auto program = yk::Bundle::bundleForClass(ProgramClass::staticClass());
+    ASSERT_TRUE(program);
+    EXPECT_NE(program, framework);
+    EXPECT_FALSE(program->bundleIdentifier());
+    EXPECT_EQ(yk::Bundle::bundleForClass(ProgramClass::staticClass()), program);
+
+    EXPECT_FALSE(yk::Bundle::bundleWithIdentifier(str("org.example.Other").get()));
+    EXPECT_FALSE(yk::Bundle::bundleForClass(nullptr));
+}
+
+TEST(Bundle, ResourcesLieBesideTheLibraryAsInstalled)
+{
+    auto framework = yk::Bundle::frameworkBundle();
+    std::filesystem::path library = framework->executablePath()->utf8();
+    auto prefix = std::filesystem::canonical(library).parent_path().parent_path();
+    EXPECT_EQ(std::filesystem::path(framework->localeDirectory()), prefix / "share/locale");
+    EXPECT_TRUE(std::filesystem::exists(prefix / "share/locale/ja/LC_MESSAGES/yarkit.mo"));
+    EXPECT_EQ(framework->pathForAuxiliaryExecutable(str("tool").get())->utf8(), (prefix / "libexec/yarkit/tool").string());
+}
+
+struct LookupRow {
+    const char* language;
+    const char* key;
+    const char* value; // null for nil
+    const char* table; // null for nil
+    const char* expected;
+};
+
+TEST(Bundle, LocalizedStringFallsBackToTheValueThenTheKey)
+{
+    const LookupRow rows[] = {
+        { "ja", "today", "", "Date", "今日" },
+        { "ja", "nextday", nullptr, "Date", "明後日" },
+        { "ja", "%.0f bytes", "", "Formatter", "%.0f バイト" },
+        // KB to PB stay untranslated: the key.
+        { "ja", "%.1f KB", "", "Formatter", "%.1f KB" },
+        // The table is the message context: the same key in another table is not found.
+        { "ja", "today", "", "Formatter", "today" },
+        { "ja", "today", "", nullptr, "today" },
+        { "ja", "unknown", "fallback", "Date", "fallback" },
+        { "ja", "unknown", nullptr, "Date", "unknown" },
+        { "en", "today", "", "Date", "today" },
+        { "C", "today", "", "Date", "today" },
+    };
+    auto framework = yk::Bundle::frameworkBundle();
+    for (const auto& row : rows) {
+        yk::test::LanguageScope language(row.language);
+        auto value = row.value ? str(row.value) : nullptr;
+        auto table = row.table ? str(row.table) : nullptr;
+        auto result = framework->localizedStringForKey(str(row.key).get(), value.get(), table.get());
+        EXPECT_EQ(result->utf8(), row.expected) << row.language << " " << row.key << " in " << (row.table ? row.table : "(nil)");
+    }
+}
+
+TEST(Bundle, NoTableMeansLocalizable)
+{
+    // Only "Localizable" is consulted without a table, so a key of another table falls back.
+    yk::test::LanguageScope language("ja");
+    auto framework = yk::Bundle::frameworkBundle();
+    EXPECT_EQ(framework->localizedStringForKey(str("today").get(), nullptr, str("").get())->utf8(), "today");
+    EXPECT_EQ(framework->localizedStringForKey(nullptr, str("v").get(), nullptr)->utf8(), "v");
+}
+
+} // namespace

@@ -1,0 +1,172 @@
+#include "CoreTestSupport.h"
+#include "TemporaryFolder.h"
+
+#include <Yarkit/core/system/FileHandle.h>
+#include <Yarkit/core/values/Data.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace yk;
+using yk::test::expectRaise;
+
+namespace {
+
+std::string text(const Ref<Data>& data)
+{
+    return data ? std::string(data->stringView()) : std::string("(null)");
+}
+
+struct Pipe {
+    int fds[2];
+    Pipe() { EXPECT_EQ(pipe(fds), 0); }
+    ~Pipe()
+    {
+        for (int fd : fds)
+            if (fd >= 0)
+                close(fd);
+    }
+    void write(std::string_view bytes) { ASSERT_EQ(::write(fds[1], bytes.data(), bytes.size()), ssize_t(bytes.size())); }
+};
+
+} // namespace
+
+TEST(FileHandle, PathOpenersAnswerNullWhenThePathCannotBeOpened)
+{
+    test::TemporaryFolder folder;
+    std::string path = (folder.path() / "f").string();
+    EXPECT_FALSE(FileHandle::fileHandleForReadingAtPath(path));
+    EXPECT_FALSE(FileHandle::fileHandleForWritingAtPath(path)) << "writing never creates the file";
+    EXPECT_FALSE(FileHandle::fileHandleForUpdatingAtPath(path));
+    EXPECT_FALSE(FileHandle::fileHandleForReadingAtPath(static_cast<const String*>(nullptr)));
+    std::ofstream(path) << "0123456789";
+
+    auto reader = FileHandle::fileHandleForReadingAtPath(test::str(path.c_str()).get());
+    ASSERT_TRUE(reader);
+    expectRaise([&] { reader->writeData(Data::dataWithString("x").get()); }, NSFileHandleOperationException,
+        "*** -[FileHandle writeData:]: Bad file descriptor");
+
+    auto writer = FileHandle::fileHandleForWritingAtPath(path);
+    ASSERT_TRUE(writer);
+    writer->seekToFileOffset(2);
+    writer->writeData(Data::dataWithString("ab").get());
+    EXPECT_EQ(writer->offsetInFile(), 4u);
+    EXPECT_EQ(text(reader->readDataToEndOfFile()), "01ab456789");
+}
+
+TEST(FileHandle, SeekingTruncatingAndEndOfFile)
+{
+    test::TemporaryFolder folder;
+    std::string path = (folder.path() / "f").string();
+    std::ofstream(path) << "0123456789";
+    auto handle = FileHandle::fileHandleForUpdatingAtPath(path);
+    ASSERT_TRUE(handle);
+
+    EXPECT_EQ(text(handle->readDataOfLength(4)), "0123");
+    EXPECT_EQ(handle->offsetInFile(), 4u);
+    EXPECT_EQ(text(handle->readDataOfLength(100)), "456789") << "a regular file gathers to its end";
+    EXPECT_EQ(handle->readDataOfLength(100)->length(), 0u) << "end of file is empty data";
+    EXPECT_EQ(handle->readDataOfLength(0)->length(), 0u);
+    handle->seekToFileOffset(8);
+    EXPECT_EQ(text(handle->availableData()), "89");
+    handle->truncateFileAtOffset(3);
+    EXPECT_EQ(handle->offsetInFile(), 3u);
+    EXPECT_EQ(handle->seekToEndOfFile(), 3u);
+    handle->truncateFileAtOffset(5);
+    handle->seekToFileOffset(0);
+    EXPECT_EQ(text(handle->readDataToEndOfFile()), std::string("012\0\0", 5));
+    handle->synchronizeFile();
+}
+
+TEST(FileHandle, LargeFilesReadWhole)
+{
+    test::TemporaryFolder folder;
+    std::string path = (folder.path() / "f").string();
+    std::string bytes(300000, '\0');
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = char(i * 7 + i / 251);
+    std::ofstream(path, std::ios::binary) << bytes;
+    auto handle = FileHandle::fileHandleForReadingAtPath(path);
+    EXPECT_EQ(text(handle->readDataOfLength(200000)), bytes.substr(0, 200000));
+    EXPECT_EQ(text(handle->readDataToEndOfFile()), bytes.substr(200000));
+}
+
+TEST(FileHandle, PipeReadsReturnWhatArrivedWithoutWaitingForMore)
+{
+    Pipe pipe;
+    FileHandle reader(pipe.fds[0]);
+    pipe.write("line\n");
+    EXPECT_EQ(text(reader.readDataOfLength(4096)), "line\n");
+    pipe.write("more");
+    EXPECT_EQ(text(reader.availableData()), "more");
+
+    // A writer on another thread: the reader waits for it, then sees end of file.
+    std::thread writer([&] {
+        FileHandle handle(pipe.fds[1], true);
+        pipe.fds[1] = -1;
+        handle.writeData(Data::dataWithString("late").get());
+    });
+    EXPECT_EQ(text(reader.readDataOfLength(10)), "late");
+    writer.join();
+    EXPECT_EQ(reader.readDataOfLength(10)->length(), 0u);
+}
+
+TEST(FileHandle, FailuresRaiseNamingTheSelectorAndTheSystemError)
+{
+    auto full = FileHandle::fileHandleForWritingAtPath("/dev/full");
+    ASSERT_TRUE(full);
+    expectRaise([&] { full->writeData(Data::dataWithString("x").get()); }, NSFileHandleOperationException,
+        "*** -[FileHandle writeData:]: No space left on device");
+    expectRaise([&] { full->writeData(nullptr); }, NSInvalidArgumentException,
+        "*** -[FileHandle writeData:]: nil string (or other) argument");
+
+    // A descriptor closed behind the handle's back: closeFile raises once and the handle is closed.
+    int fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    FileHandle handle(fd, true);
+    close(fd);
+    expectRaise([&] { handle.closeFile(); }, NSFileHandleOperationException, "*** -[FileHandle closeFile]: Bad file descriptor");
+    EXPECT_EQ(handle.fileDescriptor(), -1);
+    expectRaise([&] { (void)handle.readDataOfLength(1); }, NSFileHandleOperationException,
+        "*** -[FileHandle readDataOfLength:]: Bad file descriptor");
+    expectRaise([&] { (void)handle.offsetInFile(); }, NSFileHandleOperationException,
+        "*** -[FileHandle offsetInFile]: Bad file descriptor");
+
+    Pipe pipe;
+    FileHandle onPipe(pipe.fds[0]);
+    expectRaise([&] { onPipe.seekToFileOffset(1); }, NSFileHandleOperationException,
+        "*** -[FileHandle seekToFileOffset:]: Illegal seek");
+    onPipe.synchronizeFile();
+}
+
+TEST(FileHandle, StandardHandlesAreSharedAndNeverClosed)
+{
+    std::vector<FileHandle*> seen(8);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < seen.size(); ++i)
+        threads.emplace_back([&, i] { seen[i] = i % 2 ? FileHandle::fileHandleWithStandardError() : FileHandle::fileHandleWithStandardOutput(); });
+    for (auto& thread : threads)
+        thread.join();
+    for (size_t i = 0; i < seen.size(); ++i)
+        EXPECT_EQ(seen[i], seen[i % 2]);
+    EXPECT_EQ(FileHandle::fileHandleWithStandardInput()->fileDescriptor(), 0);
+    EXPECT_EQ(seen[0]->fileDescriptor(), 1);
+    EXPECT_EQ(seen[1]->fileDescriptor(), 2);
+
+    seen[1]->closeFile();
+    EXPECT_EQ(seen[1]->fileDescriptor(), 2);
+    EXPECT_NE(fcntl(2, F_GETFD), -1);
+
+    auto null = FileHandle::fileHandleWithNullDevice();
+    null->writeData(Data::dataWithString("dropped").get());
+    EXPECT_EQ(null->readDataToEndOfFile()->length(), 0u);
+    int fd = null->fileDescriptor();
+    null = nullptr;
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "a handle that owns its descriptor closes it";
+}
