@@ -10,7 +10,9 @@
 #include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/system/Archiver.h>
 #include <Yarkit/core/system/DirectoryEnumerator.h>
+#include <Yarkit/core/system/FileHandle.h>
 #include <Yarkit/core/system/FileManager.h>
+#include <Yarkit/core/system/URL.h>
 #include <Yarkit/core/system/Unarchiver.h>
 #include <Yarkit/core/threads/Lock.h>
 #include <Yarkit/core/values/Array.h>
@@ -149,6 +151,11 @@ Ref<YFile> YFile::absoluteFile() const
     if (absolute->isEqualToString(_path.get()))
         return copy();
     return fileOfSameClass(absolute.get());
+}
+
+Ref<yk::URL> YFile::URL() const
+{
+    return yk::URL::fileURLWithPath(absolutePath().get());
 }
 
 Ref<String> YFile::resolvedPath() const
@@ -306,6 +313,21 @@ Ref<Data> YFile::contents() const
 {
     Locker guard(*classState().lock);
     return manager()->contentsAtPath(_path.get());
+}
+
+Ref<FileHandle> YFile::fileHandleForReading() const
+{
+    return FileHandle::fileHandleForReadingAtPath(_path.get());
+}
+
+Ref<FileHandle> YFile::fileHandleForWriting() const
+{
+    return FileHandle::fileHandleForWritingAtPath(_path.get());
+}
+
+Ref<FileHandle> YFile::fileHandleForUpdating() const
+{
+    return FileHandle::fileHandleForUpdatingAtPath(_path.get());
 }
 
 // Listings

@@ -14,6 +14,8 @@ class Data;
 class Date;
 class Dictionary;
 class DirectoryEnumerator;
+class FileHandle;
+class URL;
 class YFileFilter;
 
 // An immutable value object naming a normalised file-system path, with the file operations on
@@ -63,6 +65,8 @@ public:
     // The path, or the current directory with the path appended.
     [[nodiscard]] Ref<String> absolutePath() const;
     [[nodiscard]] Ref<YFile> absoluteFile() const;
+    // A file URL of absolutePath.
+    [[nodiscard]] Ref<yk::URL> URL() const;
     // The absolute path with symbolic links resolved.
     [[nodiscard]] Ref<String> resolvedPath() const;
     [[nodiscard]] Ref<YFile> resolvedFile() const;
@@ -98,6 +102,10 @@ public:
     // rename(2); the handler decides the result of a failure.
     bool renameToFile(const YFile* destination) const;
     [[nodiscard]] Ref<Data> contents() const;
+    // The file handle openers (writing and updating never create the file); null on failure.
+    [[nodiscard]] Ref<FileHandle> fileHandleForReading() const;
+    [[nodiscard]] Ref<FileHandle> fileHandleForWriting() const;
+    [[nodiscard]] Ref<FileHandle> fileHandleForUpdating() const;
 
     // Listings, in the folder's order; null when the path is not a readable folder.
     [[nodiscard]] Ref<Array> directoryContents() const;

@@ -4,6 +4,8 @@
 #include <Yarkit/YFileFilter.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/system/Archiver.h>
+#include <Yarkit/core/system/FileHandle.h>
+#include <Yarkit/core/system/URL.h>
 #include <Yarkit/core/system/FileManager.h>
 #include <Yarkit/core/system/Unarchiver.h>
 #include <Yarkit/core/values/Array.h>
@@ -221,6 +223,21 @@ TEST(YFile, CreatesDeletesAndLists)
     EXPECT_FALSE(x->deleteAll());
     EXPECT_NE(capture.text().find("Error occurred during file operation: 'No such file or directory' with path: '"),
         std::string::npos);
+}
+
+TEST(YFile, URLsAndFileHandles)
+{
+    yk::test::TemporaryFolder folder;
+    fs::create_directory(folder.path() / "a b");
+    auto folderFile = YFile::fileWithPath(yk::test::pathIn(folder, "a b").get());
+    EXPECT_EQ(folderFile->URL()->absoluteString()->utf8(), "file://" + folder.path().string() + "/a%20b/");
+    auto missing = YFile::fileWithPath(yk::test::pathIn(folder, "a b/new").get());
+    EXPECT_EQ(missing->URL()->path()->utf8(), (folder.path() / "a b/new").string());
+    EXPECT_EQ(missing->fileHandleForWriting(), nullptr); // writing never creates
+    EXPECT_EQ(missing->fileHandleForUpdating(), nullptr);
+    EXPECT_FALSE(missing->exists());
+    EXPECT_TRUE(missing->createFile());
+    EXPECT_NE(missing->fileHandleForReading(), nullptr);
 }
 
 TEST(YFile, DefaultHandlerLogsOneOfFiveLines)
