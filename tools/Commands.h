@@ -9,5 +9,7 @@ int runDetect(int argc, char** argv, int first);
 int runRepair(int argc, char** argv, int first);
 int runToUTF8(int argc, char** argv, int first);
 int runBase64(int argc, char** argv, int first);
+int runMime(int argc, char** argv, int first);
+int runHandler(int argc, char** argv, int first);
 
 } // namespace yk::tool

@@ -15,6 +15,8 @@ Commands:
   repair    replace malformed byte sequences so strict converters accept the text
   to-utf8   detect, repair and convert text to UTF-8, reporting what was replaced
   base64    encode or decode base64 with CR LF lines
+  mime      name the MIME type and description of file names or extensions
+  handler   print or set the application that opens a URL scheme
 
 Every command reads standard input when no FILE is given (or for "-"), and takes --help.
 Exit status 2 means bad usage, an unknown encoding or an unreadable file.
@@ -30,6 +32,8 @@ constexpr Command commands[] = {
     { "repair", yk::tool::runRepair },
     { "to-utf8", yk::tool::runToUTF8 },
     { "base64", yk::tool::runBase64 },
+    { "mime", yk::tool::runMime },
+    { "handler", yk::tool::runHandler },
 };
 
 } // namespace
