@@ -36,12 +36,7 @@ public:
 
     void fetch(yk::String* folder)
     {
-        std::vector<std::filesystem::path> messages;
-        for (const auto& entry : std::filesystem::directory_iterator(folder->utf8())) {
-            if (entry.path().extension() == ".txt")
-                messages.push_back(entry.path());
-        }
-        std::sort(messages.begin(), messages.end());
+        std::vector<std::filesystem::path> messages = demo::listSamples(folder->utf8());
         auto userInfo = yk::MutableDictionary::dictionaryWithCapacity(1);
         userInfo->setObject(yk::Number::numberWithUnsignedInt(static_cast<uint32_t>(messages.size())), yk::String::withUTF8("count"));
         yk::NotificationCenter::defaultCenter()->postNotificationName(MailboxDidFetchNotification, this, userInfo.get());
@@ -188,6 +183,9 @@ int main(int argc, char** argv)
 
     std::printf("\nSettings come from the user defaults:\n");
     showBase64(examples / "samples" / "iso-2022-jp.txt");
+
+    std::printf("\nFiles: the messages saved as UTF-8 with CR LF lines:\n");
+    demo::showFiles(examples);
 
     std::printf("\nErrors carry the framework's exact messages:\n");
     showAbstractMethodError();
