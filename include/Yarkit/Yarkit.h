@@ -72,6 +72,7 @@
 
 // Files and system.
 #include <Yarkit/ArrayAdditions.h>
+#include <Yarkit/BundleAdditions.h>
 #include <Yarkit/DataAdditions.h>
 #include <Yarkit/ExtendedAttributes.h>
 #include <Yarkit/FSRef.h>
