@@ -77,10 +77,10 @@ Ref<Array> IPv4Addresses(const Host* host) { return matching(host->addresses().g
 Ref<String> IPv6Address(const Host* host) { return firstOf(IPv6Addresses(host).get()); }
 Ref<Array> IPv6Addresses(const Host* host) { return matching(host->addresses().get(), isIPv6); }
 
-Ref<Host> YK_hostWithAddress(const Data* address)
+std::string detail::numericTextOfSocketAddress(const Data* address)
 {
     if (!address)
-        return nullptr;
+        return "";
     uint8_t buffer[128] = {};
     std::memcpy(buffer, address->bytes() ? address->bytes() : buffer, std::min<size_t>(address->length(), sizeof buffer));
     sa_family_t family;
@@ -94,10 +94,14 @@ Ref<Host> YK_hostWithAddress(const Data* address)
         sockaddr_in6 v6;
         std::memcpy(&v6, buffer, sizeof v6);
         inet_ntop(AF_INET6, &v6.sin6_addr, text, sizeof text);
-    } else {
-        return nullptr;
     }
-    return Host::hostWithAddress(String::withUTF8(text).get());
+    return text;
+}
+
+Ref<Host> YK_hostWithAddress(const Data* address)
+{
+    std::string text = detail::numericTextOfSocketAddress(address);
+    return text.empty() ? nullptr : Host::hostWithAddress(String::withUTF8(text).get());
 }
 
 OperatingSystemVersion yk_operatingSystemVersion(const ProcessInfo* info)

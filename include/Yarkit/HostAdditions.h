@@ -8,6 +8,8 @@
 #include <Yarkit/core/system/ProcessInfo.h>
 #include <Yarkit/core/values/Data.h>
 
+#include <string>
+
 namespace yk {
 
 // The first / every name of the host that passes _isFQDN, in names order.
@@ -26,6 +28,11 @@ namespace yk {
 // Non-empty, not ending in ".local" nor holding ".local." (any case), only ASCII letters,
 // digits, "-" and ".", with at least one ".".
 bool _isFQDN(const String* name);
+
+namespace detail {
+// The numeric address YK_hostWithAddress looks up, or "" for a family it does not take.
+std::string numericTextOfSocketAddress(const Data* address);
+} // namespace detail
 
 // The running system's version, from uname's release.
 OperatingSystemVersion yk_operatingSystemVersion(const ProcessInfo* info);

@@ -1,0 +1,44 @@
+#pragma once
+
+// A console reporter that also prints, after the usual table, how many times faster each
+// "<case>/yarkit" ran than "<case>/<peer>".
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace yk::bench {
+
+// Remembers each benchmark's CPU time (steadier than wall time on a shared machine) so the
+// ratios can be printed after the usual table.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const auto& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
+                times[run.benchmark_name()] = run.GetAdjustedCPUTime();
+        }
+    }
+
+    void printRatios(const std::vector<std::pair<std::string, std::string>>& pairs, const std::map<std::string, double>& goals) const
+    {
+        std::printf("\n%-32s %-14s %9s %7s\n", "case", "peer", "speed-up", "goal");
+        for (const auto& [name, peer] : pairs) {
+            auto ours = times.find(name + "/yarkit");
+            auto theirs = times.find(name + "/" + peer);
+            if (ours == times.end() || theirs == times.end())
+                continue;
+            std::printf("%-32s %-14s %8.2fx %6.1fx\n", name.c_str(), peer.c_str(), theirs->second / ours->second, goals.at(name));
+        }
+    }
+
+    std::map<std::string, double> times;
+};
+
+} // namespace yk::bench
