@@ -12,6 +12,7 @@
 #include <Yarkit/core/values/Array.h>
 
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fnmatch.h>
 #include <fstream>
@@ -359,13 +360,7 @@ int main(int argc, char** argv)
         pairs.emplace_back(c.name, c.peer);
         goals[c.name] = c.goal;
     }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    yk::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    reporter.printRatios(pairs, goals);
+    int status = yk::bench::runAndPrintRatios(argc, argv, pairs, goals);
     fs::remove_all(scratch());
-    return 0;
+    return status;
 }

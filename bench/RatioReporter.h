@@ -41,4 +41,18 @@ public:
     std::map<std::string, double> times;
 };
 
+// Runs the registered benchmarks with the reporter, then prints the speed-ups of the pairs.
+inline int runAndPrintRatios(int& argc, char** argv, const std::vector<std::pair<std::string, std::string>>& pairs,
+    const std::map<std::string, double>& goals)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    reporter.printRatios(pairs, goals);
+    return 0;
+}
+
 } // namespace yk::bench

@@ -285,6 +285,33 @@ bool failWith(const String* path, int code, Ref<Error>* error)
     return false;
 }
 
+using TwoPathStep = bool (Operation::*)(const std::string&, const std::string&);
+
+// A two-path operation of the handler family: the handler hears the source first.
+bool withHandler(FileManager* manager, const String* source, const String* destination, Object* handler, TwoPathStep step)
+{
+    std::string from, to;
+    if (!bytesOf(source, from) || !bytesOf(destination, to))
+        return false;
+    Operation operation(manager, handler);
+    operation.willProcess(from);
+    return (operation.*step)(from, to);
+}
+
+// A two-path operation of the error-returning family: the first error, for the source.
+bool withError(FileManager* manager, const String* source, const String* destination, Ref<Error>* error, TwoPathStep step)
+{
+    std::string from, to;
+    if (!bytesOf(source, from))
+        return failWith(source, errno, error);
+    if (!bytesOf(destination, to))
+        return failWith(destination, errno, error);
+    Operation operation(manager, nullptr);
+    if ((operation.*step)(from, to))
+        return true;
+    return failWith(source, operation.firstError(), error);
+}
+
 // Applies one attribute change; false with errno set.
 bool applyAttributes(const Dictionary* attributes, const std::string& path)
 {
@@ -583,32 +610,17 @@ bool FileManager::removeFileAtPath(const String* path, Object* handler)
 
 bool FileManager::movePath(const String* source, const String* destination, Object* handler)
 {
-    std::string from, to;
-    if (!bytesOf(source, from) || !bytesOf(destination, to))
-        return false;
-    Operation operation(this, handler);
-    operation.willProcess(from);
-    return operation.move(from, to);
+    return withHandler(this, source, destination, handler, &Operation::move);
 }
 
 bool FileManager::copyPath(const String* source, const String* destination, Object* handler)
 {
-    std::string from, to;
-    if (!bytesOf(source, from) || !bytesOf(destination, to))
-        return false;
-    Operation operation(this, handler);
-    operation.willProcess(from);
-    return operation.copy(from, to);
+    return withHandler(this, source, destination, handler, &Operation::copy);
 }
 
 bool FileManager::linkPath(const String* source, const String* destination, Object* handler)
 {
-    std::string from, to;
-    if (!bytesOf(source, from) || !bytesOf(destination, to))
-        return false;
-    Operation operation(this, handler);
-    operation.willProcess(from);
-    return operation.link(from, to);
+    return withHandler(this, source, destination, handler, &Operation::link);
 }
 
 bool FileManager::removeItemAtPath(const String* path, Ref<Error>* error)
@@ -624,40 +636,17 @@ bool FileManager::removeItemAtPath(const String* path, Ref<Error>* error)
 
 bool FileManager::moveItemAtPath(const String* source, const String* destination, Ref<Error>* error)
 {
-    std::string from, to;
-    if (!bytesOf(source, from))
-        return failWith(source, errno, error);
-    if (!bytesOf(destination, to))
-        return failWith(destination, errno, error);
-    Operation operation(this, nullptr);
-    if (operation.move(from, to))
-        return true;
-    return failWith(source, operation.firstError(), error);
+    return withError(this, source, destination, error, &Operation::move);
 }
 
 bool FileManager::copyItemAtPath(const String* source, const String* destination, Ref<Error>* error)
 {
-    std::string from, to;
-    if (!bytesOf(source, from))
-        return failWith(source, errno, error);
-    if (!bytesOf(destination, to))
-        return failWith(destination, errno, error);
-    Operation operation(this, nullptr);
-    if (operation.copy(from, to))
-        return true;
-    return failWith(source, operation.firstError(), error);
+    return withError(this, source, destination, error, &Operation::copy);
 }
 
 bool FileManager::linkItemAtPath(const String* source, const String* destination, Ref<Error>* error)
 {
-    std::string from, to;
-    if (!bytesOf(source, from))
-        return failWith(source, errno, error);
-    if (!bytesOf(destination, to))
-        return failWith(destination, errno, error);
-    if (!::link(from.c_str(), to.c_str()))
-        return true;
-    return failWith(source, errno, error);
+    return withError(this, source, destination, error, &Operation::link);
 }
 
 bool FileManager::createDirectoryAtPath(const String* path, bool withIntermediateDirectories, const Dictionary* attributes, Ref<Error>* error)
