@@ -86,10 +86,10 @@ Ref<Bundle> Bundle::mainBundle()
         std::error_code error;
         std::string executable = fs::read_symlink("/proc/self/exe", error).string();
         std::string folder = fs::path(executable).parent_path().string();
-        auto bundle = make<Bundle>(std::string(), executable, std::string(), std::string(), folder);
+        Bundle* bundle = make<Bundle>(std::string(), executable, std::string(), std::string(), folder).leakRef();
         Locker guard(bundle->_stateLock);
         bundle->_handle = dlopen(nullptr, RTLD_NOW);
-        return bundle.leakRef();
+        return bundle;
     }();
     return main;
 }
@@ -117,8 +117,9 @@ Ref<Bundle> Bundle::bundleWithPath(const String* path)
         ? static_cast<String*>(identifier.get())->utf8()
         : std::string();
     bundle = make<Bundle>(identifierText, (folder / executable).string(), std::string(), std::string(), folder.string());
-    Locker infoGuard(bundle->_stateLock);
-    bundle->_infoDictionary = info;
+    Bundle* made = bundle.get();
+    Locker infoGuard(made->_stateLock);
+    made->_infoDictionary = info;
     return bundle;
 }
 
