@@ -352,6 +352,7 @@ int main(int argc, char** argv)
         { "lines_64MiB ", linesYarkit, "memchr_split", linesMemchr, 0.6 },
         { "backup_4KiB", backupYarkit, "g_file_replace", backupGIO, 1 },
     };
+    crlfText(); // made before any timing
     std::vector<std::pair<std::string, std::string>> pairs;
     std::map<std::string, double> goals;
     for (const auto& c : cases) {

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -66,35 +67,40 @@ Ref<String> templateFor(const String* path, uint32_t& suffixLength)
     return base->stringByAppendingPathExtension(extension.get());
 }
 
-// mktemp as the platform has it: the whole trailing run of "X" is replaced by random letters
-// and digits, and the name is free when lstat finds nothing. A template with no "X", or whose
-// names are all taken, fails with EEXIST instead of looping.
-bool makeTemporaryName(char* name)
+// A fast random source per thread, seeded once from the kernel.
+uint64_t randomBits()
+{
+    thread_local std::mt19937_64 generator = [] {
+        uint64_t seed = 0;
+        if (getrandom(&seed, sizeof seed, 0) != sizeof seed)
+            seed = static_cast<uint64_t>(getpid()) ^ reinterpret_cast<uintptr_t>(&seed);
+        return std::mt19937_64(seed);
+    }();
+    return generator();
+}
+
+// The whole trailing run of "X" in name replaced by random letters and digits, as the
+// platform's mktemp does; `run` is its length.
+void fillTemporaryName(char* name, size_t start, size_t run)
 {
     static const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-    size_t length = std::strlen(name);
-    size_t start = length;
-    while (start > 0 && name[start - 1] == 'X')
-        --start;
-    size_t run = length - start;
-    // Enough tries to see nearly every name of a short run; a long run is never exhausted.
+    uint64_t bits = 0;
+    for (size_t i = 0; i < run; ++i) {
+        if (i % 10 == 0)
+            bits = randomBits();
+        name[start + i] = alphabet[bits % 62];
+        bits /= 62;
+    }
+}
+
+// How many names a run of "X" is given before no free name is taken to be left: nearly every
+// name of a short run; a long run is never exhausted. A template without "X" has one name.
+uint64_t attemptsFor(size_t run)
+{
     uint64_t attempts = 1;
     for (size_t i = 0; i < run && attempts < (1u << 20); ++i)
         attempts *= 62;
-    attempts = run ? std::min<uint64_t>(attempts * 8, 1u << 20) : 1;
-    for (uint64_t attempt = 0; attempt < attempts; ++attempt) {
-        uint8_t random[64];
-        size_t count = std::min(run, sizeof random);
-        if (count && getrandom(random, count, 0) != static_cast<ssize_t>(count))
-            return false;
-        for (size_t i = 0; i < run; ++i)
-            name[start + i] = alphabet[random[i % sizeof random] % 62];
-        struct stat status;
-        if (lstat(name, &status) < 0)
-            return errno == ENOENT;
-    }
-    errno = EEXIST;
-    return false;
+    return run ? std::min<uint64_t>(attempts * 8, 1u << 20) : 1;
 }
 
 // The numbered candidate: base + formatted number + suffix.
@@ -220,14 +226,20 @@ Ref<String> YK_createTemporaryFileUsingTemplate(FileManager*, const String* path
         return nullptr;
     if (suffixLength && !bytesOf(pathTemplate->substringFromIndex(length - suffixLength).get(), suffix, suffixBufferSize))
         return nullptr;
-    for (;;) {
-        char work[pathBufferSize + 1];
-        std::memcpy(work, base.c_str(), base.size() + 1);
-        if (!makeTemporaryName(work)) {
-            logSystemError(selector, "mktemp", errno);
+    // The name is made free by the exclusive create itself (mktemp's own existence test would
+    // be a second system call that proves nothing): EEXIST draws again, until no free name is
+    // taken to be left, which fails as mktemp does.
+    size_t start = base.size();
+    while (start > 0 && base[start - 1] == 'X')
+        --start;
+    const size_t run = base.size() - start;
+    std::string candidate = base + suffix;
+    for (uint64_t attempt = 0, attempts = attemptsFor(run);; ++attempt) {
+        if (attempt == attempts) {
+            logSystemError(selector, "mktemp", EEXIST);
             return nullptr;
         }
-        std::string candidate = std::string(work) + suffix;
+        fillTemporaryName(candidate.data(), start, run);
         int fd = open(candidate.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
         if (fd >= 0) {
             close(fd);

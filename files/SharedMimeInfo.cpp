@@ -213,13 +213,17 @@ std::string MimeDatabase::descriptionOfType(const std::string& mimeType) const
 {
     if (mimeType.empty() || mimeType.find("..") != std::string::npos || std::count(mimeType.begin(), mimeType.end(), '/') != 1)
         return "";
+    std::lock_guard guard(_descriptionsLock);
+    auto [cached, isNew] = _descriptions.try_emplace(mimeType);
+    if (!isNew)
+        return cached->second;
     for (auto& folder : _mimeFolders) {
         std::string xml = readWhole(folder + "/" + mimeType + ".xml");
         if (xml.empty())
             continue;
         std::string comment = parseMimeComment(xml);
         if (!comment.empty())
-            return comment;
+            return cached->second = comment;
     }
     return "";
 }

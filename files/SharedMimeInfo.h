@@ -4,6 +4,7 @@
 // pattern, flags) and the types' XML descriptions, and the lookup of a file name's type.
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -49,6 +50,8 @@ private:
     static void consider(const MimeGlob& glob, const MimeGlob*& best);
 
     std::vector<std::string> _mimeFolders;
+    mutable std::mutex _descriptionsLock;
+    mutable std::unordered_map<std::string, std::string> _descriptions; // read once per type
     std::unordered_map<std::string, std::vector<MimeGlob>> _literals; // by lowercased name
     std::unordered_map<std::string, std::vector<MimeGlob>> _suffixes; // by lowercased ".suffix"
     std::vector<MimeGlob> _others;
