@@ -92,6 +92,20 @@ const char* typeOf(mode_t mode)
     }
 }
 
+// The names a folder holds, without "." and ".."; false with errno set when it cannot be read.
+bool entryNames(const std::string& path, std::vector<std::string>& names)
+{
+    DIR* folder = opendir(path.c_str());
+    if (!folder)
+        return false;
+    while (dirent* entry = readdir(folder)) {
+        if (std::strcmp(entry->d_name, ".") && std::strcmp(entry->d_name, ".."))
+            names.emplace_back(entry->d_name);
+    }
+    closedir(folder);
+    return true;
+}
+
 // Carries out one handler-based operation: tells the handler what it does and asks it after
 // each error, or, for the error-returning family, records the first errno and stops.
 class Operation {
@@ -138,13 +152,7 @@ public:
             return true;
         }
         bool ok = true;
-        if (DIR* folder = opendir(path.c_str())) {
-            std::vector<std::string> names;
-            while (dirent* entry = readdir(folder)) {
-                if (std::strcmp(entry->d_name, ".") && std::strcmp(entry->d_name, ".."))
-                    names.emplace_back(entry->d_name);
-            }
-            closedir(folder);
+        if (std::vector<std::string> names; entryNames(path, names)) {
             for (auto& name : names) {
                 if (!remove(path + "/" + name)) {
                     ok = false;
@@ -212,15 +220,9 @@ private:
     {
         if (mkdir(to.c_str(), (mode & 07777) | S_IRWXU) < 0)
             return proceedAfterError(errno, from, &to);
-        DIR* folder = opendir(from.c_str());
-        if (!folder)
-            return proceedAfterError(errno, from, &to);
         std::vector<std::string> names;
-        while (dirent* entry = readdir(folder)) {
-            if (std::strcmp(entry->d_name, ".") && std::strcmp(entry->d_name, ".."))
-                names.emplace_back(entry->d_name);
-        }
-        closedir(folder);
+        if (!entryNames(from, names))
+            return proceedAfterError(errno, from, &to);
         for (auto& name : names) {
             if (!copy(from + "/" + name, to + "/" + name))
                 return false;
