@@ -203,18 +203,10 @@ int main(int argc, char** argv)
         benchmark::RegisterBenchmark((name + "/glibc").c_str(), search<false>, std::string(kind));
     }
 
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    yk::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-
-    reporter.printRatios({ { "base64_encode_crlf", "EVP_EncodeUpdate" }, { "base64_decode_folded", "EVP_DecodeUpdate" },
-                             { "base64_decode_unbroken", "EVP_DecodeBlock" }, { "memmem_text", "glibc" },
-                             { "memmem_rare_first_byte", "glibc" }, { "memmem_periodic", "glibc" }, { "memmem_tail", "glibc" },
-                             { "memmem_fallback", "glibc" } },
+    return yk::bench::runAndPrintRatios(argc, argv,
+        { { "base64_encode_crlf", "EVP_EncodeUpdate" }, { "base64_decode_folded", "EVP_DecodeUpdate" },
+            { "base64_decode_unbroken", "EVP_DecodeBlock" }, { "memmem_text", "glibc" }, { "memmem_rare_first_byte", "glibc" },
+            { "memmem_periodic", "glibc" }, { "memmem_tail", "glibc" }, { "memmem_fallback", "glibc" } },
         { { "base64_encode_crlf", 2 }, { "base64_decode_folded", 5 }, { "base64_decode_unbroken", 1 }, { "memmem_text", 1 },
             { "memmem_rare_first_byte", 1 }, { "memmem_periodic", 1 }, { "memmem_tail", 1 }, { "memmem_fallback", 1 } });
-    return 0;
 }

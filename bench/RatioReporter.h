@@ -1,8 +1,9 @@
 #pragma once
 
-// A console reporter that remembers each benchmark's CPU time (steadier than wall time on a
-// shared machine) and prints, after the usual table, how many times faster "<case>/yarkit" is
-// than "<case>/<peer>".
+// A console reporter that also prints, after the usual table, how many times faster each
+// "<case>/yarkit" ran than "<case>/<peer>".
+
+#include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <map>
@@ -10,10 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include <benchmark/benchmark.h>
-
 namespace yk::bench {
 
+// Remembers each benchmark's CPU time (steadier than wall time on a shared machine) so the
+// ratios can be printed after the usual table.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override
@@ -45,5 +46,19 @@ public:
 
     std::map<std::string, double> times;
 };
+
+// Runs the registered benchmarks with the reporter, then prints the speed-ups of the pairs.
+inline int runAndPrintRatios(int& argc, char** argv, const std::vector<std::pair<std::string, std::string>>& pairs,
+    const std::map<std::string, double>& goals)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    reporter.printRatios(pairs, goals);
+    return 0;
+}
 
 } // namespace yk::bench

@@ -8,6 +8,7 @@
 #include <Yarkit/core/values/Error.h>
 #include <Yarkit/core/values/String.h>
 #include <Yarkit/core/system/Unarchiver.h>
+#include <Yarkit/YFile.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -47,6 +48,9 @@ private:
     yk::Ref<yk::Object> _child;
 };
 YK_DEFINE_CLASS(Sample);
+
+// YFile decodes its path as stored, unnormalised: the fuzzer reaches it through its class name.
+[[maybe_unused]] yk::Class* const fileClass = yk::YFile::staticClass();
 
 } // namespace
 

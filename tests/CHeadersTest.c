@@ -7,6 +7,7 @@
 #include <Yarkit/ByteSequenceRepair.h>
 #include <Yarkit/JapaneseEncodingDetection.h>
 #include <Yarkit/MemoryFunctions.h>
+#include <Yarkit/SystemFunctions.h>
 
 #include <string.h>
 
@@ -16,6 +17,8 @@ int main(void)
     char encoded[32];
     const int32_t length = yk_encode_base64(encoded, text, 4, 76);
     if (length != 8 || memcmp(encoded, "U3Viag==", 8) != 0)
+        return 1;
+    if (y_is_process_native(0) != 1 || !y_get_domain_name())
         return 1;
     if (YKDetectJapaneseEncoding(text, (int32_t)strlen((const char*)text), 0, 0) != kCFStringEncodingASCII)
         return 1;

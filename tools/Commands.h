@@ -17,5 +17,7 @@ int runRegex(int argc, char** argv, int first);
 int runDigest(int argc, char** argv, int first);
 int runPassword(int argc, char** argv, int first);
 int runNewlines(int argc, char** argv, int first);
+int runMime(int argc, char** argv, int first);
+int runHandler(int argc, char** argv, int first);
 
 } // namespace yk::tool

@@ -24,6 +24,8 @@ Commands:
   digest    print the message digest or HMAC of files, by libcrypto's algorithm names
   password  find, store or remove an internet password in the user's password store
   newlines  rewrite or count line endings (LF, CR LF, lone CR)
+  mime      name the MIME type and description of file names or extensions
+  handler   print or set the application that opens a URL scheme
 
 Every command reads standard input when no FILE is given (or for "-"), and takes --help.
 Exit status 2 means bad usage, an unknown encoding or an unreadable file.
@@ -47,6 +49,8 @@ constexpr Command commands[] = {
     { "digest", yk::tool::runDigest },
     { "password", yk::tool::runPassword },
     { "newlines", yk::tool::runNewlines },
+    { "mime", yk::tool::runMime },
+    { "handler", yk::tool::runHandler },
 };
 
 } // namespace

@@ -71,11 +71,13 @@ BundleRegistry& registry()
 
 } // namespace
 
-Bundle::Bundle(std::string identifier, std::string executablePath, std::string localeDirectory, std::string auxiliaryDirectory)
+Bundle::Bundle(std::string identifier, std::string executablePath, std::string localeDirectory, std::string auxiliaryDirectory,
+    std::string bundlePath)
     : _identifier(std::move(identifier))
     , _executablePath(std::move(executablePath))
     , _localeDirectory(std::move(localeDirectory))
     , _auxiliaryDirectory(std::move(auxiliaryDirectory))
+    , _bundlePath(std::move(bundlePath))
 {
     if (_identifier != FrameworkIdentifier)
         return;

@@ -162,9 +162,5 @@ bool String::isAbsolutePath() const
     return !_units.empty() && (_units.front() == slash || _units.front() == u'~');
 }
 
-std::string String::fileSystemRepresentation() const
-{
-    return utf8();
-}
 
 } // namespace yk

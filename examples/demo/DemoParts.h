@@ -4,6 +4,7 @@
 // file of its own beside this one, each printing what it shows and returning false on failure.
 
 #include <filesystem>
+#include <string>
 #include <vector>
 
 namespace demo {
@@ -21,5 +22,10 @@ std::vector<unsigned char> readFile(const std::filesystem::path& path);
 bool showJobs(const std::filesystem::path& samples);
 // Streams: an attachment's base64 round trip with progress, a message with mixed line ends.
 bool showStreams(const std::filesystem::path& examples);
+// The ".txt" samples of the folder, regular and not hidden, listed through a file filter.
+std::vector<std::filesystem::path> listSamples(const std::string& folder);
+// Saves the samples as UTF-8 with CR LF lines, numbered and backed up; names the MIME type of
+// ".eml" and the mailto handler.
+bool showFiles(const std::filesystem::path& examples);
 
 } // namespace demo

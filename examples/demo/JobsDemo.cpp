@@ -100,13 +100,7 @@ public:
     void fetch(yk::String* folder)
     {
         std::vector<yk::Ref<yk::Object>> messages;
-        std::vector<std::filesystem::path> paths;
-        for (const auto& entry : std::filesystem::directory_iterator(folder->utf8())) {
-            if (entry.path().extension() == ".txt")
-                paths.push_back(entry.path());
-        }
-        std::sort(paths.begin(), paths.end());
-        for (const auto& path : paths)
+        for (const auto& path : demo::listSamples(folder->utf8()))
             messages.push_back(yk::String::withUTF8(path.string()));
         yk::performSelectorInMainThread(_controller, "mailboxDidFetch:", yk::make<yk::Array>(std::move(messages)).get());
     }

@@ -68,6 +68,9 @@ int main(int argc, char** argv)
     std::printf("\nStreams: an attachment through base64 and back, and a message with mixed line ends:\n");
     demo::showStreams(examples);
 
+    std::printf("\nFiles: the messages saved as UTF-8 with CR LF lines:\n");
+    demo::showFiles(examples);
+
     std::printf("\nErrors carry the framework's exact messages:\n");
     showAbstractMethodError();
 

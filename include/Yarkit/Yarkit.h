@@ -132,3 +132,22 @@
 #include <Yarkit/core/values/StringConverter.h>
 #include <Yarkit/core/values/StringEncoding.h>
 #include <Yarkit/core/values/Value.h>
+
+// Files and system.
+#include <Yarkit/ArrayAdditions.h>
+#include <Yarkit/BundleAdditions.h>
+#include <Yarkit/DataAdditions.h>
+#include <Yarkit/ExtendedAttributes.h>
+#include <Yarkit/FSRef.h>
+#include <Yarkit/FileManagerAdditions.h>
+#include <Yarkit/HostAdditions.h>
+#include <Yarkit/PathExtensions.h>
+#include <Yarkit/SystemFunctions.h>
+#include <Yarkit/YDefaultHandler.h>
+#include <Yarkit/YFile.h>
+#include <Yarkit/YFileFilter.h>
+#include <Yarkit/YInternetConfig.h>
+#include <Yarkit/core/system/DirectoryEnumerator.h>
+#include <Yarkit/core/system/FileManager.h>
+#include <Yarkit/core/system/Host.h>
+#include <Yarkit/core/system/ProcessInfo.h>

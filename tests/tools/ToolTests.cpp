@@ -277,7 +277,7 @@ TEST(Tool, DigestErrorsAndSeveralFiles)
 TEST(Tool, EveryCommandHasHelp)
 {
     for (const char* command : { "--help", "detect --help", "repair --help", "to-utf8 --help", "base64 --help", "newlines --help",
-             "digest --help", "password --help", "utf7 --help", "idn --help", "regex --help" })
+             "digest --help", "password --help", "utf7 --help", "idn --help", "regex --help", "mime --help", "handler --help" })
         EXPECT_EQ(run(command).out.rfind("Usage: yarkit ", 0), 0u) << command;
     EXPECT_EQ(run("detect --help").status, 0);
 }
@@ -311,6 +311,32 @@ TEST(Tool, SizeAndDatePrintOneLinePerOperand)
     EXPECT_EQ(run("size 0 99").out, "0 バイト\n99 バイト\n");
     unsetenv("LANGUAGE");
     unsetenv("LC_ALL");
+}
+
+TEST(Tool, MimeAndHandlerUsePrivateXDGFolders)
+{
+    char directory[] = "/tmp/yk-xdg-XXXXXX";
+    ASSERT_NE(mkdtemp(directory), nullptr);
+    const std::string root = directory;
+    std::system(("mkdir -p " + root + "/data/mime " + root + "/data/applications " + root + "/config").c_str());
+    std::ofstream(root + "/data/mime/globs2") << "50:message/rfc822:*.eml\n";
+    std::ofstream(root + "/data/applications/mutt.desktop") << "[Desktop Entry]\nName=Mutt\n";
+    setenv("XDG_DATA_HOME", (root + "/data").c_str(), 1);
+    setenv("XDG_DATA_DIRS", (root + "/none").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (root + "/config").c_str(), 1);
+    check({
+        { "mime eml x.EML", "", 0, "eml\tmessage/rfc822\t\nx.EML\tmessage/rfc822\t\n", "" },
+        { "mime eml txt", "", 1, "eml\tmessage/rfc822\t\ntxt\tunknown\n", "" },
+        { "mime", "", 2, "", "needs at least one" },
+        { "handler mailto", "", 1, "", "no handler for mailto" },
+        { "handler --set mailto mutt.desktop", "", 0, "", "" },
+        { "handler mailto", "", 0, "mutt.desktop\n", "" },
+        { "handler --set mailto", "", 2, "", "--set takes" },
+    });
+    unsetenv("XDG_DATA_HOME");
+    unsetenv("XDG_DATA_DIRS");
+    unsetenv("XDG_CONFIG_HOME");
+    std::system(("rm -rf " + root).c_str());
 }
 
 } // namespace

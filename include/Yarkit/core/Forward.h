@@ -65,6 +65,10 @@ class Locale;
 class Calendar;
 class Formatter;
 class DateFormatter;
+class FileManager;
+class DirectoryEnumerator;
+class Host;
+class ProcessInfo;
 class URL;
 
 } // namespace yk

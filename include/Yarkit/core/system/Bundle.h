@@ -1,6 +1,8 @@
 #pragma once
 
+#include <Yarkit/core/runtime/Mutex.h>
 #include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/values/Dictionary.h>
 
 #include <string>
 
@@ -58,18 +60,53 @@ public:
     // with YK_LOCALIZABLE so that it can be checked against the catalogue template.
     [[nodiscard]] Ref<String> localizedStringForKey(const String* key, const String* value, const String* table) const;
 
+    // Code and information of the program and of plug-ins (docs/bundles.md has the layout).
+    //
+    // mainBundle: the program's bundle: /proc/self/exe and its folder; its information is the
+    // JSON object of "<executable>.Info.json" beside the executable.
+    [[nodiscard]] static Ref<Bundle> mainBundle();
+    // A plug-in: a folder holding "Info.json" and the shared object it names with
+    // "CFBundleExecutable" (else the folder's name without extension, plus ".so"). One object
+    // per folder; null when the folder does not exist.
+    [[nodiscard]] static Ref<Bundle> bundleWithPath(const String* path);
+    // The bundle's folder.
+    [[nodiscard]] Ref<String> bundlePath() const;
+    // "<bundlePath>/PlugIns".
+    [[nodiscard]] Ref<String> builtInPlugInsPath() const;
+    // The information (an empty dictionary when there is none), read once.
+    [[nodiscard]] Ref<Dictionary> infoDictionary() const;
+    // The same: the information has no localised variants here.
+    [[nodiscard]] Ref<Dictionary> localizedInfoDictionary() const { return infoDictionary(); }
+    [[nodiscard]] Ref<Object> objectForInfoDictionaryKey(const String* key) const;
+    // Loads the code with dlopen (once), then posts NSBundleDidLoadNotification with the
+    // bundle and "NSLoadedClasses" (the names of the classes its code registered), so their
+    // load-time hooks run. The program's and the framework's bundles are loaded already.
+    bool load();
+    bool isLoaded() const;
+    // A class that this bundle's own code registered, after loading it; null for any other.
+    [[nodiscard]] Class* classNamed(const String* name);
+    // dlsym in the loaded code; null when it is not loaded or has no such symbol.
+    void* functionPointerForName(const String* name) const;
+
     Ref<String> description() const override;
 
 private:
     template <typename T, typename... Args>
     friend Ref<T> make(Args&&... args);
 
-    Bundle(std::string identifier, std::string executablePath, std::string localeDirectory, std::string auxiliaryDirectory);
+    Bundle(std::string identifier, std::string executablePath, std::string localeDirectory, std::string auxiliaryDirectory,
+        std::string bundlePath = {});
+    // Whether a class's code lies in this bundle's module.
+    bool ownsClass(const Class* cls) const;
 
     const std::string _identifier;
     const std::string _executablePath;
     const std::string _localeDirectory;
     const std::string _auxiliaryDirectory;
+    const std::string _bundlePath;
+    mutable Mutex _stateLock;
+    mutable Ref<Dictionary> _infoDictionary YK_GUARDED_BY(_stateLock);
+    void* _handle YK_GUARDED_BY(_stateLock) { nullptr };
 };
 
 } // namespace yk

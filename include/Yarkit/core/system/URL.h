@@ -25,6 +25,10 @@ public:
     // +URLWithString: null for a null or unparsable string (see above).
     [[nodiscard]] static Ref<URL> URLWithString(const String* string);
     [[nodiscard]] static Ref<URL> URLWithString(std::string_view utf8);
+    // +fileURLWithPath: a "file://" URL for the path made absolute against the current folder,
+    // escaped by uriparser; a "/" is added when the path names an existing folder. Null for a
+    // null or empty path or one that is not UTF-8.
+    [[nodiscard]] static Ref<URL> fileURLWithPath(const String* path);
 
     const Ref<String>& scheme() const { return _scheme; }
     const Ref<String>& user() const { return _user; }

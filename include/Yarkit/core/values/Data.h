@@ -67,6 +67,23 @@ public:
     [[nodiscard]] static Ref<Data> dataWithContentsOfFile(const char* path, uint32_t options = ReadingUncached,
         Ref<Error>* error = nullptr);
 
+    // Options of writeToFile (the platform's values).
+    enum WritingOptions : uint32_t {
+        // Write a temporary file in the same folder, then rename it over the path.
+        WritingAtomic = 1,
+        // Fail with EEXIST when the path exists.
+        WritingWithoutOverwriting = 2,
+    };
+    // -writeToFile:atomically: the bytes replace the file's entry: atomically through a
+    // temporary file in the same folder renamed over it, else written in place unless the file
+    // has other hard links, which are left holding the old bytes (a "~" backup made by link
+    // survives). An existing file's permission bits are kept; a new file gets 0666 under the
+    // umask. False with errno set on failure; a failed atomic write leaves the old file.
+    bool writeToFile(const char* path, bool atomically) const;
+    // -writeToFile:options:error: the same with WritingOptions; failure stores a POSIX error
+    // (14 for a null path, 2 for an empty one, else errno) in `error` when it is given.
+    bool writeToFile(const char* path, uint32_t options, Ref<Error>* error) const;
+
     uint32_t length() const { return _length; }
     // The first byte, or null when the data is empty.
     const uint8_t* bytes() const { return _length ? _bytes : nullptr; }

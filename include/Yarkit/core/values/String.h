@@ -143,8 +143,22 @@ public:
     [[nodiscard]] Ref<Array> pathComponents() const;
     // Starts with "/" or "~".
     bool isAbsolutePath() const;
-    // The path as the file system takes it: UTF-8.
+    // File-system names are bytes that need not be UTF-8. A name's well-formed UTF-8 becomes
+    // its characters and every byte of an ill-formed sequence becomes the lone surrogate
+    // U+DC80-U+DCFF (U+DC00 + byte), so every name a folder holds round-trips.
+    // +stringWithFileSystemRepresentation:length:
+    [[nodiscard]] static Ref<String> stringWithFileSystemRepresentation(const char* bytes, size_t length);
+    // -getFileSystemRepresentation:maxLength: the bytes and a terminating NUL into buffer; false
+    // when they do not fit, the string is empty, holds U+0000 or a surrogate that is neither
+    // paired nor one of the escapes above.
+    bool getFileSystemRepresentation(char* buffer, size_t maxLength) const;
+    // The same bytes without a size limit; empty when the string does not convert.
     std::string fileSystemRepresentation() const;
+    // Every symbolic link of an absolute path resolved (realpath); the receiver when the path
+    // does not resolve or is relative.
+    [[nodiscard]] Ref<String> stringByResolvingSymlinksInPath() const;
+    // +isEmpty: null or of length 0.
+    static bool isEmpty(const String* string) { return !string || string->_units.empty(); }
 
     // Numbers read from the start of the text: leading white space, an optional sign, then
     // digits (and, for the floating kinds, a fraction and an exponent); reading stops at the

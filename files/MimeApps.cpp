@@ -1,0 +1,219 @@
+#include "files/MimeApps.h"
+
+#include "files/XDGDirectories.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace yk::detail {
+namespace {
+
+constexpr std::string_view defaultsGroup = "Default Applications";
+
+std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
+        text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r'))
+        text.remove_suffix(1);
+    return text;
+}
+
+// The lines of a text, without their line breaks.
+std::vector<std::string_view> linesOf(std::string_view text)
+{
+    std::vector<std::string_view> lines;
+    while (!text.empty()) {
+        size_t newline = text.find('\n');
+        lines.push_back(text.substr(0, newline));
+        text.remove_prefix(newline == std::string_view::npos ? text.size() : newline + 1);
+    }
+    return lines;
+}
+
+bool isGroupHeader(std::string_view line, std::string_view& name)
+{
+    line = trimmed(line);
+    if (line.size() < 2 || line.front() != '[' || line.back() != ']')
+        return false;
+    name = line.substr(1, line.size() - 2);
+    return true;
+}
+
+std::string readWhole(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// The current desktops of $XDG_CURRENT_DESKTOP, lowercased, in order.
+std::vector<std::string> currentDesktops()
+{
+    std::vector<std::string> desktops;
+    const char* value = std::getenv("XDG_CURRENT_DESKTOP");
+    std::string_view list = value ? value : "";
+    while (!list.empty()) {
+        size_t colon = list.find(':');
+        std::string name(list.substr(0, colon));
+        for (char& c : name)
+            c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+        if (!name.empty())
+            desktops.push_back(name);
+        list.remove_prefix(colon == std::string_view::npos ? list.size() : colon + 1);
+    }
+    return desktops;
+}
+
+} // namespace
+
+std::map<std::string, std::string> parseIniGroup(std::string_view text, std::string_view group)
+{
+    std::map<std::string, std::string> keys;
+    bool inside = false;
+    for (std::string_view line : linesOf(text)) {
+        std::string_view name;
+        if (isGroupHeader(line, name)) {
+            inside = name == group;
+            continue;
+        }
+        std::string_view content = trimmed(line);
+        if (!inside || content.empty() || content.front() == '#')
+            continue;
+        size_t equals = content.find('=');
+        if (equals == std::string_view::npos)
+            continue;
+        keys.emplace(std::string(trimmed(content.substr(0, equals))), std::string(trimmed(content.substr(equals + 1))));
+    }
+    return keys;
+}
+
+std::vector<std::string> splitDesktopIDs(std::string_view value)
+{
+    std::vector<std::string> ids;
+    while (!value.empty()) {
+        size_t semicolon = value.find(';');
+        std::string_view id = trimmed(value.substr(0, semicolon));
+        if (!id.empty())
+            ids.emplace_back(id);
+        value.remove_prefix(semicolon == std::string_view::npos ? value.size() : semicolon + 1);
+    }
+    return ids;
+}
+
+std::vector<std::string> mimeAppsListFiles()
+{
+    auto desktops = currentDesktops();
+    std::vector<std::string> files;
+    auto addFolder = [&](const std::string& folder) {
+        for (auto& desktop : desktops)
+            files.push_back(folder + "/" + desktop + "-mimeapps.list");
+        files.push_back(folder + "/mimeapps.list");
+    };
+    addFolder(xdgConfigHome());
+    for (auto& folder : xdgConfigDirs())
+        addFolder(folder);
+    addFolder(xdgDataHome() + "/applications");
+    for (auto& folder : xdgDataDirs())
+        addFolder(folder + "/applications");
+    return files;
+}
+
+std::string desktopEntryPath(const std::string& desktopID)
+{
+    if (desktopID.empty() || desktopID.find('/') != std::string::npos)
+        return "";
+    std::vector<std::string> folders { xdgDataHome() };
+    for (auto& folder : xdgDataDirs())
+        folders.push_back(folder);
+    for (auto& folder : folders) {
+        std::string path = folder + "/applications/" + desktopID;
+        struct stat status;
+        if (!stat(path.c_str(), &status) && S_ISREG(status.st_mode))
+            return path;
+    }
+    return "";
+}
+
+std::string defaultApplicationForType(const std::string& mimeType)
+{
+    for (auto& file : mimeAppsListFiles()) {
+        std::string text = readWhole(file);
+        if (text.empty())
+            continue;
+        auto defaults = parseIniGroup(text, defaultsGroup);
+        auto found = defaults.find(mimeType);
+        if (found == defaults.end())
+            continue;
+        for (auto& id : splitDesktopIDs(found->second)) {
+            if (!desktopEntryPath(id).empty())
+                return id;
+        }
+    }
+    return "";
+}
+
+std::string withDefaultApplication(std::string_view text, const std::string& key, const std::string& value)
+{
+    std::string result;
+    bool inside = false;
+    bool written = false;
+    auto lines = linesOf(text);
+    for (size_t i = 0; i < lines.size(); ++i) {
+        std::string_view line = lines[i];
+        std::string_view name;
+        if (isGroupHeader(line, name)) {
+            if (inside && !written) {
+                result += key + "=" + value + "\n";
+                written = true;
+            }
+            inside = name == defaultsGroup;
+        } else if (inside && !written) {
+            std::string_view content = trimmed(line);
+            size_t equals = content.find('=');
+            if (equals != std::string_view::npos && trimmed(content.substr(0, equals)) == key) {
+                result += key + "=" + value + "\n";
+                written = true;
+                continue;
+            }
+        }
+        result += line;
+        result += '\n';
+    }
+    if (!written) {
+        if (!inside)
+            result += (result.empty() || result.ends_with("\n\n") ? "[" : "\n[") + std::string(defaultsGroup) + "]\n";
+        result += key + "=" + value + "\n";
+    }
+    return result;
+}
+
+int setDefaultApplicationForType(const std::string& mimeType, const std::string& desktopID)
+{
+    std::string folder = xdgConfigHome();
+    std::string path = folder + "/mimeapps.list";
+    std::string text = withDefaultApplication(readWhole(path), mimeType, desktopID + ";");
+    mkdir(folder.c_str(), 0700);
+    std::string temporary = path + ".XXXXXX";
+    int fd = mkstemp(temporary.data());
+    if (fd < 0)
+        return errno;
+    struct stat old;
+    fchmod(fd, stat(path.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644);
+    bool ok = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    int code = ok ? 0 : errno;
+    if (close(fd) < 0 && ok)
+        code = errno, ok = false;
+    if (ok && rename(temporary.c_str(), path.c_str()) < 0)
+        code = errno, ok = false;
+    if (!ok)
+        unlink(temporary.c_str());
+    return code;
+}
+
+} // namespace yk::detail

@@ -1,0 +1,45 @@
+#pragma once
+
+// Helpers shared by the files tests: strings, paths in a temporary folder, a probe for user
+// extended attributes.
+
+#include <Yarkit/core/values/String.h>
+
+#include <fstream>
+#include <string>
+#include <sys/xattr.h>
+
+#include "core/CoreTestSupport.h"
+#include "core/TemporaryFolder.h"
+
+namespace yk::test {
+
+// A path below the folder as a String.
+inline Ref<String> pathIn(const TemporaryFolder& folder, const std::string& relative)
+{
+    return str((folder.path() / relative).c_str());
+}
+
+inline void writeFile(const std::string& path, const std::string& contents)
+{
+    std::ofstream(path, std::ios::binary) << contents;
+}
+
+inline std::string readFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// Whether the folder's file system keeps user extended attributes (tmpfs before 6.6 and some
+// overlay set-ups do not).
+inline bool supportsUserAttributes(const TemporaryFolder& folder)
+{
+    std::string probe = (folder.path() / ".xattr-probe").string();
+    writeFile(probe, "");
+    bool supported = setxattr(probe.c_str(), "user.yk.probe", "1", 1, 0) == 0;
+    std::remove(probe.c_str());
+    return supported;
+}
+
+} // namespace yk::test

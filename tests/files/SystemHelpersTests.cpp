@@ -1,0 +1,266 @@
+#include <Yarkit/HostAdditions.h>
+#include <Yarkit/SystemFunctions.h>
+#include <Yarkit/YInternetConfig.h>
+
+#include <Yarkit/core/values/MutableArray.h>
+
+#include <filesystem>
+#include <fstream>
+#include <gio/gio.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "core/LogCapture.h"
+#include "files/FilesTestSupport.h"
+#include "files/SharedMimeInfo.h"
+
+namespace fs = std::filesystem;
+using namespace yk;
+using yk::test::str;
+
+namespace {
+
+// Private XDG folders holding a small shared-mime-info database, two desktop entries and the
+// mimeapps.list files; the variables are restored when the fixture ends.
+class XDGFixture : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        const std::string root = _folder.path().string();
+        for (const char* name : { "XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "XDG_CURRENT_DESKTOP" }) {
+            const char* value = std::getenv(name);
+            _saved.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
+        }
+        setenv("XDG_DATA_HOME", (root + "/home").c_str(), 1);
+        setenv("XDG_DATA_DIRS", (root + "/system:relative/ignored").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (root + "/config").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", (root + "/etc").c_str(), 1);
+        unsetenv("XDG_CURRENT_DESKTOP");
+        write("home/mime/globs2", "50:text/x-home:*.home\n50:text/x-cleared:__NOGLOBS__\n");
+        write("system/mime/globs2",
+            "# comment\n"
+            "50:message/rfc822:*.eml\n"
+            "50:text/x-csrc:*.c:cs\n"
+            "50:text/x-c++src:*.C:cs\n"
+            "50:application/gzip:*.gz\n"
+            "50:application/x-compressed-tar:*.tar.gz\n"
+            "40:text/x-low:*.dup\n"
+            "60:text/x-high:*.dup\n"
+            "50:text/x-cleared:*.clr\n"
+            "50:text/x-makefile:Makefile\n"
+            "50:text/x-readme:README*\n"
+            "broken line\n");
+        write("system/mime/message/rfc822.xml",
+            "<?xml version=\"1.0\"?>\n<mime-type type=\"message/rfc822\">\n"
+            "  <comment>email message</comment>\n  <comment xml:lang=\"ja\">\xE9\x9B\xBB\xE5\xAD\x90\xE3\x83\xA1\xE3\x83\xBC\xE3\x83\xAB</comment>\n"
+            "</mime-type>\n");
+        write("home/applications/mutt.desktop", "[Desktop Entry]\nName=Mutt\nExec=mutt %u\n");
+        write("system/applications/thunderbird.desktop", "[Desktop Entry]\nName=Thunderbird\n");
+        write("system/applications/mimeapps.list", "[Default Applications]\nx-scheme-handler/mailto=thunderbird.desktop\n");
+    }
+
+    void TearDown() override
+    {
+        for (auto& [name, value] : _saved)
+            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+    }
+
+    void write(const std::string& relative, const std::string& text)
+    {
+        auto path = _folder.path() / relative;
+        fs::create_directories(path.parent_path());
+        std::ofstream(path) << text;
+    }
+
+    std::string read(const std::string& relative)
+    {
+        return yk::test::readFile((_folder.path() / relative).string());
+    }
+
+    yk::test::TemporaryFolder _folder;
+    std::vector<std::pair<std::string, std::optional<std::string>>> _saved;
+};
+
+TEST(HostAdditions, FullyQualifiedNames)
+{
+    struct Case {
+        const char* name;
+        bool qualified;
+    } cases[] = {
+        { "mail-1.example", true },
+        { "1.2.3.4", true },
+        { "printer.local", false },
+        { "PRINTER.LOCAL", false },
+        { "my.local.net", false },
+        { "localhost", false },
+        { "", false },
+        { "under_score.example", false },
+        { "\xE4\xBE\x8B.jp", false },
+        { "a.localnet", true },
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(_isFQDN(str(c.name).get()), c.qualified) << c.name;
+
+    auto host = make<Host>(Array::arrayWithObjects({ str("mail"), str("mail.example.org"), str("mx.local"), str("smtp.example.org") }),
+        Array::arrayWithObjects({ str("fe80::1"), str("192.0.2.1"), str("not an address"), str("::1") }));
+    EXPECT_EQ(fullyQualifiedDomainName(host.get())->utf8(), "mail.example.org");
+    EXPECT_EQ(fullyQualifiedDomainNames(host.get())->count(), 2u);
+    EXPECT_EQ(IPv4Address(host.get())->utf8(), "192.0.2.1");
+    EXPECT_EQ(IPv6Addresses(host.get())->count(), 2u);
+    EXPECT_EQ(IPv6Address(host.get())->utf8(), "fe80::1");
+}
+
+TEST(HostAdditions, HostFromSocketAddress)
+{
+    sockaddr_in v4 {};
+    v4.sin_family = AF_INET;
+    v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in6 v6 {};
+    v6.sin6_family = AF_INET6;
+    v6.sin6_addr = in6addr_loopback;
+    sockaddr_un local {};
+    local.sun_family = AF_UNIX;
+    const sa_family_t inet = AF_INET;
+    // Only loopback is looked up (in /etc/hosts); the other rows check the address read.
+    struct Case {
+        Ref<Data> data;
+        const char* address;
+    } cases[] = {
+        { Data::dataWithBytes(&v4, sizeof v4), "127.0.0.1" },
+        { Data::dataWithBytes(&v6, sizeof v6), "::1" },
+        { Data::dataWithBytes(&local, sizeof local), "" },
+        { Data::dataWithBytes(&inet, sizeof inet), "0.0.0.0" }, // short: the rest reads as zeros
+        { Data::dataWithBytes(nullptr, 0), "" },
+        { nullptr, "" },
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(detail::numericTextOfSocketAddress(c.data.get()), c.address);
+    EXPECT_EQ(YK_hostWithAddress(cases[0].data.get())->address()->utf8(), "127.0.0.1");
+    EXPECT_EQ(YK_hostWithAddress(cases[1].data.get())->address()->utf8(), "::1");
+    EXPECT_EQ(YK_hostWithAddress(cases[2].data.get()), nullptr);
+    EXPECT_EQ(YK_hostWithAddress(nullptr), nullptr);
+}
+
+TEST(ProcessInfoAdditions, VersionFromTheKernelRelease)
+{
+    struct Case {
+        const char* release;
+        OperatingSystemVersion version;
+    } cases[] = {
+        { "6.1.0-18-amd64", { 6, 1, 0 } },
+        { "5.15", { 5, 15, 0 } },
+        { "4.19.260+", { 4, 19, 260 } },
+        { "unknown", { 0, 0, 0 } },
+    };
+    for (const auto& c : cases) {
+        auto version = ProcessInfo::versionFromRelease(c.release);
+        EXPECT_EQ(version.majorVersion, c.version.majorVersion) << c.release;
+        EXPECT_EQ(version.minorVersion, c.version.minorVersion) << c.release;
+        EXPECT_EQ(version.patchVersion, c.version.patchVersion) << c.release;
+    }
+    auto* info = ProcessInfo::processInfo();
+    auto running = yk_operatingSystemVersion(info);
+    EXPECT_GT(running.majorVersion, 0);
+    EXPECT_TRUE(yk_isOperatingSystemAtLeastVersion(info, running));
+    EXPECT_FALSE(yk_isOperatingSystemAtLeastVersion(info, { running.majorVersion, running.minorVersion, running.patchVersion + 1 }));
+    EXPECT_TRUE(yk_isOperatingSystemAtLeastVersion(info, { running.majorVersion - 1, 99, 99 }));
+
+    char name[512] = {};
+    gethostname(name, sizeof name - 1);
+    EXPECT_STREQ(y_get_domain_name(), name);
+    EXPECT_EQ(y_get_domain_name(), y_get_domain_name());
+    EXPECT_EQ(y_is_process_native(0), 1);
+    EXPECT_EQ(y_is_process_native(getpid()), 1);
+}
+
+TEST_F(XDGFixture, FileNameMappings)
+{
+    auto config = YInternetConfig::internetConfig();
+    struct Case {
+        const char* fileName;
+        const char* type;
+    } cases[] = {
+        { "a.eml", "message/rfc822" },
+        { "A.EML", "message/rfc822" },
+        { "a.c", "text/x-csrc" },
+        { "a.C", "text/x-c++src" }, // "cs": case decides
+        { "A.c", "text/x-csrc" },
+        { "a.tar.gz", "application/x-compressed-tar" }, // the longest pattern
+        { "b.gz", "application/gzip" },
+        { "x.dup", "text/x-high" }, // the higher weight
+        { "x.home", "text/x-home" }, // the data home's own database
+        { "x.clr", "" }, // cleared by the more important folder's __NOGLOBS__
+        { "makefile", "text/x-makefile" }, // a literal name, case ignored
+        { "README.first", "text/x-readme" },
+        { "nothing.zzz", "" },
+    };
+    LogCapture capture;
+    for (const auto& c : cases) {
+        YKMapEntry entry;
+        bool found = config->getMapEntryForFileName(&entry, str(c.fileName).get());
+        EXPECT_EQ(found ? entry.MIMEType->utf8() : "", c.type) << c.fileName;
+    }
+    YKMapEntry entry;
+    ASSERT_TRUE(config->getMapEntry(&entry, str("eml").get()));
+    EXPECT_EQ(entry.MIMEType->utf8(), "message/rfc822");
+    EXPECT_EQ(entry.extension->utf8(), "eml");
+    EXPECT_EQ(entry.description->utf8(), "email message");
+    EXPECT_FALSE(config->getMapEntry(&entry, str("").get()));
+    EXPECT_FALSE(config->getMapEntry(&entry, str("'TEXT'").get()));
+    EXPECT_EQ(capture.text(), ""); // not found is quiet
+}
+
+TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
+{
+    auto config = YInternetConfig::internetConfig();
+    EXPECT_EQ(YInternetConfig::_helperKeyForScheme(str("mailto").get())->utf8(), "Helper\xE2\x80\xA2mailto");
+    uint32_t creator = 1;
+    Ref<String> name;
+    ASSERT_TRUE(config->getApplicationCreator(&creator, &name, str("mailto").get()));
+    EXPECT_EQ(name->utf8(), "thunderbird.desktop");
+    EXPECT_EQ(creator, 0u);
+    LogCapture capture;
+    EXPECT_FALSE(config->getApplicationCreator(&creator, &name, str("news").get()));
+    EXPECT_EQ(capture.text(), "");
+
+    write("config/mimeapps.list", "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
+                                  "text/html=firefox.desktop\nx-scheme-handler/mailto=gone.desktop;\n");
+    // An entry that is not installed is skipped for the next file in the lookup order.
+    ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
+    EXPECT_EQ(name->utf8(), "thunderbird.desktop");
+
+    EXPECT_TRUE(config->setApplicationCreator(0, str("mutt.desktop").get(), str("MailTo").get()));
+    ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
+    EXPECT_EQ(name->utf8(), "mutt.desktop");
+    EXPECT_EQ(read("config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
+                                            "text/html=firefox.desktop\nx-scheme-handler/mailto=mutt.desktop;\n");
+    EXPECT_FALSE(config->setApplicationCreator(0, str(std::string(64, 'n').c_str()).get(), str("mailto").get()));
+}
+
+TEST(SharedMimeInfo, ExtensionsAgreeWithGIOWhereItIsCertain)
+{
+    if (!fs::exists("/usr/share/mime/globs2"))
+        GTEST_SKIP() << "no system shared-mime-info database";
+    std::ifstream file("/usr/share/mime/globs2");
+    std::string text((std::istreambuf_iterator<char>(file)), {});
+    detail::MimeDatabase database(std::vector<std::string> { "/usr/share/mime" });
+    int compared = 0;
+    for (auto& glob : detail::parseGlobs2(text)) {
+        if (glob.pattern.size() < 3 || glob.pattern.substr(0, 2) != "*." || glob.pattern.find_first_of("*?[", 1) != std::string::npos)
+            continue;
+        std::string name = "a" + glob.pattern.substr(1);
+        gboolean uncertain = FALSE;
+        gchar* guessed = g_content_type_guess(name.c_str(), nullptr, 0, &uncertain);
+        std::string gio = guessed ? guessed : "";
+        g_free(guessed);
+        if (uncertain || gio == "application/octet-stream")
+            continue;
+        EXPECT_EQ(database.mimeTypeForFileName(name), gio) << name;
+        ++compared;
+    }
+    EXPECT_GT(compared, 500);
+}
+
+} // namespace

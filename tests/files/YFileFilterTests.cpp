@@ -1,0 +1,145 @@
+#include <Yarkit/YFileFilter.h>
+
+#include <Yarkit/ExtendedAttributes.h>
+#include <Yarkit/YFile.h>
+#include <Yarkit/core/values/Array.h>
+
+#include <filesystem>
+#include <random>
+
+#include "files/FilesTestSupport.h"
+
+namespace fs = std::filesystem;
+using namespace yk;
+using yk::test::str;
+
+namespace {
+
+Ref<YFileFilter> patternFilter(const char* pattern, bool caseSensitive)
+{
+    return make<YFileFilter>(0, str(pattern).get(), caseSensitive, nullptr, true);
+}
+
+TEST(YFileFilter, MatchesNames)
+{
+    struct Case {
+        const char* pattern;
+        bool caseSensitive;
+        const char* name;
+        bool matches;
+    } cases[] = {
+        { "%", false, "anything", true },
+        { "*", false, "anything", true },
+        { "%", false, "", false },
+        { "", false, "a", false },
+        { "*.txt", false, "a.txt", false }, // "*" is a wildcard only alone
+        { "*.txt", false, "*.TXT", true },
+        { "%.txt", false, "A.TXT", true },
+        { "%.txt", true, "A.TXT", false },
+        { "%.txt", true, ".txt", true },
+        { "a%b%c%d", false, "abcd", false }, // the range shrinks by the absolute end
+        { "a%b%c%d", false, "abxxxxcd", false }, // c lies beyond the shrunk range
+        { "a%b%c%d", false, "abcxxxxd", true },
+        { "%a%b%c%", false, "abc", false },
+        { "%a%b%c%", false, "zzzazbc", false }, // the range would go below zero
+        { "%a%b%", false, "zzzab", true },
+        { "ab%ba", false, "aba", true }, // prefix and suffix may overlap
+        { "%x%y", false, "xy", true },
+        { "%%", false, "x", true },
+        { "re%%port", false, "report", true },
+        { "mail", false, "MAIL", true },
+        { "mail", true, "MAIL", false },
+        { "%.eml", false, "\xE5\xA0\xB1\xE5\x91\x8A.EML", true }, // non-ASCII name: the string searches
+        { "\xC3\xA9t\xC3\xA9%", false, "\xC3\x89T\xC3\x89.txt", true },
+        { "%stra\xC3\x9F" "e", false, "Hauptstrasse", true }, // full case folding
+        { "%strasse", false, "HAUPTSTRA\xC3\x9F" "E", true },
+    };
+    for (const auto& c : cases) {
+        auto filter = patternFilter(c.pattern, c.caseSensitive);
+        EXPECT_EQ(filter->_matchesName(str(c.name).get()), c.matches) << c.pattern << " on " << c.name;
+        EXPECT_EQ(filter->matchesNameUsingStringSearch(str(c.name).get()), c.matches) << c.pattern << " on " << c.name;
+    }
+    EXPECT_FALSE(patternFilter("%", false)->_matchesName(nullptr));
+    EXPECT_FALSE(make<YFileFilter>(0, nullptr, false, nullptr, true)->_matchesName(str("a").get()));
+}
+
+TEST(YFileFilter, FastPathAgreesWithTheStringSearches)
+{
+    // Short patterns and names over a small alphabet reach every branch of the steps.
+    std::mt19937 random(8);
+    const char alphabet[] = "abAB%.";
+    auto draw = [&](size_t maxLength, bool percent) {
+        std::string text;
+        size_t length = random() % (maxLength + 1);
+        for (size_t i = 0; i < length; ++i) {
+            char c = alphabet[random() % (percent ? 6 : 5)];
+            text += c;
+        }
+        return text;
+    };
+    for (int i = 0; i < 20000; ++i) {
+        std::string pattern = draw(7, true);
+        std::string name = draw(8, false);
+        auto filter = patternFilter(pattern.c_str(), random() % 2);
+        ASSERT_EQ(filter->_matchesName(str(name.c_str()).get()), filter->matchesNameUsingStringSearch(str(name.c_str()).get()))
+            << pattern << " on " << name << " case-sensitive " << filter->caseSensitive();
+    }
+}
+
+TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
+{
+    yk::test::TemporaryFolder folder;
+    const auto root = folder.path();
+    fs::create_directory(root / "dir");
+    yk::test::writeFile((root / "notes.TXT").string(), "");
+    yk::test::writeFile((root / ".hidden.txt").string(), "");
+    fs::create_symlink(root / "dir", root / "dirlink");
+    fs::create_symlink(root / "notes.TXT", root / "filelink.txt");
+    auto txt = Array::arrayWithObjects({ str("txt") });
+
+    struct Case {
+        int32_t type;
+        const Array* extensions;
+        bool caseSensitive;
+        bool listHidden;
+        const char* name;
+        bool accepted;
+    } cases[] = {
+        { 0, nullptr, false, true, "dir", true },
+        { 1, nullptr, false, true, "dir", true },
+        { 2, nullptr, false, true, "dir", false },
+        { 1, nullptr, false, true, "dirlink", false }, // a link to a folder is no folder
+        { 4, nullptr, false, true, "dirlink", true },
+        { 2, nullptr, false, true, "filelink.txt", false },
+        { 6, nullptr, false, true, "filelink.txt", true },
+        { 2, txt.get(), false, true, "notes.TXT", true },
+        { 2, txt.get(), true, true, "notes.TXT", false },
+        { 0, txt.get(), false, true, "dir", false },
+        { 0, nullptr, false, false, ".hidden.txt", false },
+        { 0, nullptr, false, true, ".hidden.txt", true },
+    };
+    for (const auto& c : cases) {
+        auto filter = make<YFileFilter>(c.type, str("%").get(), c.caseSensitive, c.extensions, c.listHidden);
+        auto file = YFile::fileWithPath(yk::test::pathIn(folder, c.name).get());
+        EXPECT_EQ(filter->acceptWithFile(file.get()), c.accepted) << c.name << " type " << c.type;
+    }
+    EXPECT_TRUE(make<YFileFilter>()->acceptWithFile(YFile::fileWithPath(yk::test::pathIn(folder, ".hidden.txt").get()).get()));
+}
+
+TEST(YFileFilter, FinderInvisibleFlagHides)
+{
+    yk::test::TemporaryFolder folder;
+    if (!yk::test::supportsUserAttributes(folder))
+        GTEST_SKIP() << "the temporary folder's file system keeps no user extended attributes";
+    yk::test::writeFile((folder.path() / "shown").string(), "");
+    auto path = yk::test::pathIn(folder, "shown");
+    auto filter = make<YFileFilter>(0, str("%").get(), false, nullptr, false);
+    auto file = YFile::fileWithPath(path.get());
+    EXPECT_TRUE(filter->acceptWithFile(file.get()));
+    uint8_t info[16] = {};
+    info[8] = 0x40; // flags 0x4000, big-endian at offset 8
+    EXPECT_TRUE(YK_setFinderInfo(FileManager::defaultManager(), Data::dataWithBytes(info, 16).get(), nullptr, path.get()));
+    EXPECT_FALSE(filter->acceptWithFile(file.get()));
+}
+
+} // namespace

@@ -1,0 +1,300 @@
+#include <Yarkit/YFile.h>
+
+#include <Yarkit/YDefaultHandler.h>
+#include <Yarkit/YFileFilter.h>
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/system/Archiver.h>
+#include <Yarkit/core/system/FileHandle.h>
+#include <Yarkit/core/system/URL.h>
+#include <Yarkit/core/system/FileManager.h>
+#include <Yarkit/core/system/Unarchiver.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Data.h>
+#include <Yarkit/core/values/Dictionary.h>
+
+#include <filesystem>
+
+#include "core/LogCapture.h"
+#include "files/FilesTestSupport.h"
+
+namespace fs = std::filesystem;
+using namespace yk;
+using yk::test::str;
+
+// A subclass, to check that files made from a file keep its class and that equality is
+// one-sided.
+class MailFile : public YFile {
+    YK_OBJECT(MailFile, YFile)
+public:
+    using YFile::YFile;
+};
+YK_DEFINE_CLASS(MailFile);
+
+// A handler whose answer and behaviour the test chooses.
+class ScriptedHandler : public Object {
+    YK_OBJECT(ScriptedHandler, Object)
+public:
+    bool answer = false;
+    std::function<void()> onError;
+    int errors = 0;
+
+    bool shouldProceed(FileManager*, Dictionary*)
+    {
+        ++errors;
+        if (onError)
+            onError();
+        return answer;
+    }
+};
+YK_DEFINE_CLASS(ScriptedHandler, [](MethodListBuilder& c) {
+    c.method("fileManager:shouldProceedAfterError:", &ScriptedHandler::shouldProceed);
+});
+
+namespace {
+
+// Restores the default handler when the test ends.
+struct HandlerScope {
+    explicit HandlerScope(Object* handler) { YFile::setHandler(handler); }
+    ~HandlerScope() { YFile::setHandler(nullptr); }
+};
+
+std::string pathOf(const Ref<String>& path)
+{
+    return path ? path->utf8() : "(nil)";
+}
+
+TEST(YFile, NormalisesItsPath)
+{
+    struct Case {
+        const char* given;
+        const char* stored;
+    } cases[] = {
+        { "a//b///", "a/b" },
+        { "///", "/" },
+        { "", "" },
+        { "/", "/" },
+        { "//a", "/a" },
+        { "./a/../b/", "./a/../b" },
+        { "~//x", "~/x" },
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(YFile::fileWithPath(str(c.given).get())->path()->utf8(), c.stored) << c.given;
+    EXPECT_EQ(YFile::fileWithPath(nullptr), nullptr);
+    EXPECT_EQ(make<YFile>()->path()->utf8(), "");
+    EXPECT_EQ(YFile::fileWithParentPath(nullptr, str("n").get())->path()->utf8(), "n");
+    EXPECT_EQ(YFile::fileWithParentPath(str("/p//").get(), nullptr)->path()->utf8(), "/p");
+    EXPECT_EQ(YFile::fileWithParentPath(nullptr, nullptr), nullptr);
+}
+
+TEST(YFile, ParentPathLadder)
+{
+    struct Case {
+        const char* path;
+        std::vector<std::string> ladder; // parentPath repeatedly until nil
+    } cases[] = {
+        { "/a/b", { "/a", "/", "(nil)" } },
+        { "a/b", { "a", "", "(nil)" } },
+        { "a", { "", "(nil)" } },
+        { "/", { "(nil)" } },
+        { "", { "(nil)" } },
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> ladder;
+        for (auto file = YFile::fileWithPath(str(c.path).get());;) {
+            auto parent = file->parentPath();
+            ladder.push_back(pathOf(parent));
+            if (!parent)
+                break;
+            file = YFile::fileWithPath(parent.get());
+        }
+        EXPECT_EQ(ladder, c.ladder) << c.path;
+    }
+    auto typed = make<MailFile>(str("/m/x").get());
+    EXPECT_TRUE(typed->parentFile()->isMemberOfClass(MailFile::staticClass()));
+}
+
+TEST(YFile, HashFoldsTheFileSystemBytes)
+{
+    EXPECT_EQ(YFile::fileWithPath(str("/a").get())->hash(), 1554u);
+    EXPECT_EQ(YFile::fileWithPath(str("/ab").get())->hash(), 1554u * 31 + 'b');
+    // A byte above 0x7F counts unsigned: "\xE9" is the UTF-8 of U+00E9 here, two bytes.
+    EXPECT_EQ(YFile::fileWithPath(str("\xC3\xA9").get())->hash(), 0xC3u * 31 + 0xA9);
+}
+
+TEST(YFile, UnconvertiblePathsLogTheirTwoMessages)
+{
+    // A lone high surrogate has no file-system bytes.
+    auto bad = make<String>(std::u16string(u"x\xD800"));
+    auto a = YFile::fileWithPath(bad.get());
+    auto b = YFile::fileWithPath(bad.get());
+    LogCapture capture;
+    EXPECT_EQ(a->hash(), 0u);
+    EXPECT_FALSE(a->isEqualToFile(b.get()));
+    EXPECT_TRUE(a->isEqualToFile(a.get()));
+    const std::string text = capture.text();
+    EXPECT_NE(text.find("Could not interpret x\xEF\xBF\xBD as a system-independent path\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("Could not interpret 'x\xEF\xBF\xBD' as system-independent path\n"), std::string::npos) << text;
+}
+
+TEST(YFile, EqualityIsOneSidedAndByteExact)
+{
+    auto plain = YFile::fileWithPath(str("/a/b").get());
+    auto mail = make<MailFile>(str("/a//b/").get());
+    EXPECT_TRUE(plain->isEqual(mail.get()));
+    EXPECT_FALSE(mail->isEqual(plain.get()));
+    EXPECT_FALSE(plain->isEqual(nullptr));
+    EXPECT_FALSE(plain->isEqual(str("/a/b").get()));
+    EXPECT_FALSE(plain->isEqual(YFile::fileWithPath(str("/A/b").get()).get()));
+    EXPECT_FALSE(YFile::fileWithPath(str("a").get())->isEqual(YFile::fileWithPath(str("/a").get()).get()));
+    EXPECT_EQ(plain->copy().get(), plain.get());
+}
+
+TEST(YFile, AncestryAndRelativePaths)
+{
+    struct Case {
+        const char* file;
+        const char* ancestor;
+        bool descendant;
+        const char* relative;
+    } cases[] = {
+        { "/a/b/c", "/a", true, "b/c" },
+        { "/a/b/c", "/a/b/c", true, "" },
+        { "/a/b/c", "/x", false, "(nil)" },
+        { "/a/b/c", "/", true, "a/b/c" },
+        { "a/b", "a", false, "b" }, // relative: never a descendant, but the walk still finds it
+        { "/ab/c", "/a", false, "(nil)" },
+    };
+    for (const auto& c : cases) {
+        auto file = YFile::fileWithPath(str(c.file).get());
+        auto ancestor = YFile::fileWithPath(str(c.ancestor).get());
+        EXPECT_EQ(file->isDescendantOfFile(ancestor.get()), c.descendant) << c.file << " in " << c.ancestor;
+        EXPECT_EQ(pathOf(file->relativePathToFile(ancestor.get())), c.relative) << c.file << " to " << c.ancestor;
+    }
+}
+
+TEST(YFile, CodingKeepsThePathAndHash)
+{
+    auto file = YFile::fileWithPath(str("/var/mail/inbox").get());
+    auto data = Archiver::archivedDataWithRootObject(file.get());
+    auto decoded = Unarchiver::unarchiveObjectWithData(data.get());
+    auto* copy = dynamic_cast<YFile*>(decoded.get());
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(copy->path()->utf8(), "/var/mail/inbox");
+    EXPECT_EQ(copy->hash(), file->hash());
+    EXPECT_TRUE(copy->isEqual(file.get()));
+}
+
+TEST(YFile, CreatesDeletesAndLists)
+{
+    yk::test::TemporaryFolder folder;
+    const auto root = folder.path();
+    auto deep = YFile::fileWithPath(yk::test::pathIn(folder, "x/y").get());
+    EXPECT_TRUE(deep->createDirectories());
+    EXPECT_TRUE(fs::is_directory(root / "x/y"));
+
+    // A relative path whose first component is missing ends at the empty path and fails.
+    auto cwd = fs::current_path();
+    fs::current_path(root);
+    EXPECT_FALSE(YFile::fileWithPath(str("p/q").get())->createDirectories());
+    EXPECT_FALSE(fs::exists(root / "p"));
+    fs::current_path(cwd);
+
+    auto note = YFile::fileWithPath(yk::test::pathIn(folder, "x/note.txt").get());
+    EXPECT_TRUE(note->createFile());
+    yk::test::writeFile((root / "x/note.txt").string(), "kept");
+    EXPECT_FALSE(note->createFile());
+    EXPECT_EQ(yk::test::readFile((root / "x/note.txt").string()), "kept");
+    EXPECT_EQ(note->contents()->stringView(), "kept");
+
+    auto x = YFile::fileWithPath(yk::test::pathIn(folder, "x").get());
+    auto names = x->directoryContents();
+    ASSERT_NE(names, nullptr);
+    EXPECT_EQ(names->count(), 2u);
+    auto files = x->directoryFilesWithFileFilter(make<YFileFilter>(YFileFilter::RegularFiles).get());
+    ASSERT_EQ(files->count(), 1u);
+    EXPECT_TRUE(static_cast<YFile*>(files->objectAtIndex(0).get())->hasName(str("note.txt").get()));
+    EXPECT_FALSE(static_cast<YFile*>(files->objectAtIndex(0).get())->hasName(str("NOTE.txt").get()));
+
+    LogCapture capture;
+    EXPECT_FALSE(x->deleteFile());
+    EXPECT_TRUE(fs::exists(root / "x"));
+    EXPECT_TRUE(x->deleteAll());
+    EXPECT_FALSE(fs::exists(root / "x"));
+    EXPECT_FALSE(x->deleteAll());
+    EXPECT_NE(capture.text().find("Error occurred during file operation: 'No such file or directory' with path: '"),
+        std::string::npos);
+}
+
+TEST(YFile, URLsAndFileHandles)
+{
+    yk::test::TemporaryFolder folder;
+    fs::create_directory(folder.path() / "a b");
+    auto folderFile = YFile::fileWithPath(yk::test::pathIn(folder, "a b").get());
+    EXPECT_EQ(folderFile->URL()->absoluteString()->utf8(), "file://" + folder.path().string() + "/a%20b/");
+    auto missing = YFile::fileWithPath(yk::test::pathIn(folder, "a b/new").get());
+    EXPECT_EQ(missing->URL()->path()->utf8(), (folder.path() / "a b/new").string());
+    EXPECT_EQ(missing->fileHandleForWriting(), nullptr); // writing never creates
+    EXPECT_EQ(missing->fileHandleForUpdating(), nullptr);
+    EXPECT_FALSE(missing->exists());
+    EXPECT_TRUE(missing->createFile());
+    EXPECT_NE(missing->fileHandleForReading(), nullptr);
+}
+
+TEST(YFile, DefaultHandlerLogsOneOfFiveLines)
+{
+    auto e = str("E"), p = str("P"), t = str("T");
+    struct Case {
+        Ref<Dictionary> info;
+        const char* line;
+    } cases[] = {
+        { Dictionary::dictionaryWithEntries({ { str("Error"), e }, { str("Path"), p }, { str("ToPath"), t } }),
+            "Error occurred during file operation: 'E' with path: 'P' to path: 'T'\n" },
+        { Dictionary::dictionaryWithEntries({ { str("Error"), e }, { str("Path"), p } }),
+            "Error occurred during file operation: 'E' with path: 'P'\n" },
+        { Dictionary::dictionaryWithEntries({ { str("Error"), e }, { str("ToPath"), t } }),
+            "Error occurred during file operation: 'E'\n" },
+        { Dictionary::dictionaryWithEntries({ { str("Path"), p }, { str("ToPath"), t } }),
+            "Error occurred during file operation with path 'P'\n" },
+        { make<Dictionary>(), "Error occurred during file operation\n" },
+        { nullptr, "" },
+    };
+    for (const auto& c : cases) {
+        LogCapture capture;
+        EXPECT_FALSE(YDefaultHandler::handler()->fileManagerShouldProceedAfterError(nullptr, c.info.get()));
+        EXPECT_EQ(capture.text(), c.line);
+    }
+    EXPECT_EQ(YFile::handler().get(), YDefaultHandler::handler());
+}
+
+TEST(YFile, HandlerAnswerDecidesRename)
+{
+    yk::test::TemporaryFolder folder;
+    auto missing = YFile::fileWithPath(yk::test::pathIn(folder, "missing").get());
+    auto target = YFile::fileWithPath(yk::test::pathIn(folder, "target").get());
+    auto handler = make<ScriptedHandler>();
+    HandlerScope scope(handler.get());
+    EXPECT_FALSE(missing->renameToFile(target.get()));
+    handler->answer = true;
+    EXPECT_TRUE(missing->renameToFile(target.get()));
+    EXPECT_EQ(handler->errors, 2);
+}
+
+TEST(YFile, RaisingOrReenteringHandlerLeavesTheClassLockFree)
+{
+    yk::test::TemporaryFolder folder;
+    auto missing = YFile::fileWithPath(yk::test::pathIn(folder, "missing").get());
+    auto handler = make<ScriptedHandler>();
+    HandlerScope scope(handler.get());
+
+    handler->onError = [&] { (void)missing->contents(); }; // a locked operation: the lock raises
+    yk::test::expectRaise([&] { missing->deleteAll(); }, NSInternalInconsistencyException, "deadlock", true);
+
+    handler->onError = [] { yk::raise("Custom", "from the handler"); };
+    yk::test::expectRaise([&] { missing->deleteAll(); }, "Custom", "from the handler");
+
+    handler->onError = nullptr;
+    EXPECT_EQ(missing->contents(), nullptr); // would raise "deadlock" if the lock were still held
+    EXPECT_FALSE(missing->deleteAll());
+}
+
+} // namespace
