@@ -60,21 +60,19 @@ int main(int argc, char** argv)
     std::printf("Yarkit demo\n\n");
 
     std::printf("Jobs fetch the mailbox and decode each message (its encoding as detected, its first line):\n");
-    const bool jobsDone = demo::showJobs(examples / "samples");
+    bool ok = demo::showJobs(examples / "samples");
 
     std::printf("\nSettings come from the user defaults:\n");
     showBase64(examples / "samples" / "iso-2022-jp.txt");
 
     std::printf("\nStreams: an attachment through base64 and back, and a message with mixed line ends:\n");
-    demo::showStreams(examples);
+    ok = demo::showStreams(examples) && ok;
 
     std::printf("\nFiles: the messages saved as UTF-8 with CR LF lines:\n");
-    demo::showFiles(examples);
+    ok = demo::showFiles(examples) && ok;
 
     std::printf("\nErrors carry the framework's exact messages:\n");
     showAbstractMethodError();
-
-    bool ok = jobsDone;
 
     std::printf("\n");
     ok = demo::showText() && ok;
@@ -82,9 +80,7 @@ int main(int argc, char** argv)
     std::printf("\nPasswords in the keychain, and digests:\n");
     ok = demo::showCredentials() && ok;
 
-    std::printf("
-The message list:
-");
+    std::printf("\nThe message list:\n");
     ok = demo::showMessageList(examples / "samples") && ok;
     return ok ? 0 : 1;
 }
