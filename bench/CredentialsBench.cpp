@@ -185,15 +185,8 @@ int main(int argc, char** argv)
         benchmark::RegisterBenchmark("keychain_find/secret_password_lookup", keychainFindLibsecret);
     }
 
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    yk::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-
     // Goals: at least these speed-ups (a find at most 1.2 times libsecret's time is 1/1.2).
-    reporter.printRatios({ { "digest_16MiB_SHA256", "EVP_reused" }, { "digest_16MiB_SHA1", "EVP_reused" },
+    const int status = yk::bench::runAndPrintRatios(argc, argv, { { "digest_16MiB_SHA256", "EVP_reused" }, { "digest_16MiB_SHA1", "EVP_reused" },
                              { "digest_16MiB_MD5", "EVP_reused" }, { "digest_64B_SHA256", "EVP_Digest" },
                              { "digest_64B_SHA256", "get_by_name" }, { "hmac_64B_same_key", "HMAC" },
                              { "hmac_64B_alternating_keys", "HMAC" }, { "keychain_find", "secret_password_lookup" } },
@@ -201,5 +194,5 @@ int main(int argc, char** argv)
             { "hmac_64B_same_key", 2 }, { "hmac_64B_alternating_keys", 1 }, { "keychain_find", 1 / 1.2 } });
     if (!withKeyring)
         std::printf("\n(keychain cases skipped: run under scripts/with-keyring)\n");
-    return 0;
+    return status;
 }

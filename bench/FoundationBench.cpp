@@ -256,14 +256,7 @@ int main(int argc, char** argv)
     benchmark::RegisterBenchmark("stack_trace/yarkit", stackTraceYarkit)->Iterations(20);
     benchmark::RegisterBenchmark("stack_trace/eu-addr2line", stackTraceAddr2line)->Iterations(20);
 
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    yk::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-
-    reporter.printRatios({ { "date_text_kept", "icu_kept" }, { "date_text_new", "icu_new" }, { "relative_day", "icu_relative" },
+    return yk::bench::runAndPrintRatios(argc, argv, { { "date_text_kept", "icu_kept" }, { "date_text_new", "icu_new" }, { "relative_day", "icu_relative" },
                              { "string_for_bytes", "g_format_size" }, { "pool_hits", "g_intern_string" }, { "pool_hits_set", "mutex_set" },
                              { "pool_misses", "g_intern_string" }, { "pool_misses_set", "mutex_set" },
                              { "pool_hits_2threads", "g_intern_string" }, { "pool_hits_2threads_set", "mutex_set" },
