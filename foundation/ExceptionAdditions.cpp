@@ -8,6 +8,8 @@
 #include <Yarkit/core/system/Pipe.h>
 #include <Yarkit/core/system/Task.h>
 #include <Yarkit/core/system/UserDefaults.h>
+#include <Yarkit/core/threads/RunLoop.h>
+#include <Yarkit/core/threads/Thread.h>
 #include <Yarkit/core/values/Data.h>
 #include <Yarkit/core/values/ExceptionHandler.h>
 #include <Yarkit/core/values/Format.h>
@@ -179,6 +181,9 @@ Ref<String> YK_stackTrace(const Exception* exception)
     if (task->isRunning())
         task->terminate();
     task->waitUntilExit();
+    // A background thread may never run its loop: give what the task left pending there one pass.
+    if (!Thread::isMainThread())
+        RunLoop::currentRunLoop()->limitDateForMode(kCFRunLoopDefaultMode);
     return result;
 }
 

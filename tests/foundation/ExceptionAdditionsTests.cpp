@@ -6,6 +6,7 @@
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/system/Bundle.h>
 #include <Yarkit/core/system/UserDefaults.h>
+#include <Yarkit/core/threads/RunLoop.h>
 #include <Yarkit/core/values/ExceptionHandler.h>
 #include <Yarkit/core/values/Number.h>
 
@@ -37,6 +38,15 @@ protected:
     [[noreturn]] void throwCopy() const override { throw *this; }
 };
 YK_DEFINE_CLASS(SaveFailure);
+
+// Counts the performs its thread's run loop delivers.
+class TracePerformCounter : public yk::Object {
+    YK_OBJECT(TracePerformCounter, yk::Object)
+public:
+    void count(yk::Object*) { ++performed; }
+    int performed { 0 };
+};
+YK_DEFINE_CLASS(TracePerformCounter, [](yk::MethodListBuilder& c) { c.method("count:", &TracePerformCounter::count); });
 
 TEST(ExceptionAdditions, ChainsSurviveTheirHandlers)
 {
@@ -239,12 +249,18 @@ TEST_F(StackTraceTest, TwoThreadsSymboliseAtOnce)
         + yk::_callStackReturnHexAddresses(exception.get())->componentsJoinedByString(str(" ").get())->utf8() + "\n";
     setToolPath("/bin/echo");
     std::string results[2];
-    std::thread first([&] { results[0] = yk::YK_stackTrace(exception.get())->utf8(); });
+    // Off the main thread, a trace gives the thread's loop one pass: a pending perform runs.
+    auto counter = yk::make<TracePerformCounter>();
+    std::thread first([&] {
+        yk::RunLoop::currentRunLoop()->performSelector("count:", counter.get(), nullptr, 0, { yk::kCFRunLoopDefaultMode });
+        results[0] = yk::YK_stackTrace(exception.get())->utf8();
+    });
     std::thread second([&] { results[1] = yk::YK_stackTrace(exception.get())->utf8(); });
     first.join();
     second.join();
     EXPECT_EQ(results[0], expected);
     EXPECT_EQ(results[1], expected);
+    EXPECT_EQ(counter->performed, 1);
     setToolPath(nullptr);
 }
 
