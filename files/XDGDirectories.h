@@ -1,8 +1,8 @@
 #pragma once
 
-// The XDG base directories and user folders, read from the environment on each call (a
-// variable that is empty or relative is ignored, as the specification of the base directories
-// asks).
+// The XDG base directories and user folders, read from the environment on each call. A
+// variable that is empty or holds a relative path is ignored, as freedesktop.org's base
+// directory rules require, and the default folder is used instead.
 
 #include <string>
 #include <vector>
