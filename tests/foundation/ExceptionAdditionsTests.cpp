@@ -1,4 +1,5 @@
 #include "core/LogCapture.h"
+#include "core/CommandOutput.h"
 #include "core/TemporaryFolder.h"
 
 #include <Yarkit/ExceptionAdditions.h>
@@ -266,14 +267,7 @@ TEST_F(StackTraceTest, TwoThreadsSymboliseAtOnce)
 
 std::string runShell(const std::string& command)
 {
-    std::string output;
-    FILE* pipe = popen(command.c_str(), "r");
-    char buffer[256];
-    while (pipe && fgets(buffer, sizeof(buffer), pipe))
-        output += buffer;
-    if (pipe)
-        pclose(pipe);
-    return output;
+    return yk::test::runCommand(command).output;
 }
 
 TEST(ExceptionAdditions, SymbolToolPrintsAddressesUnchangedWithoutElfutils)

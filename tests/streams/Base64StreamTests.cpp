@@ -1,5 +1,6 @@
 #include "StreamTestSupport.h"
 #include "core/CoreTestSupport.h"
+#include "core/CommandOutput.h"
 #include "core/TemporaryFolder.h"
 
 #include <Yarkit/Base64.h>
@@ -160,13 +161,8 @@ TEST(DataBase64, AgreesWithPython)
     std::string command = "python3 -c \"import base64,sys; d=open(sys.argv[1],'rb').read(); e=base64.b64encode(d); "
                           "sys.stdout.buffer.write(b''.join(e[i:i+76]+b'\\r\\n'*(i+76<=len(e)) for i in range(0,len(e),76)))\" "
         + in;
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_TRUE(pipe);
-    std::string python;
-    char buffer[4096];
-    while (size_t n = fread(buffer, 1, sizeof buffer, pipe))
-        python.append(buffer, n);
-    ASSERT_EQ(pclose(pipe), 0);
+    const auto [python, status] = yk::test::runCommand(command);
+    ASSERT_EQ(status, 0);
     Ref<Data> encoded = base64DataWithLineLength(Data::dataWithString(bytes).get(), 76);
     EXPECT_EQ(text(encoded), python);
     EXPECT_EQ(text(dataWithBase64Data(encoded.get())), bytes);

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "streams/Base64Codec.h"
+#include "core/CommandOutput.h"
 
 namespace {
 
@@ -205,12 +206,8 @@ TEST(Base64, AgreesWithPython)
                                "    d = random.Random(n).randbytes(n)\n"
                                "    t = base64.encodebytes(d).replace(b'\\n', b'\\r\\n')\n"
                                "    print(d.hex(), (t if n % 57 == 0 else t[:-2]).hex())\n";
-    FILE* pipe = popen(("python3 -c \"" + script + "\" 2>/dev/null").c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string output;
-    for (int c; (c = std::fgetc(pipe)) != EOF;)
-        output += static_cast<char>(c);
-    if (pclose(pipe) != 0 || output.empty())
+    const auto [output, status] = yk::test::runCommand("python3 -c \"" + script + "\" 2>/dev/null");
+    if (status != 0 || output.empty())
         GTEST_SKIP() << "python3 is not available";
     auto unhex = [](const std::string& hex) {
         std::string bytes;

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "core/CommandOutput.h"
+
 namespace {
 
 struct Result {
@@ -227,12 +229,9 @@ TEST(Tool, UsageErrorsExitWithStatusTwo)
 std::string opensslDigest(const std::string& options)
 {
     std::string command = "openssl dgst " + options + " '" + std::string(YK_SAMPLES_DIR) + "/utf-8.txt'";
-    FILE* pipe = popen(command.c_str(), "r");
-    char line[512] = "";
-    if (!pipe || !std::fgets(line, sizeof line, pipe))
+    const std::string text = yk::test::runCommand(command).output;
+    if (text.empty())
         return "(openssl failed)";
-    pclose(pipe);
-    std::string text = line;
     return text.substr(text.rfind("= ") + 2);
 }
 
