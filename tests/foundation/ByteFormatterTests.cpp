@@ -9,6 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
+#include <random>
+#include <vector>
+
+#include "foundation/YKByteFormatterDetail.h"
+
 namespace {
 
 struct SizeRow {
@@ -48,10 +54,30 @@ const SizeRow englishSizes[] = {
     { UINT64_MAX, "16384 PB" },
 };
 
+// The cached texts and integer digits give what the table's own path gives: at every row's
+// ends and one past, at ties, in both languages and in another rounding mode.
+void expectTheTablesOwnTexts(const char* language)
+{
+    std::vector<uint64_t> counts { 256, 102912, 103936, 1536, 5368709120ull };
+    for (const auto& row : englishSizes) {
+        counts.push_back(row.count);
+        counts.push_back(row.count + 1);
+    }
+    std::mt19937_64 random(12);
+    for (int i = 0; i < 300; ++i)
+        counts.push_back(random() >> (random() % 64));
+    for (uint64_t count : counts)
+        EXPECT_EQ(yk::YKByteFormatter::stringForBytes(count)->utf8(), yk::detail::stringForBytesPortable(count)->utf8()) << language << " " << count;
+}
+
 TEST(YKByteFormatter, SizeTableInEnglishJapaneseAndUnderACommaLocale)
 {
     for (const auto& row : englishSizes)
         EXPECT_EQ(yk::YKByteFormatter::stringForBytes(row.count)->utf8(), row.text) << row.count;
+    expectTheTablesOwnTexts("en");
+    std::fesetround(FE_UPWARD);
+    expectTheTablesOwnTexts("en, rounding up");
+    std::fesetround(FE_TONEAREST);
 
     const SizeRow japaneseSizes[] = {
         { 0, "0 バイト" }, { 1, "1 バイト" }, { 2, "2 バイト" }, { 99, "99 バイト" }, { 100, "0.1 KB" }, { 1125899906842620ull, "1.0 PB" },
@@ -60,7 +86,10 @@ TEST(YKByteFormatter, SizeTableInEnglishJapaneseAndUnderACommaLocale)
         yk::test::LanguageScope language("ja");
         for (const auto& row : japaneseSizes)
             EXPECT_EQ(yk::YKByteFormatter::stringForBytes(row.count)->utf8(), row.text) << row.count;
+        expectTheTablesOwnTexts("ja");
     }
+    // The cached Japanese texts are not used once the language is English again.
+    EXPECT_EQ(yk::YKByteFormatter::stringForBytes(2)->utf8(), "2 bytes");
 
     yk::test::CommaDecimalLocale comma;
     if (comma.ok()) {
