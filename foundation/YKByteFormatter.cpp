@@ -130,19 +130,24 @@ struct LocalizedSizes {
     }
 };
 
+// The texts of the language last asked for.
+struct SizesCache {
+    SpinLock lock;
+    std::shared_ptr<const LocalizedSizes> sizes YK_GUARDED_BY(lock);
+};
+
 std::shared_ptr<const LocalizedSizes> localizedSizes()
 {
-    static SpinLock lock;
-    static std::shared_ptr<const LocalizedSizes> cached YK_GUARDED_BY(lock);
+    static SizesCache cache;
     LanguageKey key = LanguageKey::current();
     {
-        Locker guard(lock);
-        if (cached && cached->language == key)
-            return cached;
+        Locker guard(cache.lock);
+        if (cache.sizes && cache.sizes->language == key)
+            return cache.sizes;
     }
     auto sizes = std::make_shared<const LocalizedSizes>(std::move(key));
-    Locker guard(lock);
-    cached = sizes;
+    Locker guard(cache.lock);
+    cache.sizes = sizes;
     return sizes;
 }
 
