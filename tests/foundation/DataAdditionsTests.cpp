@@ -141,13 +141,8 @@ TEST(DataAdditions, LinesAgreeWithLineBoundsOnRandomText)
             walked.push_back(text.substr(start, end - start));
             index = end;
         }
-        ASSERT_EQ(linesOf(data.get(), false), walked);
-        std::string joined;
-        for (auto& line : walked)
-            joined += line;
-        ASSERT_EQ(joined, text);
-        int code = checkNewline(dataByConvertingNewlineTo(data.get(), YKNewlineCRLF).get());
-        ASSERT_TRUE(code == YKNoNewline || code == YKOnlyCRLF) << text;
+        // The walk covers the text; joined lines and conversions are the lines fuzzer's.
+        ASSERT_EQ(linesOf(data.get(), false), walked) << text;
     }
 }
 

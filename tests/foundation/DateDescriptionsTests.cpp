@@ -115,10 +115,7 @@ TEST(DateDescriptions, ThreadsShareTheFormattersSafely)
 TEST(DateAdditions, FractionsComparisonsAndBrokenDownTime)
 {
     const struct { double sinceReference; int32_t milli; int32_t micro; } fractions[] = {
-        { 1.9996, 999, 999600 },
-        { -0.25, 750, 750000 },
-        { -3.0, 0, 0 },
-        { 12.5, 500, 500000 },
+        { 1.9996, 999, 999600 }, { -0.25, 750, 750000 }, { -3.0, 0, 0 }, { 12.5, 500, 500000 },
     };
     for (const auto& row : fractions) {
         auto date = yk::Date::dateWithTimeIntervalSinceReferenceDate(row.sinceReference);

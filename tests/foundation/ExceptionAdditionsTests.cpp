@@ -1,5 +1,6 @@
-#include "core/LogCapture.h"
 #include "core/CommandOutput.h"
+#include "core/CoreTestSupport.h"
+#include "core/LogCapture.h"
 #include "core/TemporaryFolder.h"
 
 #include <Yarkit/ExceptionAdditions.h>
@@ -23,11 +24,7 @@ namespace {
 
 using yk::Ref;
 using yk::String;
-
-Ref<String> str(const char* text)
-{
-    return String::withUTF8(text);
-}
+using yk::test::str;
 
 class SaveFailure : public yk::Exception {
     YK_OBJECT(SaveFailure, yk::Exception)
@@ -114,6 +111,16 @@ std::vector<std::string> texts(const yk::Array* array)
     return values;
 }
 
+// The raising frame whose name the symbolic trace must show.
+[[gnu::noinline]] Ref<yk::Exception> raiseFromSymbolisedFrame()
+{
+    try {
+        yk::raise("TraceException", "for the trace");
+    } catch (const yk::Exception& e) {
+        return e.copy();
+    }
+}
+
 TEST(ExceptionAdditions, AddressMethodsPreferOppositeSources)
 {
     auto traceInfo = yk::Dictionary::dictionaryWithEntries({ { str("NSStackTraceKey"), str("0x10  0x7fffabcd12345678  017  ") } });
@@ -131,13 +138,10 @@ TEST(ExceptionAdditions, AddressMethodsPreferOppositeSources)
     EXPECT_EQ(numbers(yk::YK_callStackReturnAddresses(raised.get()).get()).front(), raised->backtrace().front());
     EXPECT_EQ(texts(yk::_callStackReturnHexAddresses(raised.get()).get()).front(), "0x10");
 
-    try {
-        yk::raise("Plain", "no trace string");
-    } catch (const yk::Exception& e) {
-        char expected[32];
-        std::snprintf(expected, sizeof(expected), "0x%llx", static_cast<unsigned long long>(e.backtrace().front()));
-        EXPECT_EQ(texts(yk::_callStackReturnHexAddresses(&e).get()).front(), expected);
-    }
+    auto plain = raiseFromSymbolisedFrame(); // no trace string: the full 64-bit addresses
+    char expected[32];
+    std::snprintf(expected, sizeof(expected), "0x%llx", static_cast<unsigned long long>(plain->backtrace().front()));
+    EXPECT_EQ(texts(yk::_callStackReturnHexAddresses(plain.get()).get()).front(), expected);
 
     auto bare = yk::Exception::exceptionWithName("Bare", "never raised");
     EXPECT_FALSE(yk::YK_callStackReturnAddresses(bare.get()));
@@ -152,16 +156,6 @@ TEST(ExceptionAdditions, LongLongValueWithBase)
     };
     for (const auto& row : rows)
         EXPECT_EQ(yk::YK_longLongValueWithBase(str(row.text).get(), row.base), row.value) << row.text;
-}
-
-// The raising frame whose name the symbolic trace must show.
-[[gnu::noinline]] Ref<yk::Exception> raiseFromSymbolisedFrame()
-{
-    try {
-        yk::raise("TraceException", "for the trace");
-    } catch (const yk::Exception& e) {
-        return e.copy();
-    }
 }
 
 size_t openDescriptors()
