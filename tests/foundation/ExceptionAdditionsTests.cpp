@@ -225,7 +225,6 @@ TEST_F(StackTraceTest, ToolContractMasksDescriptorsAndChildren)
     errno = 0;
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
-    setToolPath(nullptr);
 }
 
 TEST_F(StackTraceTest, TwoThreadsSymboliseAtOnce)
@@ -247,7 +246,6 @@ TEST_F(StackTraceTest, TwoThreadsSymboliseAtOnce)
     EXPECT_EQ(results[0], expected);
     EXPECT_EQ(results[1], expected);
     EXPECT_EQ(counter->performed, 1);
-    setToolPath(nullptr);
 }
 
 TEST(ExceptionAdditions, SymbolToolPrintsAddressesUnchangedWithoutElfutils)
