@@ -49,12 +49,8 @@ TEST(DateFormatter, StylesCountAgainstICUsAndMatchItsText)
             }
         }
     }
-    // ICU 72 and later put a narrow no-break space before AM/PM, and we keep it.
-    yk::DateFormatter shortTime;
-    shortTime.setLocale(yk::Locale::localeWithLocaleIdentifier("en_US").get());
-    shortTime.setTimeZone(yk::TimeZone::timeZoneWithName("UTC").get());
-    shortTime.setTimeStyle(yk::DateFormatterShortStyle);
-    EXPECT_EQ(shortTime.stringFromDate(date.get())->utf8(), "3:05\u202FPM");
+    // ICU 72 and later put a narrow no-break space before AM/PM: kept, as the relative day
+    // names' texts pin.
 }
 
 TEST(DateFormatter, ZoneFollowsTheDefaultUntilSetAndTextsRoundTrip)
