@@ -21,8 +21,12 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const auto& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-                times[run.benchmark_name()] = run.GetAdjustedCPUTime();
+            if (run.run_type != Run::RT_Iteration || run.error_occurred)
+                continue;
+            // Keyed without the "/threads:2" or "/iterations:20" suffixes; a case measured in
+            // real time (its work runs in a child process) is compared in real time.
+            const bool realTime = !run.run_name.time_type.empty();
+            times[run.run_name.function_name] = realTime ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
         }
     }
 

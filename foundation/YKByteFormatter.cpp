@@ -1,12 +1,28 @@
 #include <Yarkit/YKByteFormatter.h>
 
 #include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Locker.h>
 #include <Yarkit/core/system/Bundle.h>
+#include <Yarkit/core/threads/SpinLock.h>
 #include <Yarkit/core/values/Format.h>
 #include <Yarkit/core/values/Number.h>
 #include <Yarkit/core/values/String.h>
 
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cfenv>
 #include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <langinfo.h>
+
+#include "foundation/YKByteFormatterDetail.h"
+
+// glibc counts catalogue loads and text-domain changes here (gettext's own cache key).
+extern "C" int _nl_msg_cat_cntr;
 
 namespace yk {
 
@@ -43,28 +59,152 @@ constexpr SizeRow sizeRows[] = {
     { UINT64_MAX, YK_LOCALIZABLE("Formatter", "%.0f PB"), PB },
 };
 
-const SizeRow& rowForCount(uint64_t count)
+constexpr size_t RowCount = std::size(sizeRows);
+
+size_t rowForCount(uint64_t count)
 {
-    for (const auto& row : sizeRows) {
-        if (count <= row.last)
-            return row;
+    size_t row = 0;
+    while (row + 1 < RowCount && count > sizeRows[row].last)
+        ++row;
+    return row;
+}
+
+Ref<String> localizedKey(size_t row)
+{
+    static Bundle* const framework = Bundle::bundleForClass(YKByteFormatter::staticClass()).get();
+    static const Ref<String> empty = make<String>();
+    static const Ref<String> table = String::withUTF8("Formatter");
+    return framework->localizedStringForKey(String::withUTF8(sizeRows[row].key).get(), empty.get(), table.get());
+}
+
+// What gettext's answer depends on: the messages locale, LANGUAGE (ignored in the "C" locale)
+// and the catalogues loaded.
+struct LanguageKey {
+    std::string messagesLocale;
+    std::string language;
+    int catalogues;
+
+    static LanguageKey current()
+    {
+        const char* language = std::getenv("LANGUAGE");
+        return { nl_langinfo(NL_LOCALE_NAME(LC_MESSAGES)), language ? language : "", _nl_msg_cat_cntr };
     }
-    return sizeRows[std::size(sizeRows) - 1];
+    bool operator==(const LanguageKey&) const = default;
+};
+
+// A translated size format split around its one number, when it is exactly "%.0f" or "%.1f"
+// and the text has no other conversion; decimals < 0 otherwise.
+struct SizePattern {
+    std::u16string prefix;
+    std::u16string suffix;
+    int decimals { -1 };
+
+    explicit SizePattern(const String& format)
+    {
+        const std::u16string& units = format.units();
+        const size_t percent = units.find(u'%');
+        if (percent == std::u16string::npos || units.find(u'%', percent + 1) != std::u16string::npos)
+            return;
+        const std::u16string_view conversion = std::u16string_view(units).substr(percent, 4);
+        if (conversion != u"%.0f" && conversion != u"%.1f")
+            return;
+        prefix = units.substr(0, percent);
+        suffix = units.substr(percent + 4);
+        decimals = conversion[2] - u'0';
+    }
+};
+
+// The "Formatter" table's texts for one language, looked up once.
+struct LocalizedSizes {
+    LanguageKey language;
+    std::array<Ref<String>, RowCount> texts;
+    std::vector<SizePattern> patterns;
+
+    explicit LocalizedSizes(LanguageKey key)
+        : language(std::move(key))
+    {
+        for (size_t row = 0; row < RowCount; ++row) {
+            texts[row] = localizedKey(row);
+            patterns.emplace_back(*texts[row]);
+        }
+    }
+};
+
+// The texts of the language last asked for.
+struct SizesCache {
+    SpinLock lock;
+    std::shared_ptr<const LocalizedSizes> sizes YK_GUARDED_BY(lock);
+};
+
+std::shared_ptr<const LocalizedSizes> localizedSizes()
+{
+    static SizesCache cache;
+    LanguageKey key = LanguageKey::current();
+    {
+        Locker guard(cache.lock);
+        if (cache.sizes && cache.sizes->language == key)
+            return cache.sizes;
+    }
+    auto sizes = std::make_shared<const LocalizedSizes>(std::move(key));
+    Locker guard(cache.lock);
+    cache.sizes = sizes;
+    return sizes;
+}
+
+// printf's "%.0f" or "%.1f" of count / 2^shift, which is exact for count < 2^53: the digits
+// are counted in integers and a tie goes to the even neighbour, as printf rounds in the
+// default rounding mode.
+void appendQuotient(std::u16string& text, uint64_t count, int shift, int decimals)
+{
+    const uint64_t scaled = decimals ? count * 10 : count;
+    uint64_t quotient = scaled >> shift;
+    if (shift > 0) {
+        const uint64_t rest = scaled & ((uint64_t { 1 } << shift) - 1);
+        const uint64_t half = uint64_t { 1 } << (shift - 1);
+        if (rest > half || (rest == half && quotient % 2))
+            ++quotient;
+    }
+    char digits[24];
+    const char* end = std::to_chars(digits, digits + sizeof(digits), quotient / (decimals ? 10 : 1)).ptr;
+    text.append(static_cast<const char*>(digits), end);
+    if (decimals) {
+        text += u'.';
+        text += static_cast<char16_t>(u'0' + quotient % 10);
+    }
 }
 
 } // namespace
 
-Ref<String> YKByteFormatter::stringForBytes(uint64_t count)
+namespace detail {
+
+Ref<String> stringForBytesPortable(uint64_t count)
 {
-    static Bundle* const framework = Bundle::bundleForClass(staticClass()).get();
-    static const Ref<String> empty = make<String>();
-    static const Ref<String> table = String::withUTF8("Formatter");
-    const SizeRow& row = rowForCount(count);
-    auto text = framework->localizedStringForKey(String::withUTF8(row.key).get(), empty.get(), table.get());
-    if (row.unit == 0)
+    const size_t row = rowForCount(count);
+    auto text = localizedKey(row);
+    if (sizeRows[row].unit == 0)
         return text;
     // The translated text is a format of its own; the "%.1f" or "%.0f" in it does the rounding.
-    return format(text->utf8().c_str(), static_cast<double>(count) / row.unit);
+    return format(text->utf8().c_str(), static_cast<double>(count) / sizeRows[row].unit);
+}
+
+} // namespace detail
+
+Ref<String> YKByteFormatter::stringForBytes(uint64_t count)
+{
+    const size_t row = rowForCount(count);
+    const auto sizes = localizedSizes();
+    if (sizeRows[row].unit == 0)
+        return sizes->texts[row];
+    const SizePattern& pattern = sizes->patterns[row];
+    // Units that are powers of two divide exactly; the petabyte does not, and another rounding
+    // mode rounds otherwise: those go through the formatter.
+    const uint64_t unit = static_cast<uint64_t>(sizeRows[row].unit);
+    if (pattern.decimals < 0 || !std::has_single_bit(unit) || std::fegetround() != FE_TONEAREST)
+        return detail::stringForBytesPortable(count);
+    std::u16string text = pattern.prefix;
+    appendQuotient(text, count, std::countr_zero(unit), pattern.decimals);
+    text += pattern.suffix;
+    return make<String>(std::move(text));
 }
 
 Ref<String> YKByteFormatter::stringForObjectValue(const Object* value) const

@@ -3,10 +3,11 @@
 #include <Yarkit/core/runtime/Object.h>
 #include <Yarkit/core/threads/SpinLock.h>
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <memory_resource>
-#include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace yk {
 
@@ -22,7 +23,9 @@ class Array;
 // and the pool frees it with free(); when its content is already pooled the pooled pointer is
 // returned and the argument stays the caller's.
 //
-// One spin lock guards the table, so one pool may be shared by any number of threads.
+// One pool may be shared by any number of threads. A string already pooled is found without
+// taking the lock (a hit reads only the table and writes nothing shared); pooling a new string,
+// reset and the listings take the pool's spin lock.
 class YCStringPool : public Object {
     YK_OBJECT(YCStringPool, Object)
 public:
@@ -61,19 +64,26 @@ public:
     [[nodiscard]] Ref<Array> allCStrings() const;
 
 private:
-    // How a pooled string was allocated: by a resource (size bytes), or by malloc (null).
-    struct Allocation {
+    struct Table;
+    // A pooled string, in the order it was pooled, with what it takes to free it: the resource
+    // that allocated it, or null for a string from malloc.
+    struct Entry {
+        char* string;
+        size_t length;
+        uint64_t hash;
         std::pmr::memory_resource* resource;
-        size_t size;
     };
-    struct Hash {
-        size_t operator()(std::string_view string) const;
-    };
-    void freeAll() YK_REQUIRES(_lock);
+
+    const char* insert(char* string, size_t length, uint64_t hash, std::pmr::memory_resource* resource) YK_REQUIRES(_lock);
+    static void freeEntries(const std::vector<Entry>& entries);
 
     mutable SpinLock _lock;
-    // Keyed by the pooled bytes themselves.
-    std::unordered_map<std::string_view, Allocation, Hash> _cStringTable YK_GUARDED_BY(_lock);
+    // The table readers search: replaced under the lock when it grows or is reset.
+    std::atomic<Table*> _cStringTable { nullptr };
+    // The current table last; earlier ones may still be searched by readers until reset.
+    std::vector<std::unique_ptr<Table>> _tables YK_GUARDED_BY(_lock);
+    std::vector<Entry> _entries YK_GUARDED_BY(_lock);
+    const uint32_t _capacity;
     std::pmr::memory_resource* _poolZone YK_GUARDED_BY(_lock) { nullptr };
 };
 

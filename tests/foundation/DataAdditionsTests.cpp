@@ -39,11 +39,7 @@ std::vector<std::string> linesOf(const Data* data, bool trim)
 TEST(DataAdditions, SearchesIndexTheWholeData)
 {
     auto data = bytes("ab\tcab  c");
-    struct Case {
-        const char* what;
-        uint32_t found;
-        uint32_t expected;
-    } cases[] = {
+    struct Case { const char* what; uint32_t found; uint32_t expected; } cases[] = {
         { "indexOfCharacter c from 4", indexOfCharacter(data.get(), 'c', 4), 8 },
         { "indexOfCharacter past end", indexOfCharacter(data.get(), 'a', 9), NotFound },
         { "indexOfNonCharacter a", indexOfNonCharacter(data.get(), 'a'), 1 },
@@ -76,12 +72,7 @@ TEST(DataAdditions, TrimmingReturnsTheReceiverWhenNothingGoes)
     EXPECT_EQ(subdataByTrimmingWhitespaceAndNewline(clean.get()).get(), clean.get());
     auto empty = bytes("");
     EXPECT_EQ(subdataByTrimmingWhitespace(empty.get()).get(), empty.get());
-    struct Case {
-        const char* given;
-        const char* whitespace;
-        const char* newline;
-        const char* both;
-    } cases[] = {
+    struct Case { const char* given; const char* whitespace; const char* newline; const char* both; } cases[] = {
         { "   ", "", "   ", "" },
         { " \r\na b\t\n", "\r\na b\t\n", " \r\na b\t", "a b" },
         { "\nx", "\nx", "x", "x" },
@@ -97,26 +88,17 @@ TEST(DataAdditions, TrimmingReturnsTheReceiverWhenNothingGoes)
 TEST(DataAdditions, LineBoundsNeverSplitCRLF)
 {
     auto data = bytes("one\r\ntwo\rthree\n\nlast");
-    struct Case {
-        Range range;
-        uint32_t start, end, contentsEnd;
-    } cases[] = {
-        { { 0, 0 }, 0, 5, 3 },
-        { { 4, 0 }, 0, 5, 3 }, // between CR and LF: the line that CR LF ends
-        { { 3, 1 }, 0, 5, 3 },
-        { { 4, 1 }, 0, 5, 3 },
-        { { 5, 0 }, 5, 9, 8 },
-        { { 2, 5 }, 0, 9, 8 },
-        { { 15, 0 }, 15, 16, 15 }, // the empty line
-        { { 16, 4 }, 16, 20, 20 }, // no terminator
-        { { 20, 0 }, 16, 20, 20 },
+    // {4, 0} lies between CR and LF: the line that CR LF ends. {15, 0} is the empty line, the
+    // last has no terminator.
+    struct Case { Range range; std::vector<uint32_t> bounds; } cases[] = {
+        { { 0, 0 }, { 0, 5, 3 } }, { { 4, 0 }, { 0, 5, 3 } }, { { 3, 1 }, { 0, 5, 3 } }, { { 4, 1 }, { 0, 5, 3 } },
+        { { 5, 0 }, { 5, 9, 8 } }, { { 2, 5 }, { 0, 9, 8 } }, { { 15, 0 }, { 15, 16, 15 } }, { { 16, 4 }, { 16, 20, 20 } },
+        { { 20, 0 }, { 16, 20, 20 } },
     };
     for (const auto& c : cases) {
-        uint32_t start = 99, end = 99, contentsEnd = 99;
-        getLineStart(data.get(), &start, &end, &contentsEnd, c.range);
-        EXPECT_EQ(start, c.start) << c.range.location << "," << c.range.length;
-        EXPECT_EQ(end, c.end) << c.range.location << "," << c.range.length;
-        EXPECT_EQ(contentsEnd, c.contentsEnd) << c.range.location << "," << c.range.length;
+        std::vector<uint32_t> bounds(3, 99);
+        getLineStart(data.get(), &bounds[0], &bounds[1], &bounds[2], c.range);
+        EXPECT_EQ(bounds, c.bounds) << c.range.location << "," << c.range.length;
     }
     EXPECT_EQ(textOf(subdataByCuttingLineForRange(data.get(), { 10, 1 }).get()), "three\n");
     yk::test::expectRaise([&] { lineRangeForRange(data.get(), { 18, 3 }); }, NSRangeException,
@@ -125,21 +107,11 @@ TEST(DataAdditions, LineBoundsNeverSplitCRLF)
 
 TEST(DataAdditions, LinesAndNewlineCodes)
 {
-    struct Case {
-        const char* text;
-        std::vector<std::string> trimmed;
-        int code;
-        const char* asLF;
-    } cases[] = {
-        { "", {}, 0, "" },
-        { "plain", { "plain" }, 0, "plain" },
-        { "a\r\nb\r\n", { "a", "b" }, 3, "a\nb\n" },
-        { "a\rb\r", { "a", "b" }, 1, "a\nb\n" },
-        { "a\nb", { "a", "b" }, 2, "a\nb" },
-        { "a\r\nb\n", { "a", "b" }, 4, "a\nb\n" },
-        { "\n\n", { "", "" }, 2, "\n\n" },
+    struct Case { const char* text; std::vector<std::string> trimmed; int code; const char* asLF; } cases[] = {
+        { "", {}, 0, "" }, { "plain", { "plain" }, 0, "plain" }, { "a\r\nb\r\n", { "a", "b" }, 3, "a\nb\n" },
+        { "a\rb\r", { "a", "b" }, 1, "a\nb\n" }, { "a\nb", { "a", "b" }, 2, "a\nb" }, { "a\r\nb\n", { "a", "b" }, 4, "a\nb\n" },
+        { "\n\n", { "", "" }, 2, "\n\n" }, { "\r\r\n\n", { "", "", "" }, 4, "\n\n\n" },
         { "x\r", { "x" }, 1, "x\n" }, // a CR at the very end is lone
-        { "\r\r\n\n", { "", "", "" }, 4, "\n\n\n" },
     };
     for (const auto& c : cases) {
         auto data = bytes(c.text);
@@ -169,13 +141,8 @@ TEST(DataAdditions, LinesAgreeWithLineBoundsOnRandomText)
             walked.push_back(text.substr(start, end - start));
             index = end;
         }
-        ASSERT_EQ(linesOf(data.get(), false), walked);
-        std::string joined;
-        for (auto& line : walked)
-            joined += line;
-        ASSERT_EQ(joined, text);
-        int code = checkNewline(dataByConvertingNewlineTo(data.get(), YKNewlineCRLF).get());
-        ASSERT_TRUE(code == YKNoNewline || code == YKOnlyCRLF) << text;
+        // The walk covers the text; joined lines and conversions are the lines fuzzer's.
+        ASSERT_EQ(linesOf(data.get(), false), walked) << text;
     }
 }
 
@@ -194,6 +161,12 @@ TEST(DataAdditions, MutableAdditions)
     EXPECT_EQ(textOf(data.get()), "acyz");
 }
 
+std::string fileText(const fs::path& path)
+{
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
 TEST(DataAdditions, BackupByHardLinkSurvivesANonAtomicWrite)
 {
     yk::test::TemporaryFolder folder;
@@ -205,31 +178,23 @@ TEST(DataAdditions, BackupByHardLinkSurvivesANonAtomicWrite)
         EXPECT_TRUE(writeWithBackupToFile(bytes(atomically ? "newer" : "new").get(), path.get(), atomically));
         EXPECT_EQ(fs::status(mbox).permissions() & fs::perms::all, fs::perms(0640));
     }
-    std::ifstream backup(folder.path() / "inbox~.mbox");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(backup), {}), "new");
-    std::ifstream current(mbox);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(current), {}), "newer");
+    EXPECT_EQ(fileText(folder.path() / "inbox~.mbox"), "new");
+    EXPECT_EQ(fileText(mbox), "newer");
 
     // No backup possible (its name is one byte too long): logged, nothing written.
     const auto longest = folder.path() / std::string(255, 'n');
     std::ofstream(longest) << "keep";
     LogCapture capture;
     EXPECT_FALSE(writeWithBackupToFile(bytes("lost").get(), String::withUTF8(longest.c_str()).get(), false));
-    std::ifstream kept(longest);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "keep");
+    EXPECT_EQ(fileText(longest), "keep");
     EXPECT_EQ(capture.text(), "Couldn't create backup file '" + longest.string() + "~'\n");
 }
 
 TEST(DataAdditions, FileErrorsCarryPOSIXCodes)
 {
     yk::test::TemporaryFolder folder;
-    struct Case {
-        Ref<String> path;
-        int64_t code;
-    } cases[] = {
-        { nullptr, 14 },
-        { String::withUTF8(""), 2 },
-        { String::withUTF8(folder.path().c_str()), 21 },
+    struct Case { Ref<String> path; int64_t code; } cases[] = {
+        { nullptr, 14 }, { String::withUTF8(""), 2 }, { String::withUTF8(folder.path().c_str()), 21 },
         { String::withUTF8((folder.path() / "missing/x").c_str()), 2 },
     };
     for (const auto& c : cases) {
@@ -237,7 +202,7 @@ TEST(DataAdditions, FileErrorsCarryPOSIXCodes)
         EXPECT_EQ(YK_dataWithContentsOfFile(c.path.get(), 0, &readError), nullptr);
         EXPECT_FALSE(YK_writeToFile(bytes("x").get(), c.path.get(), 0, &writeError));
         EXPECT_EQ(readError->code(), c.code) << yk::test::describe(c.path.get());
-        EXPECT_EQ(writeError->code(), c.code == 21 ? 21 : c.code) << yk::test::describe(c.path.get());
+        EXPECT_EQ(writeError->code(), c.code) << yk::test::describe(c.path.get());
     }
     auto status = YK_dataWithContentsOfFile(String::withUTF8("/proc/self/status").get(), 0, nullptr);
     ASSERT_NE(status, nullptr); // /proc files report size 0 but are read to the end

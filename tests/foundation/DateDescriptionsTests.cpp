@@ -21,15 +21,8 @@ yk::Ref<yk::Date> since1970(double seconds)
     return yk::Date::dateWithTimeIntervalSince1970(seconds);
 }
 
-struct DescriptionRow {
-    const char* defaultZone;
-    double now;
-    double date;
-    int16_t dateForm;
-    int16_t timeForm;
-    const char* zone; // the zone argument; null for nil
-    const char* expected;
-};
+// The zone argument is null for nil.
+struct DescriptionRow { const char* defaultZone; double now; double date; int16_t dateForm; int16_t timeForm; const char* zone; const char* expected; };
 
 TEST(DateDescriptions, RelativeDaysAreTheDefaultZonesCalendarDays)
 {
@@ -121,15 +114,8 @@ TEST(DateDescriptions, ThreadsShareTheFormattersSafely)
 
 TEST(DateAdditions, FractionsComparisonsAndBrokenDownTime)
 {
-    const struct {
-        double sinceReference;
-        int32_t milli;
-        int32_t micro;
-    } fractions[] = {
-        { 1.9996, 999, 999600 },
-        { -0.25, 750, 750000 },
-        { -3.0, 0, 0 },
-        { 12.5, 500, 500000 },
+    const struct { double sinceReference; int32_t milli; int32_t micro; } fractions[] = {
+        { 1.9996, 999, 999600 }, { -0.25, 750, 750000 }, { -3.0, 0, 0 }, { 12.5, 500, 500000 },
     };
     for (const auto& row : fractions) {
         auto date = yk::Date::dateWithTimeIntervalSinceReferenceDate(row.sinceReference);

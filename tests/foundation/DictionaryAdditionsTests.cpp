@@ -23,15 +23,11 @@ using yk::test::str;
 
 TEST(DictionaryAdditions, TypedGettersReadNumbersAndStringsElseTheDefault)
 {
+    // A null value: the key is absent.
     struct Row {
-        Ref<yk::Object> value; // null: the key is absent
-        int16_t shortValue;
-        uint16_t unsignedShortValue;
-        int32_t intValue;
-        uint32_t unsignedIntValue;
-        float floatValue;
-        double doubleValue;
-        bool boolValue;
+        Ref<yk::Object> value;
+        int16_t shortValue; uint16_t unsignedShortValue; int32_t intValue; uint32_t unsignedIntValue;
+        float floatValue; double doubleValue; bool boolValue;
     } rows[] = {
         // Absent and unsuitable values give the defaults: 7 for the numbers, true for the boolean.
         { nullptr, 7, 7, 7, 7, 7.0f, 7.0, true },
@@ -73,11 +69,7 @@ TEST(DictionaryAdditions, ObjectForStringComparesKeysUnderTheOptions)
     dictionary->setObject(str("second"), str("SUBJECT"));
     dictionary->setObject(str("decomposed"), str("Cafe\u0301"));
 
-    struct Row {
-        const char* asked;
-        yk::StringCompareOptions options;
-        const char* expected;
-    } rows[] = {
+    struct Row { const char* asked; yk::StringCompareOptions options; const char* expected; } rows[] = {
         { "Subject", 0, "first" }, { "SUBJECT", 0, "second" }, { "subject", 0, "(null)" },
         { "subject", yk::CaseInsensitiveSearch, "first" }, { "SUBJECT", yk::CaseInsensitiveSearch, "first" },
         { "Subj", yk::CaseInsensitiveSearch, "(null)" }, { "Café", 0, "decomposed" }, { "Café", yk::LiteralSearch, "(null)" },
@@ -88,15 +80,12 @@ TEST(DictionaryAdditions, ObjectForStringComparesKeysUnderTheOptions)
         EXPECT_EQ(describe(value.get()), row.expected) << row.asked << " options " << row.options;
     }
     EXPECT_FALSE(yk::objectForString(yk::make<yk::Dictionary>().get(), str("a").get(), 0));
-}
 
-TEST(DictionaryAdditions, ObjectForStringWithNilLogsTheReceiversClassAndGivesNil)
-{
-    auto dictionary = yk::Dictionary::dictionaryWithEntries({ { str("a"), str("b") } });
+    // Nil logs the receiver's class and gives nil.
     LogCapture log;
     EXPECT_FALSE(yk::objectForString(dictionary.get(), nullptr, 0));
-    EXPECT_FALSE(yk::objectForString(dictionary->mutableCopy().get(), nullptr, 0));
-    EXPECT_EQ(log.text(), "-[Dictionary objectForString:options:] with nil\n-[MutableDictionary objectForString:options:] with nil\n");
+    EXPECT_FALSE(yk::objectForString(dictionary->copy().get(), nullptr, 0));
+    EXPECT_EQ(log.text(), "-[MutableDictionary objectForString:options:] with nil\n-[Dictionary objectForString:options:] with nil\n");
 }
 
 TEST(DictionaryAdditions, EqualityExceptForKeys)
@@ -108,12 +97,8 @@ TEST(DictionaryAdditions, EqualityExceptForKeys)
         return entries;
     };
     auto base = dictionary("2", "Mon");
-    struct Row {
-        const char* b;
-        const char* date; // null: absent
-        const char* keys; // comma-separated; null: compare the whole dictionaries
-        bool expected;
-    } rows[] = {
+    // date null: absent; keys comma-separated, null: compare the whole dictionaries.
+    struct Row { const char* b; const char* date; const char* keys; bool expected; } rows[] = {
         { "2", "Mon", nullptr, true }, { "2", "Tue", nullptr, false }, { "2", "Tue", "date", true },
         { "2", nullptr, "date", true }, { "2", "Tue", "x,y", false }, { "2", "Mon", "x", true },
         { "3", "Tue", "date", false }, { "3", "Tue", "date,b", true },
@@ -147,15 +132,12 @@ TEST(DictionaryAdditions, ContainsCountAndGetObjectsAndKeys)
     EXPECT_THROW(yk::YK_getObjects(dictionary.get(), tooSmall, {}), yk::Exception);
 }
 
-TEST(MutableDictionaryAdditions, SettersStoreNumbersOfTheirKindAndANilKeyRaisesTheDictionarysOwnError)
+TEST(MutableDictionaryAdditions, SettersStoreNumbersOfTheirKindAddOnlyWhenAbsentReplaceOnlyWhenPresent)
 {
     auto dictionary = yk::make<yk::MutableDictionary>();
     using Kind = yk::Number::Kind;
-    struct Row {
-        Kind kind;
-        double value; // 0: the row is only called with a nil key
-        std::function<void(const yk::Object*)> set;
-    } rows[] = {
+    // A value of 0: the row is only called with a nil key.
+    struct Row { Kind kind; double value; std::function<void(const yk::Object*)> set; } rows[] = {
         { Kind::Short, -2, [&](auto key) { yk::setShort(dictionary.get(), -2, key); } },
         { Kind::UnsignedShort, 65535, [&](auto key) { yk::setUnsignedShort(dictionary.get(), 65535, key); } },
         { Kind::Int, -70000, [&](auto key) { yk::setInt(dictionary.get(), -70000, key); } },
@@ -181,12 +163,9 @@ TEST(MutableDictionaryAdditions, SettersStoreNumbersOfTheirKindAndANilKeyRaisesT
         EXPECT_EQ(number->doubleValue(), rows[i].value);
     }
     EXPECT_EQ(dictionary->count(), 1u);
-}
 
-TEST(MutableDictionaryAdditions, AddOnlyWhenAbsentReplaceOnlyWhenPresent)
-{
-    auto dictionary = yk::make<yk::MutableDictionary>();
-    auto key = str("k");
+    // Add only when absent, replace only when present.
+    dictionary->removeObjectForKey(key.get());
     yk::YK_replaceObject(dictionary.get(), str("replaced early"), key.get());
     yk::YK_addObject(dictionary.get(), str("added"), key.get());
     yk::YK_addObject(dictionary.get(), str("added again"), key.get());

@@ -1,5 +1,6 @@
-#include "core/LogCapture.h"
 #include "core/CommandOutput.h"
+#include "core/CoreTestSupport.h"
+#include "core/LogCapture.h"
 #include "core/TemporaryFolder.h"
 
 #include <Yarkit/ExceptionAdditions.h>
@@ -23,11 +24,7 @@ namespace {
 
 using yk::Ref;
 using yk::String;
-
-Ref<String> str(const char* text)
-{
-    return String::withUTF8(text);
-}
+using yk::test::str;
 
 class SaveFailure : public yk::Exception {
     YK_OBJECT(SaveFailure, yk::Exception)
@@ -114,6 +111,16 @@ std::vector<std::string> texts(const yk::Array* array)
     return values;
 }
 
+// The raising frame whose name the symbolic trace must show.
+[[gnu::noinline]] Ref<yk::Exception> raiseFromSymbolisedFrame()
+{
+    try {
+        yk::raise("TraceException", "for the trace");
+    } catch (const yk::Exception& e) {
+        return e.copy();
+    }
+}
+
 TEST(ExceptionAdditions, AddressMethodsPreferOppositeSources)
 {
     auto traceInfo = yk::Dictionary::dictionaryWithEntries({ { str("NSStackTraceKey"), str("0x10  0x7fffabcd12345678  017  ") } });
@@ -131,13 +138,10 @@ TEST(ExceptionAdditions, AddressMethodsPreferOppositeSources)
     EXPECT_EQ(numbers(yk::YK_callStackReturnAddresses(raised.get()).get()).front(), raised->backtrace().front());
     EXPECT_EQ(texts(yk::_callStackReturnHexAddresses(raised.get()).get()).front(), "0x10");
 
-    try {
-        yk::raise("Plain", "no trace string");
-    } catch (const yk::Exception& e) {
-        char expected[32];
-        std::snprintf(expected, sizeof(expected), "0x%llx", static_cast<unsigned long long>(e.backtrace().front()));
-        EXPECT_EQ(texts(yk::_callStackReturnHexAddresses(&e).get()).front(), expected);
-    }
+    auto plain = raiseFromSymbolisedFrame(); // no trace string: the full 64-bit addresses
+    char expected[32];
+    std::snprintf(expected, sizeof(expected), "0x%llx", static_cast<unsigned long long>(plain->backtrace().front()));
+    EXPECT_EQ(texts(yk::_callStackReturnHexAddresses(plain.get()).get()).front(), expected);
 
     auto bare = yk::Exception::exceptionWithName("Bare", "never raised");
     EXPECT_FALSE(yk::YK_callStackReturnAddresses(bare.get()));
@@ -147,25 +151,11 @@ TEST(ExceptionAdditions, AddressMethodsPreferOppositeSources)
 
 TEST(ExceptionAdditions, LongLongValueWithBase)
 {
-    const struct {
-        const char* text;
-        int base;
-        int64_t value;
-    } rows[] = {
+    const struct { const char* text; int base; int64_t value; } rows[] = {
         { "0x1F", 0, 31 }, { "017", 0, 15 }, { "  -42z", 0, -42 }, { "ff", 16, 255 }, { "", 0, 0 }, { "0xffffffffffffffffff", 0, INT64_MAX },
     };
     for (const auto& row : rows)
         EXPECT_EQ(yk::YK_longLongValueWithBase(str(row.text).get(), row.base), row.value) << row.text;
-}
-
-// The raising frame whose name the symbolic trace must show.
-[[gnu::noinline]] Ref<yk::Exception> raiseFromSymbolisedFrame()
-{
-    try {
-        yk::raise("TraceException", "for the trace");
-    } catch (const yk::Exception& e) {
-        return e.copy();
-    }
 }
 
 size_t openDescriptors()
@@ -227,11 +217,6 @@ TEST_F(StackTraceTest, ToolContractMasksDescriptorsAndChildren)
         EXPECT_EQ(log.text(), "*** -[Exception YK_stackTrace]: NSInvalidArgumentException raised during converting numeric stack traces "
                               "into symbolic form.  Ignored.  Reason: launch path not accessible\n");
     }
-    setToolPath("/bin/echo");
-    std::string fromThread;
-    std::thread([&] { fromThread = yk::YK_stackTrace(exception.get())->utf8(); }).join();
-    EXPECT_EQ(fromThread.rfind("-p ", 0), 0u);
-
     EXPECT_EQ(handler->exceptionHandlingMask(), yk::NSLogOtherExceptionMask);
     EXPECT_EQ(handler->exceptionHangingMask(), yk::NSHangOnOtherExceptionMask);
     handler->setExceptionHandlingMask(0);
@@ -240,7 +225,6 @@ TEST_F(StackTraceTest, ToolContractMasksDescriptorsAndChildren)
     errno = 0;
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
-    setToolPath(nullptr);
 }
 
 TEST_F(StackTraceTest, TwoThreadsSymboliseAtOnce)
@@ -262,20 +246,14 @@ TEST_F(StackTraceTest, TwoThreadsSymboliseAtOnce)
     EXPECT_EQ(results[0], expected);
     EXPECT_EQ(results[1], expected);
     EXPECT_EQ(counter->performed, 1);
-    setToolPath(nullptr);
-}
-
-std::string runShell(const std::string& command)
-{
-    return yk::test::runCommand(command).output;
 }
 
 TEST(ExceptionAdditions, SymbolToolPrintsAddressesUnchangedWithoutElfutils)
 {
     auto script = yk::Bundle::frameworkBundle()->pathForAuxiliaryExecutable(str("yarkit-atos").get())->utf8();
-    EXPECT_EQ(runShell("PATH=/nonexistent /bin/sh '" + script + "' -p 1 0x10 0x7fffabcd12345678"), "0x10\n0x7fffabcd12345678\n");
+    EXPECT_EQ(yk::test::runCommand("PATH=/nonexistent /bin/sh '" + script + "' -p 1 0x10 0x7fffabcd12345678").output, "0x10\n0x7fffabcd12345678\n");
     // A process without those addresses: nothing resolves, so the list comes back as given.
-    EXPECT_EQ(runShell("/bin/sh '" + script + "' -p 999999999 0x10"), "0x10\n");
+    EXPECT_EQ(yk::test::runCommand("/bin/sh '" + script + "' -p 999999999 0x10").output, "0x10\n");
 }
 
 TEST(ExceptionHandler, LogOtherExceptionsMakesRaiseLog)

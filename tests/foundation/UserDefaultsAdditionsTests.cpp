@@ -17,13 +17,8 @@ TEST(UserDefaultsAdditions, ReadsWithADefaultForAbsentKeysAndWithoutATypeTestOth
 {
     yk::test::TemporaryFolder folder;
     yk::UserDefaults defaults(folder.path() / "defaults.json", {});
-    struct Row {
-        Ref<yk::Object> value; // null: absent
-        bool recognized; // false: the integer and float reads raise
-        int32_t integer;
-        float floating;
-        bool boolean;
-    } rows[] = {
+    // A null value is absent; an unrecognized one makes the integer and float reads raise.
+    struct Row { Ref<yk::Object> value; bool recognized; int32_t integer; float floating; bool boolean; } rows[] = {
         { nullptr, true, 76, 0.5f, true },
         { str("42"), true, 42, 42.0f, true },
         { str("no"), true, 0, 0.0f, false },
