@@ -92,8 +92,9 @@ std::string canonicalPath(const std::string& path)
     return (error ? std::filesystem::path(path).lexically_normal() : canonical).string();
 }
 
-// Every bundle of the process, under each canonical path that names it: its code file, and
-// its folder for the program and plug-ins.
+// Every bundle of the process, under each canonical path that names it: its code file and the
+// folder bundlePath() answers (the first bundle to claim a folder keeps it: libraries may share
+// one).
 struct BundleRegistry {
     Mutex lock;
     std::map<std::string, Ref<Bundle>> bundlesByPath YK_GUARDED_BY(lock);
@@ -131,8 +132,7 @@ Ref<Bundle> Bundle::registeredBundle(const std::string& path, const std::functio
     Ref<Bundle> bundle = make();
     shared.bundlesByPath.try_emplace(key, bundle);
     shared.bundlesByPath.try_emplace(canonicalPath(bundle->_executablePath), bundle);
-    if (!bundle->_bundlePath.empty())
-        shared.bundlesByPath.try_emplace(canonicalPath(bundle->_bundlePath), bundle);
+    shared.bundlesByPath.try_emplace(canonicalPath(bundle->folder()), bundle);
     return bundle;
 }
 

@@ -75,9 +75,14 @@ Ref<Bundle> Bundle::bundleWithPath(const String* path)
     });
 }
 
+std::string Bundle::folder() const
+{
+    return _bundlePath.empty() ? fs::path(_executablePath).parent_path().string() : _bundlePath;
+}
+
 Ref<String> Bundle::bundlePath() const
 {
-    std::string path = _bundlePath.empty() ? fs::path(_executablePath).parent_path().string() : _bundlePath;
+    const std::string path = folder();
     return String::stringWithFileSystemRepresentation(path.data(), path.size());
 }
 

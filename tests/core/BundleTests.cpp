@@ -27,6 +27,7 @@ TEST(Bundle, EachBundleIsOneObjectWhicheverWayItIsReached)
     EXPECT_EQ(yk::Bundle::bundleForClass(yk::String::staticClass()), framework);
     EXPECT_EQ(yk::Bundle::bundleForClass(yk::Bundle::staticClass()), framework);
     EXPECT_EQ(framework->bundleIdentifier()->utf8(), "org.yarkit.Yarkit");
+    EXPECT_EQ(yk::Bundle::bundleWithPath(framework->bundlePath().get()), framework);
 
     // The program's classes belong to the main bundle, which its folder reaches too, also
     // through a symbolic link.

@@ -66,9 +66,10 @@ public:
     // mainBundle: the program's bundle: /proc/self/exe and its folder; its information is the
     // JSON object of "<executable>.Info.json" beside the executable.
     [[nodiscard]] static Ref<Bundle> mainBundle();
-    // A plug-in: a folder holding "Info.json" and the shared object it names with
-    // "CFBundleExecutable" (else the folder's name without extension, plus ".so"). One object
-    // per folder; null when the folder does not exist.
+    // The bundle of a folder: the bundle whose bundlePath() it is (the program's, the
+    // framework's), else a plug-in: a folder holding "Info.json" and the shared object it names
+    // with "CFBundleExecutable" (else the folder's name without extension, plus ".so"). One
+    // object per folder; null when the folder does not exist.
     [[nodiscard]] static Ref<Bundle> bundleWithPath(const String* path);
     // The bundle's folder.
     [[nodiscard]] Ref<String> bundlePath() const;
@@ -99,6 +100,8 @@ private:
         std::string bundlePath = {});
     // Whether a class's code lies in this bundle's module.
     bool ownsClass(const Class* cls) const;
+    // What bundlePath() answers: the bundle's own folder, else the folder of its code.
+    std::string folder() const;
     // The bundle registered under the canonical form of path; else the one `make` gives (called
     // with the registry's lock held), registered under its code file and its folder as well.
     static Ref<Bundle> registeredBundle(const std::string& path, const std::function<Ref<Bundle>()>& make);
