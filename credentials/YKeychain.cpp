@@ -99,10 +99,18 @@ std::string labelForURL(const URL* url)
         label += url->scheme()->utf8() + "://";
     if (url->user())
         label += url->user()->utf8() + "@";
-    if (url->host())
-        label += url->host()->containsString(String::withUTF8(":").get()) ? "[" + url->host()->utf8() + "]" : url->host()->utf8();
-    if (url->port())
-        label += ":" + url->port()->stringValue()->utf8();
+    // Appended piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict, GCC bug 105651) on a
+    // literal joined to a temporary string.
+    if (url->host()) {
+        const bool bracketed = url->host()->containsString(String::withUTF8(":").get());
+        label += bracketed ? "[" : "";
+        label += url->host()->utf8();
+        label += bracketed ? "]" : "";
+    }
+    if (url->port()) {
+        label += ':';
+        label += url->port()->stringValue()->utf8();
+    }
     return label + url->path()->utf8();
 }
 

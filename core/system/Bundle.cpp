@@ -7,12 +7,12 @@
 #include <Yarkit/core/values/String.h>
 
 #include <dlfcn.h>
+#include <link.h>
 #include <libintl.h>
 #include <locale.h>
 
 #include <filesystem>
 #include <map>
-#include <mutex>
 
 // The install layout relative to the library's folder, set by the build from the install
 // directories (the build tree mirrors them).
@@ -58,9 +58,46 @@ std::string resolvedFolder(const std::string& libraryFile, const char* relative)
     return (error ? folder.lexically_normal() : canonical).string();
 }
 
+// Whether the address lies in the program itself: the first object the dynamic loader lists.
+// (dladdr names the program by argv[0], which need not be a path to it.)
+bool isInProgram(uintptr_t address)
+{
+    struct Search {
+        uintptr_t address;
+        int index;
+        int found;
+    } search { address, 0, -1 };
+    dl_iterate_phdr(
+        [](dl_phdr_info* object, size_t, void* context) {
+            auto* search = static_cast<Search*>(context);
+            for (int i = 0; i < object->dlpi_phnum; ++i) {
+                const auto& segment = object->dlpi_phdr[i];
+                uintptr_t start = object->dlpi_addr + segment.p_vaddr;
+                if (segment.p_type == PT_LOAD && search->address >= start && search->address < start + segment.p_memsz)
+                    search->found = search->index;
+            }
+            ++search->index;
+            return search->found >= 0 ? 1 : 0;
+        },
+        &search);
+    return search.found == 0;
+}
+
+// The name of a file or folder with symbolic links resolved (as far as it exists): the key
+// under which one bundle is found however its path was spelled.
+std::string canonicalPath(const std::string& path)
+{
+    std::error_code error;
+    auto canonical = std::filesystem::weakly_canonical(path, error);
+    return (error ? std::filesystem::path(path).lexically_normal() : canonical).string();
+}
+
+// Every bundle of the process, under each canonical path that names it: its code file and the
+// folder bundlePath() answers (the first bundle to claim a folder keeps it: libraries may share
+// one).
 struct BundleRegistry {
     Mutex lock;
-    std::map<std::string, Ref<Bundle>> bundlesByFile YK_GUARDED_BY(lock);
+    std::map<std::string, Ref<Bundle>> bundlesByPath YK_GUARDED_BY(lock);
 };
 
 BundleRegistry& registry()
@@ -85,16 +122,28 @@ Bundle::Bundle(std::string identifier, std::string executablePath, std::string l
     bind_textdomain_codeset(FrameworkTextDomain, "UTF-8");
 }
 
+Ref<Bundle> Bundle::registeredBundle(const std::string& path, const std::function<Ref<Bundle>()>& make)
+{
+    const std::string key = canonicalPath(path);
+    auto& shared = registry();
+    Locker guard(shared.lock);
+    if (auto found = shared.bundlesByPath.find(key); found != shared.bundlesByPath.end())
+        return found->second;
+    Ref<Bundle> bundle = make();
+    shared.bundlesByPath.try_emplace(key, bundle);
+    shared.bundlesByPath.try_emplace(canonicalPath(bundle->_executablePath), bundle);
+    shared.bundlesByPath.try_emplace(canonicalPath(bundle->folder()), bundle);
+    return bundle;
+}
+
 Ref<Bundle> Bundle::frameworkBundle()
 {
     static Bundle* const framework = [] {
         const std::string file = frameworkLibraryFile();
-        auto& shared = registry();
-        Locker guard(shared.lock);
-        auto bundle = make<Bundle>(std::string(FrameworkIdentifier), std::string(file),
-            resolvedFolder(file, YK_LOCALE_DIR_FROM_LIBRARY), resolvedFolder(file, YK_LIBEXEC_DIR_FROM_LIBRARY));
-        shared.bundlesByFile[file] = bundle;
-        return bundle.get();
+        return registeredBundle(file, [&] {
+            return make<Bundle>(std::string(FrameworkIdentifier), std::string(file), resolvedFolder(file, YK_LOCALE_DIR_FROM_LIBRARY),
+                resolvedFolder(file, YK_LIBEXEC_DIR_FROM_LIBRARY));
+        }).get();
     }();
     return framework;
 }
@@ -103,16 +152,18 @@ Ref<Bundle> Bundle::bundleForClass(const Class* cls)
 {
     if (!cls)
         return nullptr;
-    auto framework = frameworkBundle();
+    if (isInProgram(cls->imageAddress()))
+        return mainBundle();
+    auto framework = frameworkBundle(); // registered before any lookup of its library's file
     std::string file = moduleFileOf(cls->imageAddress());
-    if (file.empty() || file == framework->_executablePath)
+    if (file.empty())
         return framework;
-    auto& shared = registry();
-    Locker guard(shared.lock);
-    auto& bundle = shared.bundlesByFile[file];
-    if (!bundle)
-        bundle = make<Bundle>(std::string(), std::string(file), std::string(), std::string());
-    return bundle;
+    return registeredBundle(file, [&] { return make<Bundle>(std::string(), file, std::string(), std::string()); });
+}
+
+bool Bundle::ownsClass(const Class* cls) const
+{
+    return cls && cls->imageAddress() && bundleForClass(cls).get() == this;
 }
 
 Ref<Bundle> Bundle::bundleWithIdentifier(const String* identifier)

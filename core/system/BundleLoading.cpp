@@ -12,48 +12,14 @@
 #include "core/system/PropertyList.h"
 
 #include <dlfcn.h>
-#include <link.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
-#include <sys/stat.h>
 
 namespace yk {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Whether the address lies in the program itself: the first object the dynamic loader lists.
-bool isInProgram(uintptr_t address)
-{
-    struct Search {
-        uintptr_t address;
-        int index;
-        int found;
-    } search { address, 0, -1 };
-    dl_iterate_phdr(
-        [](dl_phdr_info* object, size_t, void* context) {
-            auto* search = static_cast<Search*>(context);
-            for (int i = 0; i < object->dlpi_phnum; ++i) {
-                const auto& segment = object->dlpi_phdr[i];
-                uintptr_t start = object->dlpi_addr + segment.p_vaddr;
-                if (segment.p_type == PT_LOAD && search->address >= start && search->address < start + segment.p_memsz)
-                    search->found = search->index;
-            }
-            ++search->index;
-            return search->found >= 0 ? 1 : 0;
-        },
-        &search);
-    return search.found == 0;
-}
-
-bool sameFile(const std::string& a, const std::string& b)
-{
-    struct stat first, second;
-    return !a.empty() && !b.empty() && !stat(a.c_str(), &first) && !stat(b.c_str(), &second) && first.st_dev == second.st_dev
-        && first.st_ino == second.st_ino;
-}
 
 // The JSON object of a file as a dictionary; empty when there is none or it is no object.
 Ref<Dictionary> readInfo(const std::string& path)
@@ -67,17 +33,6 @@ Ref<Dictionary> readInfo(const std::string& path)
     return info ? info : make<Dictionary>();
 }
 
-struct PathBundles {
-    Mutex lock;
-    std::map<std::string, Ref<Bundle>> byPath YK_GUARDED_BY(lock);
-};
-
-PathBundles& pathBundles()
-{
-    static auto* shared = new PathBundles; // lives for the process, as its bundles do
-    return *shared;
-}
-
 } // namespace
 
 Ref<Bundle> Bundle::mainBundle()
@@ -85,11 +40,12 @@ Ref<Bundle> Bundle::mainBundle()
     static Bundle* const main = [] {
         std::error_code error;
         std::string executable = fs::read_symlink("/proc/self/exe", error).string();
-        std::string folder = fs::path(executable).parent_path().string();
-        Bundle* bundle = make<Bundle>(std::string(), executable, std::string(), std::string(), folder).leakRef();
-        Locker guard(bundle->_stateLock);
-        bundle->_handle = dlopen(nullptr, RTLD_NOW);
-        return bundle;
+        return registeredBundle(executable, [&] {
+            auto bundle = make<Bundle>(std::string(), executable, std::string(), std::string(), fs::path(executable).parent_path().string());
+            Locker guard(bundle->_stateLock);
+            bundle->_handle = dlopen(nullptr, RTLD_NOW);
+            return bundle;
+        }).get();
     }();
     return main;
 }
@@ -102,30 +58,31 @@ Ref<Bundle> Bundle::bundleWithPath(const String* path)
     fs::path folder = fs::weakly_canonical(path->fileSystemRepresentation(), error);
     if (error || !fs::is_directory(folder, error))
         return nullptr;
-    auto& shared = pathBundles();
-    Locker guard(shared.lock);
-    auto& bundle = shared.byPath[folder.string()];
-    if (bundle)
+    return registeredBundle(folder.string(), [&] {
+        auto info = readInfo((folder / "Info.json").string());
+        auto named = info->objectForKey(std::string_view("CFBundleExecutable"));
+        std::string executable = named && named->isKindOfClass(String::staticClass())
+            ? static_cast<String*>(named.get())->fileSystemRepresentation()
+            : folder.stem().string() + ".so";
+        auto identifier = info->objectForKey(std::string_view("CFBundleIdentifier"));
+        std::string identifierText = identifier && identifier->isKindOfClass(String::staticClass())
+            ? static_cast<String*>(identifier.get())->utf8()
+            : std::string();
+        auto bundle = make<Bundle>(identifierText, (folder / executable).string(), std::string(), std::string(), folder.string());
+        Locker guard(bundle->_stateLock);
+        bundle->_infoDictionary = info;
         return bundle;
-    auto info = readInfo((folder / "Info.json").string());
-    auto named = info->objectForKey(std::string_view("CFBundleExecutable"));
-    std::string executable = named && named->isKindOfClass(String::staticClass())
-        ? static_cast<String*>(named.get())->fileSystemRepresentation()
-        : folder.stem().string() + ".so";
-    auto identifier = info->objectForKey(std::string_view("CFBundleIdentifier"));
-    std::string identifierText = identifier && identifier->isKindOfClass(String::staticClass())
-        ? static_cast<String*>(identifier.get())->utf8()
-        : std::string();
-    bundle = make<Bundle>(identifierText, (folder / executable).string(), std::string(), std::string(), folder.string());
-    Bundle* made = bundle.get();
-    Locker infoGuard(made->_stateLock);
-    made->_infoDictionary = info;
-    return bundle;
+    });
+}
+
+std::string Bundle::folder() const
+{
+    return _bundlePath.empty() ? fs::path(_executablePath).parent_path().string() : _bundlePath;
 }
 
 Ref<String> Bundle::bundlePath() const
 {
-    std::string path = _bundlePath.empty() ? fs::path(_executablePath).parent_path().string() : _bundlePath;
+    const std::string path = folder();
     return String::stringWithFileSystemRepresentation(path.data(), path.size());
 }
 
@@ -136,9 +93,10 @@ Ref<String> Bundle::builtInPlugInsPath() const
 
 Ref<Dictionary> Bundle::infoDictionary() const
 {
+    const bool isProgram = this == mainBundle().get(); // asked before the lock: mainBundle may be made now
     Locker guard(_stateLock);
     if (!_infoDictionary) {
-        std::string path = _bundlePath.empty() || this == mainBundle().get() ? _executablePath + ".Info.json" : _bundlePath + "/Info.json";
+        std::string path = _bundlePath.empty() || isProgram ? _executablePath + ".Info.json" : _bundlePath + "/Info.json";
         _infoDictionary = readInfo(path);
     }
     return _infoDictionary;
@@ -178,19 +136,6 @@ bool Bundle::load()
     info->setObjectForStringKey(loaded, "NSLoadedClasses");
     NotificationCenter::defaultCenter()->postNotificationName(NSBundleDidLoadNotification, this, info.get());
     return true;
-}
-
-bool Bundle::ownsClass(const Class* cls) const
-{
-    if (!cls)
-        return false;
-    Dl_info info {};
-    if (!cls->imageAddress() || !dladdr(reinterpret_cast<void*>(cls->imageAddress()), &info) || !info.dli_fname)
-        return false;
-    std::string module = info.dli_fname;
-    if (this == mainBundle().get())
-        return isInProgram(cls->imageAddress());
-    return sameFile(module, _executablePath);
 }
 
 Class* Bundle::classNamed(const String* name)

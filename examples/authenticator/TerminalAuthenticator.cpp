@@ -58,10 +58,16 @@ yk::Ref<yk::URL> TerminalAuthenticator::accountURL(const yk::URL* url, const yk:
         }
         text += "@";
     }
-    if (url->host())
-        text += url->host()->containsString(yk::String::withUTF8(":").get()) ? "[" + url->host()->utf8() + "]" : url->host()->utf8();
-    if (url->port())
-        text += ":" + url->port()->stringValue()->utf8();
+    if (url->host()) {
+        const bool bracketed = url->host()->containsString(yk::String::withUTF8(":").get());
+        text += bracketed ? "[" : "";
+        text += url->host()->utf8();
+        text += bracketed ? "]" : "";
+    }
+    if (url->port()) {
+        text += ':';
+        text += url->port()->stringValue()->utf8();
+    }
     return yk::URL::URLWithString(text + url->path()->utf8());
 }
 

@@ -16,7 +16,11 @@ namespace {
 
 std::string shown(const yk::Ref<yk::String>& string)
 {
-    return string ? "\"" + string->utf8() + "\"" : "nil";
+    if (!string)
+        return "nil";
+    std::string quoted = "\"";
+    quoted += string->utf8();
+    return quoted + '"';
 }
 
 } // namespace

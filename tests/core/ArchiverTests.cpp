@@ -201,10 +201,9 @@ TEST(Archiver, ObjectsThatCannotBeArchivedRaise)
         { cyclic.get(), "cycle" }, { notCoding.get(), "cannot archive an object of class NotCoding" },
         { deep.get(), "nested more than 256 deep" }, { arrayKey.get(), "a dictionary key of class Array" },
     };
-    for (const auto& [root, reasonPart] : rows) {
-        yk::test::expectRaise([&] { (void)yk::Archiver::archivedDataWithRootObject(root); },
-            yk::NSInvalidArchiveOperationException, reasonPart, true);
-    }
+    for (const auto& row : rows)
+        yk::test::expectRaise([&] { (void)yk::Archiver::archivedDataWithRootObject(row.first); },
+            yk::NSInvalidArchiveOperationException, row.second, true);
     cyclic->removeAllObjects(); // breaks the cycle so the array is freed
 }
 

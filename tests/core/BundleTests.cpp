@@ -1,5 +1,6 @@
 #include "core/CoreTestSupport.h"
 #include "core/LanguageScope.h"
+#include "core/TemporaryFolder.h"
 
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/system/Bundle.h>
@@ -19,19 +20,25 @@ class ProgramClass : public yk::Object {
 };
 YK_DEFINE_CLASS(ProgramClass);
 
-TEST(Bundle, FrameworkClassesShareTheIdentifiedBundle)
+TEST(Bundle, EachBundleIsOneObjectWhicheverWayItIsReached)
 {
-    auto framework = yk::Bundle::bundleWithIdentifier(str("org.yarkit.Yarkit").get());
-    ASSERT_TRUE(framework);
+    auto framework = yk::Bundle::frameworkBundle();
+    EXPECT_EQ(yk::Bundle::bundleWithIdentifier(str("org.yarkit.Yarkit").get()), framework);
     EXPECT_EQ(yk::Bundle::bundleForClass(yk::String::staticClass()), framework);
     EXPECT_EQ(yk::Bundle::bundleForClass(yk::Bundle::staticClass()), framework);
     EXPECT_EQ(framework->bundleIdentifier()->utf8(), "org.yarkit.Yarkit");
+    EXPECT_EQ(yk::Bundle::bundleWithPath(framework->bundlePath().get()), framework);
 
-    auto program = yk::Bundle::bundleForClass(ProgramClass::staticClass());
-    ASSERT_TRUE(program);
-    EXPECT_NE(program, framework);
-    EXPECT_FALSE(program->bundleIdentifier());
-    EXPECT_EQ(yk::Bundle::bundleForClass(ProgramClass::staticClass()), program);
+    // The program's classes belong to the main bundle, which its folder reaches too, also
+    // through a symbolic link.
+    auto main = yk::Bundle::mainBundle();
+    EXPECT_NE(main, framework);
+    EXPECT_FALSE(main->bundleIdentifier());
+    EXPECT_EQ(yk::Bundle::bundleForClass(ProgramClass::staticClass()), main);
+    EXPECT_EQ(yk::Bundle::bundleWithPath(main->bundlePath().get()), main);
+    yk::test::TemporaryFolder folder;
+    std::filesystem::create_directory_symlink(main->bundlePath()->utf8(), folder.path() / "link");
+    EXPECT_EQ(yk::Bundle::bundleWithPath(str((folder.path() / "link/.").c_str()).get()), main);
 
     EXPECT_FALSE(yk::Bundle::bundleWithIdentifier(str("org.example.Other").get()));
     EXPECT_FALSE(yk::Bundle::bundleForClass(nullptr));

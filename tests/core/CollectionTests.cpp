@@ -35,8 +35,7 @@ TEST(Collections, BadArgumentsRaiseWithTheReceiverAndSelector)
     auto set = make<MutableSet>();
     array->addObject(str("a"));
     struct Case {
-        const char* receiver;
-        const char* selector;
+        const char *receiver, *selector;
         std::function<void()> body;
     } nils[] = {
         { "MutableArray", "addObject:", [&] { array->addObject(nullptr); } },
@@ -66,8 +65,7 @@ TEST(Collections, EqualityCrossesClassesAndKindsAndEqualObjectsHashAlike)
     auto mutableX = MutableString::stringWithString(str("x").get());
     struct Case {
         const char* name;
-        Ref<Object> a;
-        Ref<Object> b;
+        Ref<Object> a, b;
         bool equal;
     } cases[] = {
         { "arrays", Array::arrayWithObjects({ str("x"), Number::numberWithInt(1), Null::null() }),
@@ -126,11 +124,10 @@ TEST(Dictionary, EqualNumbersAreOneKeyAndKeysKeepInsertionOrder)
     EXPECT_EQ(dictionary->description()->utf8(), "{\n    1 = uno;\n    a = a;\n    b = b2;\n}");
 }
 
-TEST(Number, EqualityAndOrderAcrossKinds)
+TEST(Number, EqualityAndOrderAcrossKindsAccessorsSaturateAndDescriptionsAreShortest)
 {
     struct Case {
-        Ref<Number> a;
-        Ref<Number> b;
+        Ref<Number> a, b;
         ComparisonResult expected;
     } cases[] = {
         { Number::numberWithInt(1), Number::numberWithDouble(1.0), OrderedSame },
@@ -150,16 +147,13 @@ TEST(Number, EqualityAndOrderAcrossKinds)
         EXPECT_EQ(c.a->isEqual(c.b.get()), c.expected == OrderedSame);
         EXPECT_TRUE(c.expected != OrderedSame || c.a->hash() == c.b->hash());
     }
-}
 
-TEST(Number, AccessorsSaturateOrTruncateAndDescriptionsAreShortest)
-{
     EXPECT_EQ(Number::numberWithDouble(1e10)->intValue(), INT32_MAX);
     EXPECT_EQ(Number::numberWithDouble(-1e300)->longLongValue(), INT64_MIN);
     EXPECT_EQ(Number::numberWithDouble(-2.7)->intValue(), -2);
     EXPECT_TRUE(Number::numberWithDouble(0.1)->boolValue());
 
-    struct Case {
+    const struct {
         Ref<Object> object;
         const char* text;
     } descriptions[] = {

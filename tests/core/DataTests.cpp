@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -94,18 +93,6 @@ TEST(MutableData, CopiesReadOnOtherThreadsWhileTheOriginalChanges)
         reader.join();
 }
 
-namespace {
-
-// Writes `contents` to a file named `name` in `folder` and returns its path.
-std::string writeFile(const test::TemporaryFolder& folder, const char* name, const std::string& contents)
-{
-    const std::string path = (folder.path() / name).string();
-    std::ofstream(path, std::ios::binary) << contents;
-    return path;
-}
-
-} // namespace
-
 // Whatever holds the bytes (the object itself, an adopted or borrowed buffer, a read-only
 // mapping), a subdata shares them and keeps reading them after the original goes, and a mutable
 // copy changes a copy of its own (writing to a mapping would fault).
@@ -113,7 +100,7 @@ TEST(Data, EveryKindOfStorageSharesAndCopiesOnWrite)
 {
     static char borrowed[] = "Hello, mail";
     test::TemporaryFolder folder;
-    const std::string path = writeFile(folder, "mail", "Hello, mail");
+    const std::string path = folder.write("mail", "Hello, mail");
     struct Case {
         const char* name;
         std::function<Ref<Data>()> make;
@@ -153,7 +140,7 @@ TEST(Data, EveryKindOfStorageSharesAndCopiesOnWrite)
 TEST(Data, ContentsOfFileFailsWithPOSIXErrors)
 {
     test::TemporaryFolder folder;
-    const std::string empty = writeFile(folder, "empty", "");
+    const std::string empty = folder.write("empty", "");
     struct Case {
         const char* path;
         int code; // 0: an empty data

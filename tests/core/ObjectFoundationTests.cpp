@@ -103,16 +103,16 @@ TEST(YIRefObject, ConcurrentRetainAndReleaseBalance)
             }
         }
     };
-    std::thread first(churn), second(churn);
-    churn();
-    first.join();
-    second.join();
+    {
+        std::jthread first(churn), second(churn);
+        churn();
+    }
     // Balanced: each object is back to the one reference its Ref holds.
     for (auto& object : objects)
         EXPECT_EQ(object->retainCount(), 1u);
 }
 
-TEST(MethodReplacement, ReplacementIsSeenByDynamicDispatch)
+TEST(MethodReplacement, ReplacementIsSeenByDynamicDispatchAndLookupFindsTheImplementingClass)
 {
     auto object = yk::make<Base>();
     const yk::Imp previous = YKReplaceInstanceMethod(Base::staticClass(), "whisper", "shout");
@@ -123,18 +123,20 @@ TEST(MethodReplacement, ReplacementIsSeenByDynamicDispatch)
 
     EXPECT_TRUE(YKReplaceClassMethod(Base::staticClass(), "make", "build"));
     EXPECT_EQ(sendInt(Base::staticClass(), "make"), 20);
+
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "speak"), Derived::staticClass()); // overridden
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "whisper"), Base::staticClass()); // inherited
+    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "missing"), nullptr);
+    EXPECT_EQ(YKGetClassImplementingClassMethod(Derived::staticClass(), "make"), Base::staticClass());
 }
 
 TEST(MethodReplacement, UnknownSelectorsAreLoggedAndChangeNothing)
 {
-    struct Case {
+    const struct {
         bool classSide;
         yk::Class* cls;
-        const char* selector;
-        const char* other;
-        const char* logged;
-    };
-    const Case cases[] = {
+        const char *selector, *other, *logged;
+    } cases[] = {
         { false, Base::staticClass(), "missing", "speak", "-[Base missing] not found" },
         { false, Base::staticClass(), "speak", "absent", "-[Base absent] not found" },
         { true, Base::staticClass(), "missing", "make", "+[Base missing] not found" },
@@ -151,14 +153,6 @@ TEST(MethodReplacement, UnknownSelectorsAreLoggedAndChangeNothing)
     EXPECT_EQ(sendInt(object.get(), "speak"), 1);
 }
 
-TEST(MethodReplacement, FindsTheClassThatImplementsAMethod)
-{
-    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "speak"), Derived::staticClass()); // overridden
-    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "whisper"), Base::staticClass()); // inherited
-    EXPECT_EQ(YKGetClassImplementingInstanceMethod(Derived::staticClass(), "missing"), nullptr);
-    EXPECT_EQ(YKGetClassImplementingClassMethod(Derived::staticClass(), "make"), Base::staticClass());
-}
-
 TEST(ObjectAdditions, TryToPerformSelector)
 {
     auto object = yk::make<Derived>();
@@ -172,13 +166,12 @@ TEST(ObjectAdditions, TryToPerformSelector)
 TEST(ObjectAbstractMethods, RaiseWithTheirMessages)
 {
     auto object = yk::make<Base>();
-    struct Case {
+    const struct {
         void (*raiser)(const yk::Object*, yk::Selector);
         const yk::Object* receiver;
         yk::Selector selector;
         const char* reason;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { yk::notImplemented, object.get(), "speak", "method speak not implemented in Base (instance)" },
         { yk::shouldNotImplement, Base::staticClass(), "make", "Base (class) should not implement make" },
         { yk::subclassResponsibility, object.get(), "target", "subclass Base (instance) should override target" },

@@ -234,16 +234,13 @@ TEST(Runtime, TypedImpChecksTheMethodType)
         "implementation of type unsigned int (unsigned int, unsigned int) used as int (int, int)");
 }
 
-TEST(Runtime, ClassesInANamespaceRegisterUnderTheirOwnOrAChosenName)
+TEST(Runtime, ClassesRegisterUnderTheirOwnOrAChosenNameAndAMismatchedSelectorAddsNothing)
 {
     EXPECT_EQ(yk::Class::named("Mailbox"), app::Mailbox::staticClass());
     EXPECT_EQ(yk::Class::named("app::Mailbox"), nullptr);
     EXPECT_EQ(yk::Class::named("AppFolder"), app::Folder::staticClass());
     EXPECT_TRUE(app::Mailbox::staticClass()->instancesRespondToSelector("storeName:"));
-}
 
-TEST(Runtime, RegistrationRejectsASelectorThatDoesNotMatchTheArgumentsAndAddsNothing)
-{
     const size_t lists = Recorder::staticClass()->methodLists().size();
     expectRaise(
         [] {

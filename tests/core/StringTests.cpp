@@ -16,8 +16,7 @@ TEST(String, CompareUnderEachOption)
     // Default: canonical equivalence in code point order; literal: code units; caseless: full folding.
     constexpr StringCompareOptions Caseless = CaseInsensitiveSearch, Literal = LiteralSearch;
     struct Case {
-        const char* a;
-        const char* b;
+        const char *a, *b;
         StringCompareOptions options;
         ComparisonResult expected;
     } cases[] = {
@@ -37,8 +36,7 @@ TEST(String, CompareUnderEachOption)
 TEST(String, NumericSearchComparesDigitRunsByValue)
 {
     struct Case {
-        const char* a;
-        const char* b;
+        const char *a, *b;
         ComparisonResult expected;
     } cases[] = {
         { "file9", "file10", OrderedAscending }, { "file10", "file9", OrderedDescending },
@@ -54,8 +52,7 @@ TEST(String, NumericSearchComparesDigitRunsByValue)
 TEST(String, RangeOfStringUnderOptions)
 {
     struct Case {
-        const char* text;
-        const char* pattern;
+        const char *text, *pattern;
         StringCompareOptions options;
         Range expected;
     } cases[] = {
@@ -115,8 +112,7 @@ TEST(String, PrefixSuffixAndEqualityAreLiteral)
 
     // Equality to UTF-8 text, compared without converting either side.
     struct Case {
-        const char* string;
-        const char* utf8;
+        const char *string, *utf8;
         bool equal;
     } cases[] = {
         { "abc", "abd", false }, { "ab", "abc", false }, { "abc", "ab", false }, { "日本", "日本", true },
@@ -129,11 +125,7 @@ TEST(String, PrefixSuffixAndEqualityAreLiteral)
 TEST(String, PathOperations)
 {
     struct Case {
-        const char* path;
-        const char* last;
-        const char* extension;
-        const char* deletingLast;
-        const char* deletingExtension;
+        const char *path, *last, *extension, *deletingLast, *deletingExtension;
         const char* components; // joined with "|"
     } cases[] = {
         { "/tmp/scratch.tiff", "scratch.tiff", "tiff", "/tmp", "/tmp/scratch", "/|tmp|scratch.tiff" },
@@ -165,9 +157,7 @@ TEST(String, PathOperations)
 TEST(String, AppendingPathComponentsAndExtensions)
 {
     struct Case {
-        const char* path;
-        const char* component;
-        const char* appended;
+        const char *path, *component, *appended;
     } components[] = {
         { "/tmp/", "x", "/tmp/x" }, { "", "x", "x" }, { "/tmp", "", "/tmp" }, { "/tmp//", "/a//b/", "/tmp/a/b" }, { "", "/", "/" },
     };
@@ -175,8 +165,7 @@ TEST(String, AppendingPathComponentsAndExtensions)
         EXPECT_EQ(str(c.path)->stringByAppendingPathComponent(str(c.component).get())->utf8(), c.appended) << c.path << " + " << c.component;
 
     struct ExtensionCase {
-        const char* path;
-        const char* extension;
+        const char *path, *extension;
         const char* appended; // "(null)": refused
     } extensions[] = {
         { "/tmp/scratch.", "tiff", "/tmp/scratch..tiff" }, { "/tmp/", "tiff", "/tmp.tiff" },
@@ -188,7 +177,7 @@ TEST(String, AppendingPathComponentsAndExtensions)
         "*** -[String stringByAppendingPathComponent:]: nil string (or other) argument");
 }
 
-TEST(String, NumericValues)
+TEST(String, NumericAndBooleanValues)
 {
     struct Case {
         const char* text;
@@ -209,18 +198,15 @@ TEST(String, NumericValues)
         EXPECT_EQ(text->longLongValue(), c.longLongValue);
         EXPECT_DOUBLE_EQ(text->doubleValue(), c.doubleValue);
     }
-}
 
-TEST(String, BoolValue)
-{
-    struct Case {
+    const struct {
         const char* text;
         bool expected;
-    } cases[] = {
+    } booleans[] = {
         { "yes", true }, { "T", true }, { "  +007", true }, { "-5", true }, { "9abc", true },
         { "NO", false }, { "000", false }, { "  ", false }, { "0.5", false }, { "on", false }, { "x1", false },
     };
-    for (const auto& c : cases) {
+    for (const auto& c : booleans) {
         EXPECT_EQ(str(c.text)->boolValue(), c.expected) << c.text;
         EXPECT_EQ(str(c.text)->YK_boolValue(), c.expected) << c.text;
     }
@@ -247,7 +233,7 @@ TEST(String, UTF8ConstructionIsStrictOnlyWhenAsked)
         "*** +[String stringWithUTF8String:]: NULL cString");
 }
 
-TEST(MutableString, EditsInPlaceEvenWithItselfAsTheArgumentAndCopiesDoNotFollow)
+TEST(MutableString, EditsInPlaceEvenWithItselfAsTheArgumentCopiesDoNotFollowAndBadArgumentsChangeNothing)
 {
     auto text = MutableString::stringWithString(str("mail").get());
     Ref<String> frozen = text->copy();
@@ -263,11 +249,8 @@ TEST(MutableString, EditsInPlaceEvenWithItselfAsTheArgumentAndCopiesDoNotFollow)
     EXPECT_EQ(frozen->utf8() + described->utf8(), "mailmail");
     EXPECT_FALSE(frozen->isKindOfClass(MutableString::staticClass()));
     EXPECT_EQ(frozen->hash(), str("mail")->hash());
-}
 
-TEST(MutableString, BadArgumentsRaiseWithTheReceiversClassAndChangeNothing)
-{
-    auto text = MutableString::stringWithString(str("abc").get());
+    text = MutableString::stringWithString(str("abc").get());
     expectRaise([&] { text->appendString(nullptr); }, NSInvalidArgumentException,
         "*** -[MutableString appendString:]: nil string (or other) argument");
     expectRaise([&] { text->insertString(str("x").get(), 4); }, NSRangeException,

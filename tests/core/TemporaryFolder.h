@@ -2,7 +2,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 
 namespace yk::test {
 
@@ -19,6 +22,22 @@ public:
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     const std::filesystem::path& path() const { return _path; }
+
+    // Writes the bytes to a file at `name` in the folder (or at `name` itself when it is
+    // absolute), making its folders, and returns its path.
+    std::filesystem::path write(const std::filesystem::path& name, std::string_view bytes) const
+    {
+        const auto file = _path / name;
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        return file;
+    }
+    // The bytes of a file; empty when it cannot be read.
+    static std::string read(const std::filesystem::path& file)
+    {
+        std::ifstream in(file, std::ios::binary);
+        return { std::istreambuf_iterator<char>(in), {} };
+    }
 
 private:
     std::filesystem::path _path;

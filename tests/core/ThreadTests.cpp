@@ -85,12 +85,10 @@ TEST(Thread, TheTestsRunOnTheThreadThatLoadedTheLibrary)
 
 TEST(Thread, DetachedThreadRunsTheSelectorAndKeepsTargetAndArgumentUntilItEnds)
 {
-    struct Row {
-        const char* selector;
-        const char* argument;
-        const char* seen;
+    const struct {
+        const char *selector, *argument, *seen;
     } rows[] = { { "runWith:", "日本語", "日本語" }, { "runWith:", nullptr, "(null)" }, { "run", "ignored", "(null)" } };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.selector);
         Report report;
         // Hold the thread at its first lock until the test has dropped its own references.
@@ -110,26 +108,22 @@ TEST(Thread, DetachedThreadRunsTheSelectorAndKeepsTargetAndArgumentUntilItEnds)
     }
 }
 
-TEST(Thread, AnExceptionEscapingTheMethodIsLoggedAndEndsOnlyItsThread)
+TEST(Thread, AnExceptionEscapingTheMethodIsLoggedAndEndsOnlyItsThreadAndAMissingMethodIsRefused)
 {
-    struct Row {
+    const struct {
         const char* selector;
         const char* logged;
     } rows[] = {
         { "fail:", "-[Errand fail:] on a detached thread raised an exception.  Ignored.  Exception: errand failed" },
         { "throwInt:", "-[Errand throwInt:] on a detached thread threw an object that is not an exception.  Ignored." },
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         Report report;
         LogCapture capture;
         yk::Thread::detachNewThreadSelector(row.selector, yk::make<Errand>(&report).get(), nullptr);
         ASSERT_TRUE(waitFor(report.destroyed));
         EXPECT_NE(capture.text().find(row.logged), std::string::npos) << capture.text();
     }
-}
-
-TEST(Thread, RefusesATargetThatDoesNotRespond)
-{
     Report report;
     EXPECT_THROW(yk::Thread::detachNewThreadSelector("noSuchMethod:", yk::make<Errand>(&report).get(), nullptr), std::exception);
     EXPECT_THROW(yk::Thread::detachNewThreadSelector("run", nullptr, nullptr), std::exception);

@@ -17,7 +17,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 
 namespace fs = std::filesystem;
@@ -49,18 +48,6 @@ protected:
     fs::path file = folder.path() / "defaults.json";
 };
 
-std::string readFile(const fs::path& path)
-{
-    std::ifstream in(path);
-    return { std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>() };
-}
-
-void writeFile(const fs::path& path, const std::string& text)
-{
-    fs::create_directories(path.parent_path());
-    std::ofstream(path) << text;
-}
-
 } // namespace
 
 TEST_F(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
@@ -90,7 +77,7 @@ TEST_F(UserDefaults, ArgumentsBecomePairsOfKeyAndValue)
 
 TEST_F(UserDefaults, ArgumentsBeatTheFileWhichBeatsRegistrations)
 {
-    writeFile(file, R"({"InFile": "file", "InFileAndArguments": "file", "InAll": "file", "InFileAndRegistration": "file"})");
+    folder.write(file, R"({"InFile": "file", "InFileAndArguments": "file", "InAll": "file", "InFileAndRegistration": "file"})");
     yk::UserDefaults defaults(file, { "-InArguments", "argument", "-InFileAndArguments", "argument", "-InAll", "argument" });
     defaults.registerDefaults(yk::Dictionary::dictionaryWithEntries({
         { str("InRegistration"), str("registration") },
@@ -99,8 +86,7 @@ TEST_F(UserDefaults, ArgumentsBeatTheFileWhichBeatsRegistrations)
     }).get());
 
     struct Row {
-        const char* key;
-        const char* expected;
+        const char *key, *expected;
     } rows[] = {
         { "InArguments", "argument" }, { "InFile", "file" }, { "InRegistration", "registration" },
         { "InFileAndArguments", "argument" }, { "InFileAndRegistration", "file" }, { "InAll", "argument" },
@@ -152,14 +138,14 @@ TEST_F(UserDefaults, EveryKindSurvivesAReloadFromTheFile)
     // Integers, floating values and booleans keep their kinds in the file.
     EXPECT_EQ(static_cast<yk::Number*>(reloaded.objectForKey("bool").get())->kind(), yk::Number::Kind::Bool);
     EXPECT_FALSE(static_cast<yk::Number*>(reloaded.objectForKey("int").get())->isFloatingPoint());
-    std::string text = readFile(file);
+    std::string text = TemporaryFolder::read(file);
     EXPECT_NE(text.find("\"data\": {\n        \"$data\": \"AP8Q\""), std::string::npos) << text;
     EXPECT_NE(text.find("\"wholeDouble\": 3.0"), std::string::npos) << text;
 }
 
 TEST_F(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
 {
-    writeFile(file, "{ not json");
+    folder.write(file, "{ not json");
     LogCapture log;
     yk::UserDefaults defaults(file, {});
     EXPECT_EQ(defaults.persistentDomain()->count(), 0u);
@@ -170,24 +156,24 @@ TEST_F(UserDefaults, MalformedFileIsAnEmptyDomainThatTheNextSaveReplaces)
     EXPECT_EQ(yk::UserDefaults(file, {}).integerForKey("Answer"), 7);
 
     // Values that stand for nothing are skipped, the rest kept.
-    writeFile(file, R"({"good": 1, "null": null, "badData": {"$data": "!!"}, "nested": [1, null]})");
+    folder.write(file, R"({"good": 1, "null": null, "badData": {"$data": "!!"}, "nested": [1, null]})");
     EXPECT_EQ(yk::UserDefaults(file, {}).persistentDomain()->count(), 1u);
     EXPECT_NE(log.text().find("ignoring the value of \"badData\""), std::string::npos) << log.text();
 }
 
 TEST_F(UserDefaults, SynchronizeReadsAnotherWritersChangesAndKeepsItsOwnWhenItCannotWrite)
 {
-    writeFile(file, R"({"Mode": "old"})");
+    folder.write(file, R"({"Mode": "old"})");
     yk::UserDefaults defaults(file, {});
     EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "old");
 
-    writeFile(file, R"({"Mode": "new"})");
+    folder.write(file, R"({"Mode": "new"})");
     fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(5));
     EXPECT_TRUE(defaults.synchronize());
     EXPECT_EQ(defaults.stringForKey("Mode")->utf8(), "new");
 
     // With a regular file where the folder should be, changes stay unsaved but kept.
-    writeFile(folder.path() / "blocker", "");
+    folder.write(folder.path() / "blocker", "");
     LogCapture log;
     yk::UserDefaults blocked(folder.path() / "blocker" / "defaults.json", {});
     blocked.setBool(true, "Flag");

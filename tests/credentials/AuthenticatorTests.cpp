@@ -6,46 +6,25 @@
 #include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/values/MutableString.h>
 
-#include <condition_variable>
-#include <mutex>
+#include <semaphore>
 #include <thread>
 
 namespace yk::test {
 
-// Answers with the request's own user and title; the first request waits in the hook until
-// the test opens the latch.
+// Answers with the request's own user and title; each request waits in the hook until the
+// test opens the latch for it.
 class LatchedAuthenticator final : public YAuthenticator {
     YK_OBJECT(LatchedAuthenticator, YAuthenticator)
 public:
-    void open()
-    {
-        std::lock_guard guard(_latchLock);
-        _open = true;
-        _latch.notify_all();
-    }
-    void waitUntilEntered()
-    {
-        std::unique_lock guard(_latchLock);
-        _latch.wait(guard, [this] { return _entered; });
-    }
+    std::counting_semaphore<2> entered { 0 }, opened { 0 };
 
 protected:
     Ref<YPasswordInfo> passwordInfo() override
     {
-        {
-            std::unique_lock guard(_latchLock);
-            _entered = true;
-            _latch.notify_all();
-            _latch.wait(guard, [this] { return _open; });
-        }
+        entered.release();
+        opened.acquire();
         return YPasswordInfo::passwordInfoWithUserName(userName().get(), title().get(), savePassword());
     }
-
-private:
-    std::mutex _latchLock;
-    std::condition_variable _latch;
-    bool _entered { false };
-    bool _open { false };
 };
 
 YK_DEFINE_CLASS(LatchedAuthenticator);
@@ -66,31 +45,23 @@ TEST(YPasswordInfo, KeepsCopiesAndNeverDescribesThePassword)
     EXPECT_TRUE(info->savesPassword());
     EXPECT_EQ(info->description()->utf8().find("tanstaaf"), std::string::npos);
     auto empty = YPasswordInfo::passwordInfoWithUserName(nullptr, nullptr, false);
-    EXPECT_FALSE(empty->userName());
-    EXPECT_FALSE(empty->password());
+    EXPECT_FALSE(empty->userName() || empty->password());
 }
 
 TEST(YAuthenticator, FreshAccessorsAnswerNullAndNo)
 {
-    auto authenticator = make<YAuthenticator>();
-    EXPECT_FALSE(authenticator->URL());
-    EXPECT_FALSE(authenticator->title());
-    EXPECT_FALSE(authenticator->message());
-    EXPECT_FALSE(authenticator->savePassword());
-    EXPECT_FALSE(authenticator->scheme());
-    EXPECT_FALSE(authenticator->userName());
-    EXPECT_FALSE(authenticator->hostName());
-    EXPECT_FALSE(authenticator->port());
+    auto fresh = make<YAuthenticator>();
+    EXPECT_FALSE(fresh->URL() || fresh->title() || fresh->message() || fresh->savePassword());
+    EXPECT_FALSE(fresh->scheme() || fresh->userName() || fresh->hostName() || fresh->port());
 }
 
 TEST(YAuthenticator, TheBaseHookRaisesAndLeavesTheLockFree)
 {
     auto authenticator = make<YAuthenticator>();
     auto url = URL::URLWithString("imap://tim@mail.example:143/");
-    for (int attempt = 0; attempt < 2; ++attempt) {
+    for (int attempt = 0; attempt < 2; ++attempt)
         test::expectRaise([&] { (void)authenticator->requestPasswordInfoForURL(url.get(), str("T").get(), str("M").get(), true); },
             NSGenericException, "subclass YAuthenticator (instance) should override passwordInfo");
-    }
     test::expectRaise([&] { (void)send<Ref<YPasswordInfo>>(authenticator.get(), "passwordInfo"); },
         NSGenericException, "subclass YAuthenticator (instance) should override passwordInfo");
     // The fields stay set after the request.
@@ -121,14 +92,14 @@ TEST(YAuthenticator, TheSecondRequestWaitsForTheFirst)
     std::thread one([&] {
         first = authenticator->requestPasswordInfoForURL(URL::URLWithString("imap://one@h/").get(), str("first").get(), nullptr, false);
     });
-    authenticator->waitUntilEntered();
+    authenticator->entered.acquire();
     std::thread two([&] {
         second = authenticator->requestPasswordInfoForURL(URL::URLWithString("imap://two@h/").get(), str("second").get(), nullptr, true);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(authenticator->title()->utf8(), "first");
     EXPECT_EQ(authenticator->userName()->utf8(), "one");
-    authenticator->open();
+    authenticator->opened.release(2);
     one.join();
     two.join();
     EXPECT_EQ(first->userName()->utf8(), "one");

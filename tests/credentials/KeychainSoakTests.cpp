@@ -1,15 +1,17 @@
 #include <Yarkit/YKeychain.h>
 
 #include "KeychainTestSupport.h"
+#include "core/CoreTestSupport.h"
 #include "core/LogCapture.h"
 #include "core/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
-#include <sstream>
 #include <string>
 
 #include <fcntl.h>
@@ -18,20 +20,19 @@
 namespace yk {
 namespace {
 
-// Sends standard output and standard error to a file while it lives (GLib's debug messages
-// go to either).
+// Sends standard output and standard error to a file until finish() or the end of the scope
+// (GLib's debug messages go to either).
 class OutputCapture {
 public:
-    explicit OutputCapture(const std::string& path)
+    explicit OutputCapture(const std::filesystem::path& path)
         : _path(path)
     {
-        std::fflush(stdout);
-        std::fflush(stderr);
-        _savedOut = dup(STDOUT_FILENO);
-        _savedErr = dup(STDERR_FILENO);
         const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(file, STDOUT_FILENO);
-        dup2(file, STDERR_FILENO);
+        for (int i = 0; i < 2; ++i) {
+            std::fflush(i ? stderr : stdout);
+            _saved[i] = dup(i + 1);
+            dup2(file, i + 1);
+        }
         close(file);
     }
     ~OutputCapture() { restore(); }
@@ -43,28 +44,22 @@ public:
     {
         restore();
         std::ifstream file(_path);
-        std::stringstream text;
-        text << file.rdbuf();
-        return text.str();
+        return { std::istreambuf_iterator<char>(file), {} };
     }
 
 private:
     void restore()
     {
-        if (_savedOut < 0)
-            return;
-        std::fflush(stdout);
-        std::fflush(stderr);
-        dup2(_savedOut, STDOUT_FILENO);
-        dup2(_savedErr, STDERR_FILENO);
-        close(_savedOut);
-        close(_savedErr);
-        _savedOut = _savedErr = -1;
+        for (int i = 0; i < 2 && _saved[i] >= 0; ++i) {
+            std::fflush(i ? stderr : stdout);
+            dup2(_saved[i], i + 1);
+            close(_saved[i]);
+            _saved[i] = -1;
+        }
     }
 
-    std::string _path;
-    int _savedOut { -1 };
-    int _savedErr { -1 };
+    std::filesystem::path _path;
+    int _saved[2] { -1, -1 }; // standard output and standard error
 };
 
 // 1,000 store, find, change, find and remove cycles on the private daemon, with GLib's debug
@@ -83,12 +78,11 @@ TEST(KeychainSoak, ThousandCyclesLeakNoPassword)
     int wrong = 0;
     for (int cycle = 0; cycle < 1000; ++cycle) {
         auto url = URL::URLWithString("imap://tim@soak.example:" + std::to_string(1000 + cycle % 50) + "/");
-        const std::string first = marker + std::to_string(cycle) + "a";
-        const std::string second = marker + std::to_string(cycle) + "b";
-        keychain->setInternetPassword(String::withUTF8(first).get(), url.get());
-        wrong += !keychain->internetPasswordForURL(url.get())->isEqualToString(std::string_view(first));
-        keychain->setInternetPassword(String::withUTF8(second).get(), url.get());
-        wrong += !keychain->internetPasswordForURL(url.get())->isEqualToString(std::string_view(second));
+        for (const char* suffix : { "a", "b" }) { // a store, then a change
+            const std::string password = marker + std::to_string(cycle) + suffix;
+            keychain->setInternetPassword(String::withUTF8(password).get(), url.get());
+            wrong += test::describe(keychain->internetPasswordForURL(url.get()).get()) != password;
+        }
         keychain->removeInternetPasswordForURL(url.get());
         wrong += keychain->internetPasswordForURL(url.get()) != nullptr;
     }

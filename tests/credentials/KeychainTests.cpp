@@ -6,13 +6,8 @@
 
 #include <Yarkit/core/runtime/Class.h>
 
-#include <optional>
 #include <thread>
 #include <vector>
-
-namespace yk::test {
-YK_DEFINE_CLASS(CountingStore);
-}
 
 namespace yk {
 namespace {
@@ -25,49 +20,42 @@ Ref<URL> url(const char* text)
     return URL::URLWithString(text);
 }
 
-std::string text(const Ref<String>& string)
-{
-    return string ? string->utf8() : "(null)";
-}
-
 // Runs every test on the in-memory store and on the real Secret Service store of the private
-// daemon that scripts/with-keyring started; each write goes through a counting store.
+// daemon that scripts/with-keyring started.
 class Keychain : public testing::TestWithParam<const char*> {
 protected:
     void SetUp() override
     {
-        if (isRealStore() && !test::privateKeyringRunning())
+        const bool real = std::string(GetParam()) == "SecretService";
+        if (real && !test::privateKeyringRunning())
             GTEST_SKIP() << "needs the private keyring of scripts/with-keyring";
-        _inner = isRealStore() ? Ref<YKeychainStore>(make<YKeychainSecretServiceStore>()) : Ref<YKeychainStore>(make<YKeychainMemoryStore>());
-        test::clearStore(_inner.get());
-        _counting = make<test::CountingStore>(_inner);
-        keychain()->setStore(_counting);
-    }
-    void TearDown() override
-    {
-        if (_inner)
-            test::clearStore(_inner.get());
+        _store = real ? Ref<YKeychainStore>(make<YKeychainSecretServiceStore>()) : Ref<YKeychainStore>(make<YKeychainMemoryStore>());
+        clear();
+        keychain()->setStore(_store);
     }
 
-    bool isRealStore() const { return std::string(GetParam()) == "SecretService"; }
     static YKeychain* keychain() { return YKeychain::defaultKeychain(); }
-    void clear() { test::clearStore(_inner.get()); }
+    // Deletes every item the store holds (a find with no attributes matches all).
+    void clear()
+    {
+        Ref<YKeychainItem> item;
+        while (_store->findInternetPassword({}, nullptr, &item).status == errSecSuccess && item
+            && _store->deleteItem(item.get()).status == errSecSuccess)
+            item = nullptr;
+    }
 
-    Ref<YKeychainStore> _inner;
-    Ref<test::CountingStore> _counting;
-};
-
-struct Lookup {
-    const char* storedURL;
-    std::string password;
-    const char* lookupURL;
-    const char* expected; // null: nothing found
+    Ref<YKeychainStore> _store;
 };
 
 TEST_P(Keychain, URLsFindTheItemsTheyShould)
 {
     using namespace std::string_literals;
-    const Lookup rows[] = {
+    const struct {
+        const char* storedURL;
+        std::string password;
+        const char* lookupURL;
+        const char* expected; // null: nothing found
+    } rows[] = {
         { "HTTPS://tim@web.example/", "a", "http://tim@web.example/", "a" },
         { "imaps://tim@mail.example:993/INBOX", "b", "imap://tim@mail.example:993/INBOX", "b" },
         { "imap://tim@any.example/", "c", "gopher://tim@any.example/", "c" },
@@ -84,68 +72,43 @@ TEST_P(Keychain, URLsFindTheItemsTheyShould)
         SCOPED_TRACE(std::string(row.storedURL) + " then " + row.lookupURL);
         clear();
         keychain()->setInternetPassword(String::withUTF8(row.password).get(), url(row.storedURL).get());
-        EXPECT_EQ(text(keychain()->internetPasswordForURL(url(row.lookupURL).get())), row.expected ? row.expected : "(null)");
+        EXPECT_EQ(test::describe(keychain()->internetPasswordForURL(url(row.lookupURL).get()).get()), row.expected ? row.expected : "(null)");
     }
-}
-
-TEST_P(Keychain, StoreChangeAndRemoveWriteOnlyWhatChanged)
-{
-    auto account = url("imap://tim@life.example/");
-    keychain()->setInternetPassword(str("one").get(), account.get());
-    keychain()->setInternetPassword(str("one").get(), account.get());
-    EXPECT_EQ(_counting->adds, 1);
-    EXPECT_EQ(_counting->modifications, 0);
-    keychain()->setInternetPassword(str("two").get(), url("imaps://tim@life.example/").get());
-    EXPECT_EQ(_counting->modifications, 1);
-    EXPECT_EQ(text(keychain()->internetPasswordForURL(account.get())), "two");
-
-    keychain()->removeInternetPasswordForURL(account.get());
-    EXPECT_EQ(text(keychain()->internetPasswordForURL(account.get())), "(null)");
-    keychain()->removeInternetPasswordForURL(account.get());
-    EXPECT_EQ(_counting->deletions, 1);
-    EXPECT_FALSE(keychain()->internetPasswordForURL(nullptr));
-}
-
-TEST_P(Keychain, RemoveDeletesOnlyTheItemFound)
-{
+    // Removing deletes only the item found, not every item a port-less URL would match.
     keychain()->setInternetPassword(str("143").get(), url("imap://tim@two.example:143/").get());
     keychain()->setInternetPassword(str("993").get(), url("imap://tim@two.example:993/").get());
     keychain()->removeInternetPasswordForURL(url("imap://tim@two.example:993/").get());
-    EXPECT_EQ(text(keychain()->internetPasswordForURL(url("imap://tim@two.example/").get())), "143");
+    EXPECT_EQ(test::describe(keychain()->internetPasswordForURL(url("imap://tim@two.example/").get()).get()), "143");
 }
 
 TEST_P(Keychain, ManyThreadsEachWithTheirOwnAccount)
 {
-    std::vector<std::thread> threads;
     std::atomic<int> wrong { 0 };
+    std::vector<std::jthread> threads;
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([t, &wrong] {
             auto account = url(("imap://user" + std::to_string(t) + "@threads.example/").c_str());
             for (int i = 0; i < 10; ++i) {
                 const std::string password = "p" + std::to_string(t) + "-" + std::to_string(i);
                 YKeychain::defaultKeychain()->setInternetPassword(str(password.c_str()).get(), account.get());
-                if (text(YKeychain::defaultKeychain()->internetPasswordForURL(account.get())) != password)
+                if (test::describe(YKeychain::defaultKeychain()->internetPasswordForURL(account.get()).get()) != password)
                     ++wrong;
             }
             YKeychain::defaultKeychain()->removeInternetPasswordForURL(account.get());
         });
     }
-    for (auto& thread : threads)
-        thread.join();
+    threads.clear(); // joins them
     EXPECT_EQ(wrong, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, Keychain, testing::Values("Memory", "SecretService"));
 
-TEST(KeychainInstance, EveryWayOfMakingOneGivesTheSharedInstance)
+TEST(KeychainInstance, EveryWayOfMakingOneGivesTheSharedInstanceAndSchemesGiveProtocolCodes)
 {
     YKeychain* shared = YKeychain::defaultKeychain();
     EXPECT_EQ(Class::named("YKeychain")->createInstance().get(), shared);
     EXPECT_EQ(YKeychain::newInstance().get(), shared);
-}
 
-TEST(KeychainInstance, ProtocolCodes)
-{
     const struct {
         const char* scheme;
         uint32_t code;
@@ -176,109 +139,104 @@ TEST_F(KeychainStatus, ArgumentsAreCheckedFirst)
     EXPECT_EQ(_store->callCount(Operation::Find), 0u);
 }
 
-TEST_F(KeychainStatus, ADuplicateFromARaceIsIgnored)
+TEST_F(KeychainStatus, StoreChangeAndRemoveWriteOnlyWhatChanged)
+{
+    auto* keychain = YKeychain::defaultKeychain();
+    auto account = url("imap://tim@life.example/");
+    keychain->setInternetPassword(str("one").get(), account.get());
+    keychain->setInternetPassword(str("one").get(), account.get());
+    EXPECT_EQ(_store->callCount(Operation::Add), 1u);
+    EXPECT_EQ(_store->callCount(Operation::Modify), 0u);
+    keychain->setInternetPassword(str("two").get(), url("imaps://tim@life.example/").get());
+    EXPECT_EQ(_store->callCount(Operation::Modify), 1u);
+    EXPECT_EQ(test::describe(keychain->internetPasswordForURL(account.get()).get()), "two");
+
+    keychain->removeInternetPasswordForURL(account.get());
+    EXPECT_EQ(test::describe(keychain->internetPasswordForURL(account.get()).get()), "(null)");
+    keychain->removeInternetPasswordForURL(account.get());
+    EXPECT_EQ(_store->callCount(Operation::Delete), 1u);
+    EXPECT_FALSE(keychain->internetPasswordForURL(nullptr));
+}
+
+TEST_F(KeychainStatus, ADuplicateFromARaceIsIgnoredAndBytesThatAreNotUTF8ReadAsNull)
 {
     _store->injectStatus(Operation::Add, errSecDuplicateItem);
     YKeychain::defaultKeychain()->setInternetPassword(str("x").get(), url("imap://tim@race.example/").get());
     EXPECT_EQ(_store->callCount(Operation::Add), 1u);
     EXPECT_EQ(_store->itemCount(), 0u);
-}
 
-TEST_F(KeychainStatus, BytesThatAreNotUTF8ReadAsNull)
-{
     YKeychainItemAttributes attributes;
     attributes.server = "bytes.example";
     ASSERT_EQ(_store->addInternetPassword(attributes, "\xff\xfe", "").status, errSecSuccess);
     EXPECT_FALSE(YKeychain::defaultKeychain()->internetPasswordForURL(url("imap://bytes.example/").get()));
 }
 
-struct StatusRow {
-    Operation injected;
-    OSStatus status;
-    const char* name;
-    const char* reason;
-};
-
 // The reason as a Japanese user reads it: three reasons are localised, the others stay English.
 std::string japanese(const std::string& reason)
 {
-    if (reason == "There is no default keychain")
-        return "デフォルトのキーチェーンがありません";
-    if (reason == "The password is too long")
-        return "パスワードが長すぎます";
     if (reason.starts_with("Unexpected error ("))
         return "予期しないエラーが発生しました " + reason.substr(reason.find('('));
-    return reason;
+    return reason == "There is no default keychain" ? "デフォルトのキーチェーンがありません"
+        : reason == "The password is too long"      ? "パスワードが長すぎます"
+                                                    : reason;
 }
 
-class KeychainStatusInLanguage : public KeychainStatus, public testing::WithParamInterface<const char*> { };
-
-TEST_P(KeychainStatusInLanguage, EveryOperationAndStatusRaisesItsException)
+TEST_F(KeychainStatus, EveryOperationAndStatusRaisesItsExceptionInEachLanguage)
 {
-    std::optional<test::LanguageScope> language;
-    const bool inJapanese = std::string(GetParam()) == "ja";
-    if (inJapanese)
-        language.emplace("ja");
     // Find: internetPasswordForURL; Add: set with nothing stored; Modify: set of a new password;
     // Delete: remove of a stored item.
-    const StatusRow rows[] = {
+    const struct {
+        Operation injected;
+        OSStatus status;
+        const char* name;
+        const char* reason;
+    } rows[] = {
         { Operation::Find, errSecNoDefaultKeychain, YKeychainNoDefaultKeychainException, "There is no default keychain" },
-        { Operation::Find, userCanceledErr, YKeychainUserCanceledException, "Canceled" },
         { Operation::Find, errSecDataTooLarge, YKeychainException, "Unexpected error (-25302)" },
         { Operation::Find, errSecInvalidItemRef, YKeychainException, "Unexpected error (-25304)" },
-        { Operation::Find, errSecDuplicateItem, YKeychainException, "Unexpected error (-25299)" },
-        { Operation::Add, errSecNoDefaultKeychain, YKeychainNoDefaultKeychainException, "There is no default keychain" },
         { Operation::Add, userCanceledErr, YKeychainUserCanceledException, "Canceled" },
         { Operation::Add, errSecDataTooLarge, YKeychainDataTooLargeException, "The password is too long" },
         { Operation::Add, errSecInvalidItemRef, YKeychainException, "Unexpected error (-25304)" },
-        { Operation::Add, errSecItemNotFound, YKeychainException, "Unexpected error (-25300)" },
-        { Operation::Modify, errSecNoDefaultKeychain, YKeychainNoDefaultKeychainException, "There is no default keychain" },
         { Operation::Modify, userCanceledErr, YKeychainUserCanceledException, "Canceled" },
         { Operation::Modify, errSecDataTooLarge, YKeychainDataTooLargeException, "The password is too long" },
         { Operation::Modify, errSecInvalidItemRef, NSInternalInconsistencyException, "The keychain item reference is invalid" },
         { Operation::Modify, errSecDuplicateItem, YKeychainException, "Unexpected error (-25299)" },
         { Operation::Delete, errSecNoDefaultKeychain, YKeychainNoDefaultKeychainException, "There is no default keychain" },
-        { Operation::Delete, userCanceledErr, YKeychainUserCanceledException, "Canceled" },
         { Operation::Delete, errSecDataTooLarge, YKeychainException, "Unexpected error (-25302)" },
         { Operation::Delete, errSecInvalidItemRef, NSInternalInconsistencyException, "The keychain item reference is invalid" },
         { Operation::Delete, -1, YKeychainException, "Unexpected error (-1)" },
     };
     auto* keychain = YKeychain::defaultKeychain();
     auto account = url("imap://tim@status.example/");
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::to_string(static_cast<int>(row.injected)) + " " + std::to_string(row.status));
-        _store->reset();
-        if (row.injected == Operation::Modify || row.injected == Operation::Delete)
-            keychain->setInternetPassword(str("stored").get(), account.get());
-        _store->injectStatus(row.injected, row.status, "what the store said");
-        try {
-            switch (row.injected) {
-            case Operation::Find:
-                (void)keychain->internetPasswordForURL(account.get());
-                break;
-            case Operation::Add:
-            case Operation::Modify:
-                keychain->setInternetPassword(str("new").get(), account.get());
-                break;
-            case Operation::Delete:
-                keychain->removeInternetPasswordForURL(account.get());
-                break;
+    for (const bool inJapanese : { false, true }) {
+        test::LanguageScope language(inJapanese ? "ja" : "en");
+        for (const auto& row : rows) {
+            SCOPED_TRACE(std::to_string(static_cast<int>(row.injected)) + " " + std::to_string(row.status));
+            _store->reset();
+            if (row.injected == Operation::Modify || row.injected == Operation::Delete)
+                keychain->setInternetPassword(str("stored").get(), account.get());
+            _store->injectStatus(row.injected, row.status, "what the store said");
+            try {
+                if (row.injected == Operation::Find)
+                    (void)keychain->internetPasswordForURL(account.get());
+                else if (row.injected == Operation::Delete)
+                    keychain->removeInternetPasswordForURL(account.get());
+                else
+                    keychain->setInternetPassword(str("new").get(), account.get());
+                ADD_FAILURE() << "nothing raised";
+            } catch (const Exception& e) {
+                EXPECT_EQ(e.name()->utf8(), row.name);
+                EXPECT_EQ(e.what(), inJapanese ? japanese(row.reason) : std::string(row.reason));
+                auto status = e.userInfo()->objectForKey(YKeychainStatusKey);
+                EXPECT_TRUE(status && status->isEqual(Number::numberWithInt(row.status).get()));
+                EXPECT_EQ(test::describe(e.userInfo()->objectForKey(YKeychainStoreMessageKey).get()), "what the store said");
             }
-            ADD_FAILURE() << "nothing raised";
-        } catch (const Exception& e) {
-            EXPECT_EQ(e.name()->utf8(), row.name);
-            EXPECT_EQ(e.what(), inJapanese ? japanese(row.reason) : std::string(row.reason));
-            auto status = e.userInfo()->objectForKey(YKeychainStatusKey);
-            EXPECT_TRUE(status && status->isEqual(Number::numberWithInt(row.status).get()));
-            EXPECT_EQ(test::describe(e.userInfo()->objectForKey(YKeychainStoreMessageKey).get()), "what the store said");
         }
     }
     // The lock was released after every exception.
     _store->reset();
     EXPECT_FALSE(keychain->internetPasswordForURL(account.get()));
 }
-
-INSTANTIATE_TEST_SUITE_P(Languages, KeychainStatusInLanguage, testing::Values("en", "ja"));
 
 } // namespace
 } // namespace yk

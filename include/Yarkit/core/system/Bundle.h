@@ -4,6 +4,7 @@
 #include <Yarkit/core/runtime/Object.h>
 #include <Yarkit/core/values/Dictionary.h>
 
+#include <functional>
 #include <string>
 
 namespace yk {
@@ -24,13 +25,13 @@ extern const char NSBundleDidLoadNotification[];
 // The prefix is found from the library's own location (dladdr), so a moved installation, and
 // the build tree, which mirrors this layout, find their own resources.
 //
-// Bundles are made once and live for the whole process; every method may be called from any
-// thread.
+// Bundles are made once and live for the whole process: one object per module or folder,
+// whichever path or class reaches it. Every method may be called from any thread.
 class Bundle final : public Object {
     YK_OBJECT(Bundle, Object)
 public:
-    // The bundle whose code defines cls: the framework's bundle for the framework's classes, the
-    // program's for the program's. A null class gives null.
+    // The bundle whose code defines cls: the framework's bundle for the framework's classes,
+    // mainBundle() for the program's, a loaded plug-in's for its own. A null class gives null.
     [[nodiscard]] static Ref<Bundle> bundleForClass(const Class* cls);
     // The framework's bundle for "org.yarkit.Yarkit" (the same object bundleForClass gives for
     // the framework's classes); null for any other identifier.
@@ -65,9 +66,10 @@ public:
     // mainBundle: the program's bundle: /proc/self/exe and its folder; its information is the
     // JSON object of "<executable>.Info.json" beside the executable.
     [[nodiscard]] static Ref<Bundle> mainBundle();
-    // A plug-in: a folder holding "Info.json" and the shared object it names with
-    // "CFBundleExecutable" (else the folder's name without extension, plus ".so"). One object
-    // per folder; null when the folder does not exist.
+    // The bundle of a folder: the bundle whose bundlePath() it is (the program's, the
+    // framework's), else a plug-in: a folder holding "Info.json" and the shared object it names
+    // with "CFBundleExecutable" (else the folder's name without extension, plus ".so"). One
+    // object per folder; null when the folder does not exist.
     [[nodiscard]] static Ref<Bundle> bundleWithPath(const String* path);
     // The bundle's folder.
     [[nodiscard]] Ref<String> bundlePath() const;
@@ -98,6 +100,11 @@ private:
         std::string bundlePath = {});
     // Whether a class's code lies in this bundle's module.
     bool ownsClass(const Class* cls) const;
+    // What bundlePath() answers: the bundle's own folder, else the folder of its code.
+    std::string folder() const;
+    // The bundle registered under the canonical form of path; else the one `make` gives (called
+    // with the registry's lock held), registered under its code file and its folder as well.
+    static Ref<Bundle> registeredBundle(const std::string& path, const std::function<Ref<Bundle>()>& make);
 
     const std::string _identifier;
     const std::string _executablePath;
