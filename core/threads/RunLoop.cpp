@@ -74,22 +74,6 @@ bool containsItem(const std::vector<Ref<T>>& items, const T* item)
     return std::any_of(items.begin(), items.end(), [&](const Ref<T>& each) { return each.get() == item; });
 }
 
-// What one pass looks at in a mode, taken under the lock and used without it.
-struct ModeSnapshot {
-    std::vector<Ref<Port>> ports;
-    std::vector<Ref<RunLoopSource>> sources;
-    std::vector<Ref<Timer>> timers;
-    std::vector<Ref<RunLoopObserver>> observers;
-
-    void add(const RunLoopMode& mode)
-    {
-        ports.insert(ports.end(), mode.ports.begin(), mode.ports.end());
-        sources.insert(sources.end(), mode.sources.begin(), mode.sources.end());
-        timers.insert(timers.end(), mode.timers.begin(), mode.timers.end());
-        observers.insert(observers.end(), mode.observers.begin(), mode.observers.end());
-    }
-};
-
 void raiseSystemError(const char* what)
 {
     raise(NSInternalInconsistencyException, "*** -[RunLoop init]: %s failed (errno %d)", what, errno);
@@ -245,7 +229,12 @@ void RunLoop::addPort(Port* port, std::string_view mode) { addItem(&RunLoopMode:
 void RunLoop::removePort(Port* port, std::string_view mode) { removeItem(&RunLoopMode::ports, port, mode); }
 void RunLoop::addSource(RunLoopSource* source, std::string_view mode) { addItem(&RunLoopMode::sources, source, mode); }
 void RunLoop::removeSource(RunLoopSource* source, std::string_view mode) { removeItem(&RunLoopMode::sources, source, mode); }
-void RunLoop::addObserver(RunLoopObserver* observer, std::string_view mode) { addItem(&RunLoopMode::observers, observer, mode); }
+void RunLoop::addObserver(RunLoopObserver* observer, std::string_view mode)
+{
+    if (observer)
+        _observedActivities.fetch_or(observer->activities(), std::memory_order_relaxed);
+    addItem(&RunLoopMode::observers, observer, mode);
+}
 void RunLoop::removeObserver(RunLoopObserver* observer, std::string_view mode) { removeItem(&RunLoopMode::observers, observer, mode); }
 
 void RunLoop::addTimer(Timer* timer, std::string_view mode)
@@ -314,20 +303,6 @@ bool RunLoop::performMatches(const Perform& perform, const std::string& mode) co
     return false;
 }
 
-namespace {
-
-ModeSnapshot takeSnapshot(const RunLoopMode* own, const RunLoopMode* common)
-{
-    ModeSnapshot snapshot;
-    if (own)
-        snapshot.add(*own);
-    if (common)
-        snapshot.add(*common);
-    return snapshot;
-}
-
-} // namespace
-
 bool RunLoop::hasItems(const std::string& mode)
 {
     Locker guard(_lock);
@@ -351,6 +326,8 @@ bool RunLoop::hasItems(const std::string& mode)
 
 void RunLoop::notifyObservers(const std::string& mode, RunLoopActivity activity)
 {
+    if (!(_observedActivities.load(std::memory_order_relaxed) & activity))
+        return; // no observer ever asked for it: no lock
     std::vector<Ref<RunLoopObserver>> observers;
     {
         Locker guard(_lock);
@@ -441,31 +418,41 @@ bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
 
 bool RunLoop::handleSources(const std::string& mode, const std::vector<int>& readyDescriptors)
 {
-    ModeSnapshot snapshot;
+    auto isReady = [&](int fd) { return std::find(readyDescriptors.begin(), readyDescriptors.end(), fd) != readyDescriptors.end(); };
+    auto isDue = [&](const RunLoopSource& source) { return source.fileDescriptor() < 0 ? source.isSignalled() : isReady(source.fileDescriptor()); };
+    // Only the items that have something to handle leave the lock, so an idle pass copies none.
+    std::vector<Ref<Port>> ports;
+    std::vector<Ref<RunLoopSource>> sources;
     {
         Locker guard(_lock);
-        snapshot = takeSnapshot(modeNamed(mode), _commonModes.count(mode) ? _commonItems.get() : nullptr);
+        auto collect = [&](const Mode* items) {
+            if (!items)
+                return;
+            for (const auto& port : items->ports) {
+                if (isReady(port->fileDescriptor()) && !containsItem(ports, port.get()))
+                    ports.push_back(port);
+            }
+            for (const auto& source : items->sources) {
+                if (isDue(*source))
+                    sources.push_back(source);
+            }
+        };
+        collect(modeNamed(mode));
+        if (_commonModes.count(mode))
+            collect(_commonItems.get());
     }
-    auto isReady = [&](int fd) { return std::find(readyDescriptors.begin(), readyDescriptors.end(), fd) != readyDescriptors.end(); };
 
     // Ports first (order 0 among sources), then sources by order.
     bool handled = false;
-    std::vector<Port*> seenPorts;
-    for (auto& port : snapshot.ports) {
-        if (std::find(seenPorts.begin(), seenPorts.end(), port.get()) != seenPorts.end() || !isReady(port->fileDescriptor()))
-            continue;
-        seenPorts.push_back(port.get());
+    for (auto& port : ports) {
         if (port->handleEvent()) {
             handled = true;
             notifyObservers(mode, kYKRunLoopAfterCallout);
         }
     }
-    std::stable_sort(snapshot.sources.begin(), snapshot.sources.end(), [](const auto& a, const auto& b) { return a->order() < b->order(); });
-    for (auto& source : snapshot.sources) {
-        if (!source->isValid())
-            continue;
-        const bool due = source->fileDescriptor() < 0 ? source->isSignalled() : isReady(source->fileDescriptor());
-        if (!due)
+    std::stable_sort(sources.begin(), sources.end(), [](const auto& a, const auto& b) { return a->order() < b->order(); });
+    for (auto& source : sources) {
+        if (!source->isValid() || !isDue(*source))
             continue;
         source->perform();
         handled = true;

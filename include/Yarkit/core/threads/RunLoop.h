@@ -167,6 +167,8 @@ private:
     std::vector<Perform> _performs YK_GUARDED_BY(_lock);
     uint64_t _nextPerformSequence YK_GUARDED_BY(_lock) { 0 };
     uint64_t _itemsGeneration YK_GUARDED_BY(_lock) { 0 };
+    // Every activity an observer of this loop has asked for, so passes skip the others.
+    std::atomic<uint32_t> _observedActivities { 0 };
     // The mode stack of the loop's own thread; only that thread changes it.
     std::vector<std::string> _modeStack YK_GUARDED_BY(_lock);
 
