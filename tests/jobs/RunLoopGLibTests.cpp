@@ -24,29 +24,24 @@ using namespace yk;
 using yk::test::Gatekeeper;
 using yk::test::JobTarget;
 
-// Runs a GLib main loop on the default context until it quits; false when the guard, which
-// only keeps a failing test from hanging, quit it first.
-bool runGLibMainLoop(GMainLoop* loop, guint guardMilliseconds = 10000)
-{
-    struct Guard {
-        GMainLoop* loop;
-        bool fired { false };
-    } guard { loop };
-    const guint guardSource = g_timeout_add(guardMilliseconds, [](gpointer data) -> gboolean {
-        auto* guard = static_cast<Guard*>(data);
-        guard->fired = true;
-        g_main_loop_quit(guard->loop);
-        return G_SOURCE_REMOVE;
-    }, &guard);
-    g_main_loop_run(loop);
-    if (!guard.fired)
-        g_source_remove(guardSource);
-    return !guard.fired;
-}
-
+// A GLib main loop on the default context; run() is false when the guard, which only keeps a
+// failing test from hanging, quit it.
 struct GLibMainLoop {
     GMainLoop* loop = g_main_loop_new(nullptr, false);
+    bool guardFired = false;
     ~GLibMainLoop() { g_main_loop_unref(loop); }
+    bool run(guint guardMilliseconds = 10000)
+    {
+        const guint guard = g_timeout_add(guardMilliseconds, [](gpointer self) -> gboolean {
+            static_cast<GLibMainLoop*>(self)->guardFired = true;
+            g_main_loop_quit(static_cast<GLibMainLoop*>(self)->loop);
+            return G_SOURCE_REMOVE;
+        }, this);
+        g_main_loop_run(loop);
+        if (!guardFired)
+            g_source_remove(guard);
+        return !guardFired;
+    }
 };
 
 TEST(RunLoopGLib, AGLibMainLoopRunsJobsWaitingPerformsAndATimer)
@@ -77,7 +72,7 @@ TEST(RunLoopGLib, AGLibMainLoopRunsJobsWaitingPerformsAndATimer)
         yk::test::waitUntil([&] { return ticker->calls == 1; });
         performSelectorInMainThread(quitter.get(), "work");
     });
-    const bool quit = runGLibMainLoop(glib.loop);
+    const bool quit = glib.run();
     last.join();
     EXPECT_TRUE(quit) << "the last job quits the GLib loop";
     EXPECT_EQ(target->calls, 4 * 51);
@@ -94,20 +89,16 @@ TEST(RunLoopGLib, AJobHeldBackForeverStarvesNoIdleCallback)
     center->postJob(job.get(), gate.get());
 
     GLibMainLoop glib;
-    struct Idle {
-        GMainLoop* loop;
-        int runs { 0 };
-    } idle { glib.loop };
-    const guint idleSource = g_idle_add([](gpointer data) -> gboolean {
-        auto* idle = static_cast<Idle*>(data);
-        if (++idle->runs == 3)
-            g_main_loop_quit(idle->loop);
+    static int idleRuns = 0;
+    const guint idleSource = g_idle_add([](gpointer loop) -> gboolean {
+        if (++idleRuns == 3)
+            g_main_loop_quit(static_cast<GMainLoop*>(loop));
         return G_SOURCE_CONTINUE;
-    }, &idle);
-    EXPECT_TRUE(runGLibMainLoop(glib.loop)) << "under a GLib main loop";
+    }, glib.loop);
+    EXPECT_TRUE(glib.run()) << "under a GLib main loop";
     const int askedUnderGLib = gate->asked;
     EXPECT_GE(askedUnderGLib, 2) << "re-asked on later passes";
-    EXPECT_TRUE(yk::test::runLoopUntil([&] { return idle.runs >= 6; })) << "under the run loop's own run";
+    EXPECT_TRUE(yk::test::runLoopUntil([&] { return idleRuns >= 6; })) << "under the run loop's own run";
     EXPECT_GT(gate->asked, askedUnderGLib);
     EXPECT_EQ(target->calls, 0);
     g_source_remove(idleSource);
@@ -121,7 +112,7 @@ TEST(RunLoopGLib, AnIdleGLibMainLoopSleeps)
     auto counter = make<RunLoopObserver>(kCFRunLoopBeforeTimers, true, 0, [&](auto*, auto) { ++passes; });
     RunLoop::mainRunLoop()->addObserver(counter.get(), kCFRunLoopCommonModes);
     GLibMainLoop glib;
-    EXPECT_FALSE(runGLibMainLoop(glib.loop, 100)) << "nothing quits it but the guard";
+    EXPECT_FALSE(glib.run(100)) << "nothing quits it but the guard";
     RunLoop::mainRunLoop()->removeObserver(counter.get(), kCFRunLoopCommonModes);
     EXPECT_LE(passes, 3);
 }
