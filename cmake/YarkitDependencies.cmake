@@ -13,3 +13,9 @@ pkg_check_modules(URIPARSER REQUIRED IMPORTED_TARGET liburiparser)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
 find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
 list(APPEND YK_PRIVATE_LIBS PkgConfig::URIPARSER PkgConfig::LIBSECRET OpenSSL::Crypto)
+
+# The GLib run loop back end runs the loop's items on GMainContexts.
+if(YK_RUN_LOOP STREQUAL "glib")
+    pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
+    list(APPEND YK_PRIVATE_LIBS PkgConfig::GLIB)
+endif()

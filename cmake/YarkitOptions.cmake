@@ -10,6 +10,11 @@ elseif(NOT YK_SANITIZE STREQUAL "")
     message(FATAL_ERROR "YK_SANITIZE must be empty, 'address' or 'thread'")
 endif()
 
+set(YK_RUN_LOOP "generic" CACHE STRING "The run loop's back end: generic (epoll) or glib (GMainContext)")
+if(NOT YK_RUN_LOOP MATCHES "^(generic|glib)$")
+    message(FATAL_ERROR "YK_RUN_LOOP must be 'generic' or 'glib'")
+endif()
+
 option(YK_THREAD_SAFETY "Check the lock annotations with clang's -Wthread-safety" OFF)
 if(YK_THREAD_SAFETY AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     message(FATAL_ERROR "YK_THREAD_SAFETY needs clang (CXX=clang++)")

@@ -16,7 +16,9 @@
 #include <Yarkit/core/values/String.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <thread>
 
 namespace yk {
 
@@ -30,6 +32,17 @@ std::atomic<YKThreadPerformer*> mainThreadPerformerInstance { nullptr }; // live
 Ref<Array> commonModes()
 {
     return Array::arrayWithObjects({ String::withUTF8(kCFRunLoopCommonModes) });
+}
+
+// Waits until the holder has run. The main thread usually answers within a few microseconds, so
+// the caller first yields for a moment, which costs less than sleeping and being woken.
+void waitForHolder(ConditionLock& lock)
+{
+    const auto spinLimit = std::chrono::steady_clock::now() + std::chrono::microseconds(50);
+    while (lock.condition() != 1 && std::chrono::steady_clock::now() < spinLimit)
+        std::this_thread::yield();
+    lock.lockWhenCondition(1);
+    lock.unlock();
 }
 
 } // namespace
@@ -137,10 +150,8 @@ void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object*
             auto holder = make<YKPerformHolder>(receiver, selector, argument, const_cast<Array*>(modes), lock.get());
             YKThreadPerformer::mainThreadPerformer()->addHolder(holder.get());
         }
-        if (lock) {
-            lock->lockWhenCondition(1);
-            lock->unlock();
-        }
+        if (lock)
+            waitForHolder(*lock);
         return;
     }
     if (!waitUntilDone) {

@@ -101,6 +101,8 @@ void NotificationQueue::enqueueNotification(Notification* notification, PostingS
         if (mode != kCFRunLoopCommonModes && !_runLoop->isCommonMode(mode))
             _runLoop->addObserver(_observer.get(), mode);
     }
+    // A loop that another main loop drives is not looking at its observers: make it pass.
+    _runLoop->wakeUp();
 }
 
 void NotificationQueue::dequeueNotificationsMatching(Notification* notification, uint32_t coalesceMask)

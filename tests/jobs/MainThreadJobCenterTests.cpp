@@ -8,17 +8,14 @@
 #include <Yarkit/core/values/String.h>
 
 #include "JobsTestSupport.h"
+#include "core/CommandOutput.h"
 #include "core/CoreTestSupport.h"
 #include "core/RunLoopTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace {
 
@@ -220,20 +217,9 @@ TEST(YMainThreadJobCenterChild, FirstUseOffTheMainThread)
     const ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
     ASSERT_GT(length, 0);
     self[length] = 0;
-    std::string filter = "--gtest_filter=YMainThreadJobCenterChild.FirstUseOffTheMainThreadRaisesUntilTheMainThreadPreparesIt";
-    char* argv[] = { self, filter.data(), nullptr };
-    std::vector<std::string> environment { "YK_MAIN_CENTER_CHILD=1" };
-    for (char** e = environ; *e; ++e)
-        environment.emplace_back(*e);
-    std::vector<char*> envp;
-    for (auto& entry : environment)
-        envp.push_back(entry.data());
-    envp.push_back(nullptr);
-    pid_t child;
-    ASSERT_EQ(posix_spawn(&child, self, nullptr, nullptr, argv, envp.data()), 0);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the child's test failed";
+    const auto child = test::runCommand("YK_MAIN_CENTER_CHILD=1 '" + std::string(self)
+        + "' --gtest_filter=YMainThreadJobCenterChild.FirstUseOffTheMainThreadRaisesUntilTheMainThreadPreparesIt");
+    EXPECT_EQ(child.status, 0) << "the child's test failed:\n" << child.output;
 }
 
 } // namespace

@@ -46,8 +46,10 @@ extern const char kCFRunLoopCommonModes[];
 //
 // One pass: observers told BeforeTimers, due timers fire; BeforeSources, the performs and the
 // port and source events present when the pass began run; if nothing was handled and the limit
-// has not passed, observers are told BeforeWaiting and the thread sleeps (epoll) until a
-// source, the next timer of the running mode or wakeUp.
+// has not passed, observers are told BeforeWaiting and the thread sleeps until a source, the
+// next timer of the running mode or wakeUp. The back end, chosen when the library is
+// configured, decides how it sleeps: on its own epoll descriptor, or in a GMainContext (the
+// main thread's is the default context, so a GLib main loop also runs the loop's items).
 class RunLoop final : public Object {
     YK_OBJECT(RunLoop, Object)
 public:
@@ -111,6 +113,7 @@ public:
 
     struct Mode;
     struct Perform;
+    struct BackEnd;
 
 private:
     explicit RunLoop(pthread_t thread);
@@ -132,7 +135,20 @@ private:
     uint32_t fireTimers(const std::string& mode);
     bool runPerforms(const std::string& mode, uint64_t mark);
     bool handleSources(const std::string& mode, const std::vector<int>& readyDescriptors);
-    std::vector<int> waitForEvents(const std::string& mode, Clock::time_point limit, bool mayWait);
+    // The back end's part: how a pass finds what is ready and how the loop sleeps.
+    void startBackEnd();
+    void stopBackEnd();
+    std::vector<int> readyAtPassStart(const std::string& mode, bool mayWait);
+    std::vector<int> waitForEvents(const std::string& mode, Clock::time_point limit);
+    // The ready descriptors of the epoll set (the wake-up and timer descriptors drained).
+    std::vector<int> readyDescriptors(int timeout);
+    // Arms the timerfd for the earlier of the mode's next timer and the limit.
+    void armTimer(const std::string& mode, Clock::time_point limit);
+    // The mode a pass not started by runMode runs in: the running mode, else the default one.
+    std::string dispatchMode() const YK_EXCLUDES(_lock);
+    // A pass the back end starts itself (a GLib dispatch): in dispatchMode, without waiting;
+    // then observers are told the loop is about to wait, as it may sleep next.
+    void runDispatchedPass();
     void syncInterest(const std::string& mode) YK_EXCLUDES(_lock);
     const Mode* modeNamed(const std::string& mode) const YK_REQUIRES(_lock);
     Mode& modeForAdding(std::string_view mode) YK_REQUIRES(_lock);
@@ -151,6 +167,8 @@ private:
     std::vector<Perform> _performs YK_GUARDED_BY(_lock);
     uint64_t _nextPerformSequence YK_GUARDED_BY(_lock) { 0 };
     uint64_t _itemsGeneration YK_GUARDED_BY(_lock) { 0 };
+    // Every activity an observer of this loop has asked for, so passes skip the others.
+    std::atomic<uint32_t> _observedActivities { 0 };
     // The mode stack of the loop's own thread; only that thread changes it.
     std::vector<std::string> _modeStack YK_GUARDED_BY(_lock);
 
@@ -158,6 +176,10 @@ private:
     std::set<int> _watched;
     std::string _watchedMode;
     uint64_t _watchedGeneration { ~uint64_t(0) };
+    struct BackEndDeleter {
+        void operator()(BackEnd*) const;
+    };
+    std::unique_ptr<BackEnd, BackEndDeleter> _backEnd;
 };
 
 } // namespace yk

@@ -1,0 +1,647 @@
+// The run loop's modes, items, performs and passes, shared by both back ends. Each loop has an
+// epoll descriptor that watches the running mode's ports and descriptor sources, an eventfd
+// that wakeUp writes and a timerfd; how the loop sleeps on them is the back end's
+// (RunLoopGeneric.cpp: epoll_wait; RunLoopGLib.cpp: a GSource on a GMainContext).
+
+#include <Yarkit/core/threads/RunLoop.h>
+
+#include <Yarkit/core/runtime/Class.h>
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/threads/Port.h>
+#include <Yarkit/core/threads/RunLoopSource.h>
+#include <Yarkit/core/threads/Thread.h>
+#include <Yarkit/core/threads/Timer.h>
+#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/Date.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/String.h>
+
+#include <algorithm>
+#include <pthread.h>
+#include <cerrno>
+#include <cstring>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+namespace yk {
+
+YK_DEFINE_CLASS(RunLoop);
+
+const char kCFRunLoopDefaultMode[] = "kCFRunLoopDefaultMode";
+const char kCFRunLoopCommonModes[] = "kCFRunLoopCommonModes";
+
+// The items of one mode (or the common items, which every common mode also has).
+struct RunLoopMode {
+    std::vector<Ref<Port>> ports;
+    std::vector<Ref<RunLoopSource>> sources;
+    std::vector<Ref<Timer>> timers;
+    std::vector<Ref<RunLoopObserver>> observers;
+};
+struct RunLoop::Mode : RunLoopMode { };
+
+struct RunLoop::Perform {
+    Selector selector;
+    Ref<Object> target;
+    Ref<Object> argument;
+    uint32_t order;
+    uint64_t sequence;
+    std::vector<std::string> modes;
+};
+
+namespace {
+
+thread_local Ref<RunLoop> currentLoop;
+
+// The main thread's handle: asked on the main thread, or from another while it waits.
+pthread_t mainThreadHandle()
+{
+    static pthread_t handle = [] {
+        pthread_t main {};
+        if (Thread::isMainThread())
+            return pthread_self();
+        return main;
+    }();
+    return handle;
+}
+Mutex mainLoopLock;
+std::atomic<RunLoop*> mainLoop { nullptr };
+
+template <typename T>
+bool containsItem(const std::vector<Ref<T>>& items, const T* item)
+{
+    return std::any_of(items.begin(), items.end(), [&](const Ref<T>& each) { return each.get() == item; });
+}
+
+void raiseSystemError(const char* what)
+{
+    raise(NSInternalInconsistencyException, "*** -[RunLoop init]: %s failed (errno %d)", what, errno);
+}
+
+} // namespace
+
+// Pushes the mode a run enters and pops it when the run leaves, also by an exception.
+class RunLoop::CurrentModeScope {
+public:
+    CurrentModeScope(RunLoop& loop, const std::string& mode)
+        : _loop(loop)
+    {
+        Locker guard(_loop._lock);
+        _loop._modeStack.push_back(mode);
+    }
+    ~CurrentModeScope()
+    {
+        Locker guard(_loop._lock);
+        _loop._modeStack.pop_back();
+    }
+
+private:
+    RunLoop& _loop;
+};
+
+RunLoop::RunLoop(pthread_t thread)
+    : _thread(thread)
+    , _epoll(epoll_create1(EPOLL_CLOEXEC))
+    , _wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+    , _timerFd(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC))
+{
+    if (_epoll < 0 || _wakeFd < 0 || _timerFd < 0)
+        raiseSystemError("epoll, eventfd or timerfd");
+    for (int fd : { _wakeFd, _timerFd }) {
+        epoll_event event {};
+        event.events = EPOLLIN;
+        event.data.fd = fd;
+        if (epoll_ctl(_epoll, EPOLL_CTL_ADD, fd, &event) != 0)
+            raiseSystemError("epoll_ctl");
+    }
+    {
+        Locker guard(_lock);
+        _commonModes.insert(kCFRunLoopDefaultMode);
+        _commonItems = std::make_unique<Mode>();
+    }
+    startBackEnd();
+}
+
+RunLoop::~RunLoop()
+{
+    {
+        Locker guard(_lock);
+        for (auto& [name, mode] : _modes) {
+            for (auto& timer : mode->timers)
+                timer->setRunLoop(nullptr);
+        }
+        for (auto& timer : _commonItems->timers)
+            timer->setRunLoop(nullptr);
+    }
+    stopBackEnd();
+    close(_epoll);
+    close(_wakeFd);
+    close(_timerFd);
+}
+
+RunLoop* RunLoop::currentRunLoop()
+{
+    if (Thread::isMainThread())
+        return mainRunLoop();
+    if (!currentLoop)
+        currentLoop = make<RunLoop>(pthread_self());
+    return currentLoop.get();
+}
+
+RunLoop* RunLoop::mainRunLoop()
+{
+    if (RunLoop* loop = mainLoop.load(std::memory_order_acquire))
+        return loop;
+    Locker guard(mainLoopLock);
+    if (!mainLoop.load(std::memory_order_relaxed))
+        mainLoop.store(make<RunLoop>(mainThreadHandle()).leakRef(), std::memory_order_release); // lives for the process
+    return mainLoop.load(std::memory_order_relaxed);
+}
+
+Ref<String> RunLoop::currentMode() const
+{
+    Locker guard(_lock);
+    if (_modeStack.empty())
+        return nullptr;
+    return String::withUTF8(_modeStack.back());
+}
+
+void RunLoop::addCommonMode(std::string_view mode)
+{
+    Locker guard(_lock);
+    if (mode != kCFRunLoopCommonModes)
+        _commonModes.emplace(mode);
+    ++_itemsGeneration;
+}
+
+bool RunLoop::isCommonMode(std::string_view mode) const
+{
+    Locker guard(_lock);
+    return _commonModes.find(mode) != _commonModes.end();
+}
+
+RunLoop::Mode& RunLoop::modeForAdding(std::string_view mode)
+{
+    ++_itemsGeneration;
+    if (mode == kCFRunLoopCommonModes)
+        return *_commonItems;
+    auto found = _modes.find(mode);
+    if (found == _modes.end())
+        found = _modes.emplace(std::string(mode), std::make_unique<Mode>()).first;
+    return *found->second;
+}
+
+const RunLoop::Mode* RunLoop::modeNamed(const std::string& mode) const
+{
+    auto found = _modes.find(mode);
+    return found == _modes.end() ? nullptr : found->second.get();
+}
+
+template <typename T>
+void RunLoop::addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode, bool mayBeThere)
+{
+    if (!item)
+        return;
+    {
+        Locker guard(_lock);
+        auto& items = modeForAdding(mode).*list;
+        if (!mayBeThere || !containsItem(items, item))
+            items.emplace_back(item);
+    }
+    wakeUp(); // a waiting loop looks at its items again
+}
+
+template <typename T>
+void RunLoop::removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode)
+{
+    std::vector<Ref<Object>> released; // dropped after the lock
+    Locker guard(_lock);
+    auto& items = modeForAdding(mode).*list;
+    auto found = std::find_if(items.begin(), items.end(), [&](const Ref<T>& each) { return each.get() == item; });
+    if (found == items.end())
+        return;
+    released.emplace_back(found->get());
+    items.erase(found);
+}
+
+void RunLoop::addPort(Port* port, std::string_view mode) { addItem(&RunLoopMode::ports, port, mode); }
+void RunLoop::removePort(Port* port, std::string_view mode) { removeItem(&RunLoopMode::ports, port, mode); }
+void RunLoop::addSource(RunLoopSource* source, std::string_view mode) { addItem(&RunLoopMode::sources, source, mode); }
+void RunLoop::removeSource(RunLoopSource* source, std::string_view mode) { removeItem(&RunLoopMode::sources, source, mode); }
+void RunLoop::addObserver(RunLoopObserver* observer, std::string_view mode)
+{
+    if (observer)
+        _observedActivities.fetch_or(observer->activities(), std::memory_order_relaxed);
+    addItem(&RunLoopMode::observers, observer, mode);
+}
+void RunLoop::removeObserver(RunLoopObserver* observer, std::string_view mode) { removeItem(&RunLoopMode::observers, observer, mode); }
+
+void RunLoop::addTimer(Timer* timer, std::string_view mode)
+{
+    if (!timer || !timer->isValid())
+        return;
+    // A timer in no loop yet is in no mode: no need to look for it.
+    const bool wasHere = timer->setRunLoop(this) == this;
+    addItem(&RunLoopMode::timers, timer, mode, wasHere);
+}
+
+void RunLoop::performSelector(Selector selector, Object* target, Object* argument, uint32_t order, const Array* modes)
+{
+    std::vector<std::string> names;
+    for (uint32_t i = 0; modes && i < modes->count(); ++i) {
+        if (auto* mode = dynamic_cast<String*>(modes->objectAtIndex(i).get()))
+            names.push_back(mode->utf8());
+    }
+    performSelector(selector, target, argument, order, names);
+}
+
+void RunLoop::performSelector(Selector selector, Object* target, Object* argument, uint32_t order, const std::vector<std::string>& modes)
+{
+    if (!target || !selector || modes.empty())
+        return;
+    {
+        Locker guard(_lock);
+        _performs.push_back(Perform { selector, target, argument, order, _nextPerformSequence++, modes });
+    }
+    wakeUp();
+}
+
+void RunLoop::cancelPerforms(const std::function<bool(const Perform&)>& matches)
+{
+    std::vector<Perform> cancelled; // released after the lock
+    Locker guard(_lock);
+    auto end = std::stable_partition(_performs.begin(), _performs.end(), [&](const Perform& perform) { return !matches(perform); });
+    std::move(end, _performs.end(), std::back_inserter(cancelled));
+    _performs.erase(end, _performs.end());
+}
+
+void RunLoop::cancelPerformSelector(Selector selector, Object* target, Object* argument)
+{
+    cancelPerforms([&](const Perform& perform) {
+        if (perform.selector != selector || perform.target.get() != target)
+            return false;
+        if (!perform.argument || !argument)
+            return !perform.argument && !argument;
+        return perform.argument.get() == argument || perform.argument->isEqual(argument);
+    });
+}
+
+void RunLoop::cancelPerformSelectorsWithTarget(Object* target)
+{
+    cancelPerforms([&](const Perform& perform) { return perform.target.get() == target; });
+}
+
+bool RunLoop::performMatches(const Perform& perform, const std::string& mode) const
+{
+    for (const auto& each : perform.modes) {
+        if (each == mode)
+            return true;
+        if (each == kCFRunLoopCommonModes && _commonModes.count(mode))
+            return true;
+    }
+    return false;
+}
+
+bool RunLoop::hasItems(const std::string& mode)
+{
+    Locker guard(_lock);
+    auto hasSomething = [](const Mode* items) {
+        if (!items)
+            return false;
+        if (!items->ports.empty() || !items->sources.empty())
+            return true;
+        return std::any_of(items->timers.begin(), items->timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
+    };
+    if (hasSomething(modeNamed(mode)))
+        return true;
+    if (_commonModes.count(mode) && hasSomething(_commonItems.get()))
+        return true;
+    for (const auto& perform : _performs) {
+        if (performMatches(perform, mode))
+            return true;
+    }
+    return false;
+}
+
+void RunLoop::notifyObservers(const std::string& mode, RunLoopActivity activity)
+{
+    if (!(_observedActivities.load(std::memory_order_relaxed) & activity))
+        return; // no observer ever asked for it: no lock
+    std::vector<Ref<RunLoopObserver>> observers;
+    {
+        Locker guard(_lock);
+        auto collect = [&](const Mode* items) {
+            if (!items)
+                return;
+            for (const auto& observer : items->observers) {
+                if (observer->isValid() && (observer->activities() & activity))
+                    observers.push_back(observer);
+            }
+        };
+        collect(modeNamed(mode));
+        if (_commonModes.count(mode))
+            collect(_commonItems.get());
+    }
+    if (observers.empty())
+        return;
+    std::stable_sort(observers.begin(), observers.end(), [](const auto& a, const auto& b) { return a->order() < b->order(); });
+    for (auto& observer : observers)
+        observer->observe(activity);
+}
+
+uint32_t RunLoop::fireTimers(const std::string& mode)
+{
+    std::vector<Ref<Timer>> timers;
+    std::vector<Ref<Object>> released;
+    const auto now = Clock::now();
+    {
+        Locker guard(_lock);
+        auto collect = [&](Mode* items) {
+            if (!items)
+                return;
+            // Invalidated timers leave the mode here.
+            auto end = std::stable_partition(items->timers.begin(), items->timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
+            for (auto it = end; it != items->timers.end(); ++it)
+                released.emplace_back(it->get());
+            items->timers.erase(end, items->timers.end());
+            for (const auto& timer : items->timers) {
+                if (timer->fireTime() <= now)
+                    timers.push_back(timer);
+            }
+        };
+        if (auto found = _modes.find(mode); found != _modes.end())
+            collect(found->second.get());
+        if (_commonModes.count(mode))
+            collect(_commonItems.get());
+    }
+    std::stable_sort(timers.begin(), timers.end(), [](const auto& a, const auto& b) { return a->fireTime() < b->fireTime(); });
+    uint32_t fired = 0;
+    for (auto& timer : timers) {
+        if (!timer->fireIfDue(now))
+            continue;
+        ++fired;
+        notifyObservers(mode, kYKRunLoopAfterCallout);
+    }
+    return fired;
+}
+
+bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
+{
+    bool ran = false;
+    while (true) {
+        Perform perform;
+        {
+            Locker guard(_lock);
+            auto best = _performs.end();
+            for (auto it = _performs.begin(); it != _performs.end(); ++it) {
+                if (it->sequence >= mark || !performMatches(*it, mode))
+                    continue;
+                if (best == _performs.end() || it->order < best->order)
+                    best = it;
+            }
+            if (best == _performs.end())
+                return ran;
+            perform = std::move(*best);
+            _performs.erase(best);
+        }
+        ran = true;
+        // perform owns target and argument: they are released when it leaves scope, after the
+        // call returned or raised.
+        if (perform.selector.argumentCount() == 0)
+            perform.target->performSelector(perform.selector);
+        else
+            perform.target->performSelector(perform.selector, perform.argument.get());
+        notifyObservers(mode, kYKRunLoopAfterCallout);
+    }
+}
+
+bool RunLoop::handleSources(const std::string& mode, const std::vector<int>& readyDescriptors)
+{
+    auto isReady = [&](int fd) { return std::find(readyDescriptors.begin(), readyDescriptors.end(), fd) != readyDescriptors.end(); };
+    auto isDue = [&](const RunLoopSource& source) { return source.fileDescriptor() < 0 ? source.isSignalled() : isReady(source.fileDescriptor()); };
+    // Only the items that have something to handle leave the lock, so an idle pass copies none.
+    std::vector<Ref<Port>> ports;
+    std::vector<Ref<RunLoopSource>> sources;
+    {
+        Locker guard(_lock);
+        auto collect = [&](const Mode* items) {
+            if (!items)
+                return;
+            for (const auto& port : items->ports) {
+                if (isReady(port->fileDescriptor()) && !containsItem(ports, port.get()))
+                    ports.push_back(port);
+            }
+            for (const auto& source : items->sources) {
+                if (isDue(*source))
+                    sources.push_back(source);
+            }
+        };
+        collect(modeNamed(mode));
+        if (_commonModes.count(mode))
+            collect(_commonItems.get());
+    }
+
+    // Ports first (order 0 among sources), then sources by order.
+    bool handled = false;
+    for (auto& port : ports) {
+        if (port->handleEvent()) {
+            handled = true;
+            notifyObservers(mode, kYKRunLoopAfterCallout);
+        }
+    }
+    std::stable_sort(sources.begin(), sources.end(), [](const auto& a, const auto& b) { return a->order() < b->order(); });
+    for (auto& source : sources) {
+        if (!source->isValid() || !isDue(*source))
+            continue;
+        source->perform();
+        handled = true;
+        notifyObservers(mode, kYKRunLoopAfterCallout);
+    }
+    return handled;
+}
+
+void RunLoop::syncInterest(const std::string& mode)
+{
+    std::set<int> wanted;
+    uint64_t generation;
+    {
+        Locker guard(_lock);
+        generation = _itemsGeneration;
+        if (generation == _watchedGeneration && mode == _watchedMode)
+            return;
+        auto collect = [&](const Mode* items) {
+            if (!items)
+                return;
+            for (const auto& port : items->ports)
+                wanted.insert(port->fileDescriptor());
+            for (const auto& source : items->sources) {
+                if (source->fileDescriptor() >= 0)
+                    wanted.insert(source->fileDescriptor());
+            }
+        };
+        collect(modeNamed(mode));
+        if (_commonModes.count(mode))
+            collect(_commonItems.get());
+    }
+    // Rebuilt whole: a descriptor closed and reused under the same number must be added anew.
+    for (int fd : _watched)
+        epoll_ctl(_epoll, EPOLL_CTL_DEL, fd, nullptr);
+    for (int fd : wanted) {
+        epoll_event event {};
+        event.events = EPOLLIN;
+        event.data.fd = fd;
+        epoll_ctl(_epoll, EPOLL_CTL_ADD, fd, &event);
+    }
+    _watched = std::move(wanted);
+    _watchedMode = mode;
+    _watchedGeneration = generation;
+}
+
+std::optional<RunLoop::Clock::time_point> RunLoop::nextTimerDate(const std::string& mode)
+{
+    Locker guard(_lock);
+    std::optional<Clock::time_point> next;
+    auto collect = [&](const Mode* items) {
+        if (!items)
+            return;
+        for (const auto& timer : items->timers) {
+            if (!timer->isValid())
+                continue;
+            const auto time = timer->fireTime();
+            if (!next || time < *next)
+                next = time;
+        }
+    };
+    collect(modeNamed(mode));
+    if (_commonModes.count(mode))
+        collect(_commonItems.get());
+    return next;
+}
+
+std::vector<int> RunLoop::readyDescriptors(int timeout)
+{
+    epoll_event events[32];
+    const int count = epoll_wait(_epoll, events, 32, timeout);
+    std::vector<int> ready;
+    for (int i = 0; i < count; ++i) {
+        const int fd = events[i].data.fd;
+        if (fd == _wakeFd || fd == _timerFd) {
+            uint64_t drained;
+            [[maybe_unused]] auto ignored = read(fd, &drained, sizeof drained);
+            continue;
+        }
+        ready.push_back(fd);
+    }
+    return ready;
+}
+
+void RunLoop::armTimer(const std::string& mode, Clock::time_point limit)
+{
+    auto deadline = limit;
+    if (auto next = nextTimerDate(mode); next && *next < deadline)
+        deadline = *next;
+    itimerspec spec {};
+    if (deadline != Clock::time_point::max()) {
+        const auto since = deadline.time_since_epoch();
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
+        spec.it_value.tv_sec = std::max<int64_t>(seconds.count(), 0);
+        spec.it_value.tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(since - seconds).count();
+        if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0)
+            spec.it_value.tv_nsec = 1; // zero would disarm it
+    }
+    timerfd_settime(_timerFd, TFD_TIMER_ABSTIME, &spec, nullptr);
+}
+
+std::string RunLoop::dispatchMode() const
+{
+    Locker guard(_lock);
+    return _modeStack.empty() ? std::string(kCFRunLoopDefaultMode) : _modeStack.back();
+}
+
+bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool mayWait)
+{
+    uint64_t mark;
+    {
+        Locker guard(_lock);
+        mark = _nextPerformSequence;
+    }
+    // What is ready as the pass begins; later arrivals wait for the next pass.
+    const auto readyAtStart = readyAtPassStart(mode, mayWait);
+
+    notifyObservers(mode, kCFRunLoopBeforeTimers);
+    fireTimers(mode);
+    notifyObservers(mode, kCFRunLoopBeforeSources);
+    bool handled = runPerforms(mode, mark);
+    handled = handleSources(mode, readyAtStart) || handled;
+    if (handled || !mayWait || Clock::now() >= limit)
+        return handled;
+    if (!hasItems(mode))
+        return false;
+
+    notifyObservers(mode, kCFRunLoopBeforeWaiting);
+    const auto ready = waitForEvents(mode, limit);
+    {
+        Locker guard(_lock);
+        mark = _nextPerformSequence;
+    }
+    notifyObservers(mode, kCFRunLoopAfterWaiting);
+    fireTimers(mode);
+    handled = runPerforms(mode, mark);
+    handled = handleSources(mode, ready) || handled;
+    return handled;
+}
+
+void RunLoop::runDispatchedPass()
+{
+    const std::string mode = dispatchMode();
+    CurrentModeScope scope(*this, mode);
+    runPass(mode, Clock::now(), false);
+    notifyObservers(mode, kCFRunLoopBeforeWaiting);
+}
+
+bool RunLoop::runMode(std::string_view modeName, Clock::time_point limit)
+{
+    const std::string mode(modeName);
+    if (mode == kCFRunLoopCommonModes || !hasItems(mode))
+        return false;
+    CurrentModeScope scope(*this, mode);
+    notifyObservers(mode, kCFRunLoopEntry);
+    while (!runPass(mode, limit, true)) {
+        if (Clock::now() >= limit || !hasItems(mode))
+            break;
+    }
+    notifyObservers(mode, kCFRunLoopExit);
+    return true;
+}
+
+bool RunLoop::runMode(std::string_view mode, const Date* limitDate)
+{
+    return runMode(mode, monotonicTimeForDate(limitDate));
+}
+
+void RunLoop::runUntilDate(const Date* limitDate)
+{
+    const auto limit = monotonicTimeForDate(limitDate);
+    while (Clock::now() < limit && runMode(kCFRunLoopDefaultMode, limit)) { }
+}
+
+void RunLoop::run()
+{
+    while (runMode(kCFRunLoopDefaultMode, Clock::time_point::max())) { }
+}
+
+Ref<Date> RunLoop::limitDateForMode(std::string_view modeName)
+{
+    const std::string mode(modeName);
+    if (mode == kCFRunLoopCommonModes)
+        return nullptr;
+    {
+        CurrentModeScope scope(*this, mode);
+        runPass(mode, Clock::now(), false);
+    }
+    auto next = nextTimerDate(mode);
+    return next ? dateForMonotonicTime(*next) : nullptr;
+}
+
+} // namespace yk

@@ -1,0 +1,239 @@
+// The run loop's GLib back end. Each loop is a GSource on a GMainContext: the main thread's
+// loop on the default context, every other thread's loop on a context of its own. The source
+// polls the loop's epoll descriptor and wakes for the running mode's next timer, so
+// g_main_loop_run (or a toolkit's main loop) runs the loop's timers, performs, ports and
+// sources without calling run. runMode sleeps in g_main_context_iteration, so the context's
+// other sources (a toolkit's redraws, idle callbacks) keep running during a run.
+
+#include <Yarkit/core/threads/RunLoop.h>
+
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/threads/Thread.h>
+#include <Yarkit/core/values/Exception.h>
+#include <Yarkit/core/values/Log.h>
+
+#include <algorithm>
+#include <climits>
+#include <glib.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace yk {
+
+// The iterations the loop runs itself are told apart from those GLib runs by their dispatch
+// depth (g_main_depth() inside a dispatch, one more than outside it): GLib may dispatch the
+// source again from a nested main loop in any callout, and that dispatch must run a pass.
+struct RunLoop::BackEnd {
+    struct Source {
+        GSource base;
+        RunLoop* loop;
+    };
+
+    GMainContext* context { nullptr };
+    Source* source { nullptr };
+    // The epoll descriptor's poll record. Not a unix fd source: GLib takes any event on one of
+    // those as ready, and the source must be able to sit an iteration out.
+    GPollFD poll {};
+    // runMode's sleep: a dispatch at this depth only ends the sleep, the run handles the rest.
+    int waitDepth { 0 };
+    Clock::time_point waitLimit { Clock::time_point::max() };
+    // A pass's look at the context's other sources, which the source sits out.
+    int skipDepth { 0 };
+    // After a dispatched pass the source lets one iteration go by, so that a loop that is
+    // always ready (a job held back and re-asked every pass) starves no source of lower
+    // priority. sitOutDepth is the iteration it sits out.
+    bool sitOutNext { false };
+    int sitOutDepth { 0 };
+    Clock::time_point preparedDeadline { Clock::time_point::max() };
+
+    static RunLoop& loopOf(GSource* source) { return *reinterpret_cast<Source*>(source)->loop; }
+    static gboolean prepare(GSource*, gint* timeout);
+    static gboolean check(GSource*);
+    static gboolean dispatch(GSource*, GSourceFunc, gpointer);
+    static void runPassCatching(RunLoop&);
+
+    // When the iteration at this depth must end for the loop: the running mode's next timer,
+    // and the run's limit when the iteration is runMode's sleep.
+    Clock::time_point deadline(RunLoop& loop, int depth) const
+    {
+        const std::string mode = loop.dispatchMode();
+        loop.syncInterest(mode);
+        auto deadline = loop.nextTimerDate(mode).value_or(Clock::time_point::max());
+        if (depth == waitDepth)
+            deadline = std::min(deadline, waitLimit);
+        return deadline;
+    }
+};
+
+namespace {
+
+GSourceFuncs sourceFunctions = {
+    RunLoop::BackEnd::prepare,
+    RunLoop::BackEnd::check,
+    RunLoop::BackEnd::dispatch,
+    nullptr,
+    nullptr,
+    nullptr,
+};
+
+// Saves a field of the back end and restores it when the scope ends.
+template <typename T>
+class Restore {
+public:
+    Restore(T& field, T value)
+        : _field(field)
+        , _saved(field)
+    {
+        _field = value;
+    }
+    ~Restore() { _field = _saved; }
+    Restore(const Restore&) = delete;
+    Restore& operator=(const Restore&) = delete;
+
+private:
+    T& _field;
+    T _saved;
+};
+
+} // namespace
+
+gboolean RunLoop::BackEnd::prepare(GSource* source, gint* timeout)
+{
+    RunLoop& loop = loopOf(source);
+    BackEnd& backEnd = *loop._backEnd;
+    const int depth = g_main_depth() + 1;
+    *timeout = -1;
+    if (depth == backEnd.skipDepth)
+        return false;
+    if (backEnd.sitOutNext) {
+        backEnd.sitOutNext = false;
+        backEnd.sitOutDepth = depth;
+        backEnd.poll.events = 0;
+        *timeout = 0; // back in the next iteration
+        return false;
+    }
+    backEnd.poll.events = G_IO_IN;
+    backEnd.preparedDeadline = backEnd.deadline(loop, depth);
+    if (backEnd.preparedDeadline == Clock::time_point::max())
+        return false;
+    const auto left = backEnd.preparedDeadline - Clock::now();
+    if (left <= Clock::duration::zero()) {
+        *timeout = 0;
+        return true;
+    }
+    // Rounded up, so that the loop does not wake just before a timer is due and spin.
+    const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(left).count();
+    *timeout = static_cast<gint>(std::min<int64_t>(milliseconds, INT_MAX));
+    return false;
+}
+
+gboolean RunLoop::BackEnd::check(GSource* source)
+{
+    RunLoop& loop = loopOf(source);
+    BackEnd& backEnd = *loop._backEnd;
+    const int depth = g_main_depth() + 1;
+    if (depth == backEnd.skipDepth)
+        return false;
+    if (depth == backEnd.sitOutDepth) {
+        backEnd.sitOutDepth = 0;
+        return false;
+    }
+    if (backEnd.poll.revents & (G_IO_IN | G_IO_ERR | G_IO_HUP))
+        return true;
+    return backEnd.preparedDeadline <= Clock::now();
+}
+
+gboolean RunLoop::BackEnd::dispatch(GSource* source, GSourceFunc, gpointer)
+{
+    RunLoop& loop = loopOf(source);
+    BackEnd& backEnd = *loop._backEnd;
+    if (g_main_depth() == backEnd.waitDepth)
+        return G_SOURCE_CONTINUE; // runMode's sleep ends; its pass handles what is ready
+    runPassCatching(loop);
+    backEnd.sitOutNext = true;
+    return G_SOURCE_CONTINUE;
+}
+
+// The pass GLib dispatches. An exception cannot cross GLib's frames: it is logged and the main
+// loop goes on.
+void RunLoop::BackEnd::runPassCatching(RunLoop& loop)
+{
+    Ref<RunLoop> protectedLoop(&loop);
+    try {
+        loop.runDispatchedPass();
+    } catch (const Exception& exception) {
+        log("*** A run loop callout raised an exception under the GLib main loop.  Ignored.  Exception: %@", static_cast<const Object*>(&exception));
+    } catch (const std::exception& exception) {
+        log("*** A run loop callout threw under the GLib main loop.  Ignored.  %s", exception.what());
+    } catch (...) {
+        log("*** A run loop callout threw under the GLib main loop.  Ignored.");
+    }
+}
+
+void RunLoop::BackEndDeleter::operator()(BackEnd* backEnd) const
+{
+    delete backEnd;
+}
+
+void RunLoop::startBackEnd()
+{
+    // The main loop may be made from another thread; every other loop on its own thread.
+    const bool isMain = pthread_equal(_thread, pthread_self()) ? Thread::isMainThread() : true;
+    _backEnd.reset(new BackEnd());
+    _backEnd->context = isMain ? g_main_context_ref(g_main_context_default()) : g_main_context_new();
+    GSource* source = g_source_new(&sourceFunctions, sizeof(BackEnd::Source));
+    reinterpret_cast<BackEnd::Source*>(source)->loop = this;
+    g_source_set_name(source, "yk::RunLoop");
+    g_source_set_priority(source, G_PRIORITY_DEFAULT);
+    // Callouts may run a GLib main loop, which must run the loop's items too.
+    g_source_set_can_recurse(source, true);
+    _backEnd->poll.fd = _epoll;
+    _backEnd->poll.events = G_IO_IN;
+    g_source_add_poll(source, &_backEnd->poll);
+    g_source_attach(source, _backEnd->context);
+    _backEnd->source = reinterpret_cast<BackEnd::Source*>(source);
+}
+
+void RunLoop::stopBackEnd()
+{
+    if (!_backEnd)
+        return;
+    GSource* source = &_backEnd->source->base;
+    g_source_destroy(source);
+    g_source_unref(source);
+    g_main_context_unref(_backEnd->context);
+    _backEnd.reset();
+}
+
+std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool mayWait)
+{
+    // A run's pass gives the context's other sources one look, so that a busy run keeps a
+    // toolkit drawing. Passes GLib dispatches, or without waiting, do not iterate again.
+    if (mayWait) {
+        Restore skip(_backEnd->skipDepth, g_main_depth() + 1);
+        g_main_context_iteration(_backEnd->context, false);
+    }
+    syncInterest(mode);
+    return readyDescriptors(0);
+}
+
+std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_point limit)
+{
+    syncInterest(mode);
+    {
+        Restore depth(_backEnd->waitDepth, g_main_depth() + 1);
+        Restore until(_backEnd->waitLimit, limit);
+        g_main_context_iteration(_backEnd->context, true);
+    }
+    return readyDescriptors(0);
+}
+
+void RunLoop::wakeUp()
+{
+    // Also on the loop's own thread: a post from a GLib callback there must make the context
+    // dispatch the loop, which GLib would not otherwise look at before it sleeps.
+    const uint64_t one = 1;
+    [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
+}
+
+} // namespace yk
