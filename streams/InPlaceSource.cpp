@@ -1,9 +1,5 @@
 #include "streams/InPlaceSource.h"
 
-#include <Yarkit/YBufferedInputStream.h>
-#include <Yarkit/YDataInputStream.h>
-#include <Yarkit/YPushbackInputStream.h>
-
 #include <cstring>
 
 #ifdef __x86_64__
@@ -21,12 +17,13 @@ InPlaceSource InPlaceSource::find(YStream* stream)
         return source;
     Class* cls = stream->classObject();
     if (cls == YPushbackInputStream::staticClass()) {
-        auto* pushback = static_cast<YPushbackInputStream*>(stream);
-        if (pushback->hasPushedBack() || !pushback->stream())
-            return source;
-        stream = pushback->stream();
+        source._pushback = static_cast<YPushbackInputStream*>(stream);
+        stream = source._pushback->stream();
+        if (!stream)
+            return {};
         cls = stream->classObject();
     }
+    source._source = stream;
     if (cls == YBufferedInputStream::staticClass()) {
         auto* buffered = static_cast<YBufferedInputStream*>(stream);
         if (buffered->_bufferSize > 1 && buffered->_buffer)
@@ -34,23 +31,6 @@ InPlaceSource InPlaceSource::find(YStream* stream)
     } else if (cls == YDataInputStream::staticClass())
         source._data = static_cast<YDataInputStream*>(stream);
     return source;
-}
-
-std::span<const uint8_t> InPlaceSource::unread() const
-{
-    if (_buffered) {
-        uint32_t pos = _buffered->_pos, count = _buffered->_count;
-        return { _buffered->_buffer.get() + pos, pos < count ? count - pos : 0 };
-    }
-    return { _data->_bytes + _data->_cursor, _data->remaining() };
-}
-
-void InPlaceSource::consume(uint32_t count)
-{
-    if (_buffered)
-        _buffered->_pos += count;
-    else
-        _data->_cursor += count;
 }
 
 bool InPlaceSource::refill()

@@ -7,11 +7,9 @@
 #include <cstdint>
 #include <span>
 
-namespace yk {
-class YStream;
-class YBufferedInputStream;
-class YDataInputStream;
-}
+#include <Yarkit/YBufferedInputStream.h>
+#include <Yarkit/YDataInputStream.h>
+#include <Yarkit/YPushbackInputStream.h>
 
 namespace yk::detail {
 
@@ -19,19 +17,38 @@ class InPlaceSource {
 public:
     // The source under one-byte reads made on `stream`: `stream` itself when it is exactly a
     // YBufferedInputStream with a buffer of more than one byte or a YDataInputStream, or such a
-    // stream under a YPushbackInputStream that holds nothing pushed back. Subclasses are left
-    // to their own reads. Empty when there is no such source.
+    // stream under a YPushbackInputStream. Subclasses are left to their own reads. Empty when
+    // there is no such source. What a stream is does not change, so a caller may keep the
+    // answer for as long as it keeps `stream`, asking isReady before each use.
     static InPlaceSource find(YStream* stream);
 
     explicit operator bool() const { return _buffered || _data; }
+    // Whether one-byte reads would come from the source now: nothing is pushed back in front
+    // of it and the pushback wrapper still holds it (its close lets it go).
+    bool isReady() const { return !_pushback || (!_pushback->hasPushedBack() && _pushback->stream() == _source); }
 
-    std::span<const uint8_t> unread() const;
-    void consume(uint32_t count);
+    std::span<const uint8_t> unread() const
+    {
+        if (_buffered) {
+            uint32_t pos = _buffered->_pos, count = _buffered->_count;
+            return { _buffered->_buffer.get() + pos, pos < count ? count - pos : 0 };
+        }
+        return { _data->_bytes + _data->_cursor, _data->remaining() };
+    }
+    void consume(uint32_t count)
+    {
+        if (_buffered)
+            _buffered->_pos += count;
+        else
+            _data->_cursor += count;
+    }
     // What a one-byte read does when nothing is unread: one refill of the buffer (a data
     // stream is at its end). Answers whether bytes came.
     bool refill();
 
 private:
+    YPushbackInputStream* _pushback { nullptr };
+    YStream* _source { nullptr };
     YBufferedInputStream* _buffered { nullptr };
     YDataInputStream* _data { nullptr };
 };

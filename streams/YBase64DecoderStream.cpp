@@ -60,7 +60,7 @@ bool YBase64DecoderStream::decodeNextGroup()
 uint32_t YBase64DecoderStream::decodeInPlace(uint8_t* out, uint32_t room, bool& atEnd)
 {
     auto source = detail::InPlaceSource::find(_stream.get());
-    if (!source)
+    if (!source || !source.isReady())
         return 0;
     std::span<const uint8_t> unread;
     for (;;) {

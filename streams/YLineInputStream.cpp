@@ -8,6 +8,7 @@
 #include "streams/InPlaceSource.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace yk {
@@ -19,6 +20,29 @@ namespace {
 constexpr uint8_t CR = '\r';
 constexpr uint8_t LF = '\n';
 constexpr uint32_t initialLineBufferSize = 128;
+// The least room a line's object is made with, so that most lines fit one made before.
+constexpr uint32_t lineDataRoom = 120;
+
+// A line's data with its bytes after the object, in room that may exceed its length.
+class LineData final : public Data {
+public:
+    static Ref<LineData> withRoom(uint32_t room)
+    {
+        void* memory = ::operator new(sizeof(LineData) + room);
+        return Ref<LineData>::adopt(::new (memory) LineData(room));
+    }
+    uint32_t room() const { return _room; }
+    uint8_t* storage() { return reinterpret_cast<uint8_t*>(this) + sizeof(LineData); }
+    void setLength(uint32_t length) { _length = length; }
+
+private:
+    explicit LineData(uint32_t room)
+        : _room(room)
+    {
+        _bytes = storage();
+    }
+    uint32_t _room;
+};
 
 } // namespace
 
@@ -26,6 +50,7 @@ YLineInputStream::YLineInputStream(Ref<YStream> stream)
     : YFilterStream(std::move(stream))
     , _lineBuffer(std::make_unique_for_overwrite<uint8_t[]>(initialLineBufferSize))
     , _lineBufferSize(initialLineBufferSize)
+    , _source(std::make_unique<detail::InPlaceSource>())
 {
 }
 
@@ -41,11 +66,16 @@ bool YLineInputStream::readByte(uint8_t& byte)
     return _stream && _stream->readBytes(&byte, 1) == 1;
 }
 
+void YLineInputStream::raiseLineTooLong() const
+{
+    raise(NSRangeException, "*** -[%s readLineDataTrimmingNewline:]: Range or index out of bounds", classObject()->name().c_str());
+}
+
 void YLineInputStream::append(const uint8_t* bytes, uint32_t length)
 {
     if (length > _lineBufferSize - _lineLength) {
         if (uint64_t(_lineLength) + length > UINT32_MAX)
-            raise(NSRangeException, "*** -[%s readLineDataTrimmingNewline:]: Range or index out of bounds", classObject()->name().c_str());
+            raiseLineTooLong();
         uint64_t size = _lineBufferSize;
         while (size - _lineLength < length)
             size *= 2;
@@ -69,13 +99,35 @@ void YLineInputStream::pushBack(uint8_t byte)
     static_cast<YPushbackInputStream*>(_stream.get())->unreadBytes(&byte, 0, 1);
 }
 
+// The previous line's object is filled again when the caller has let it go (nobody can tell it
+// from a new one) and it has room; otherwise a new one is made. Either way the caller holds
+// the only other reference.
+Ref<Data> YLineInputStream::makeLine(const uint8_t* bytes, uint32_t length)
+{
+    if (uint64_t(_lineLength) + length > UINT32_MAX)
+        raiseLineTooLong();
+    uint32_t total = _lineLength + length;
+    auto* line = static_cast<LineData*>(_lastLine.get());
+    if (line && line->retainCount() == 1 && line->room() >= total) {
+        std::atomic_thread_fence(std::memory_order_acquire); // after the other holders' last release
+    } else {
+        _lastLine = LineData::withRoom(std::max(total, lineDataRoom));
+        line = static_cast<LineData*>(_lastLine.get());
+    }
+    if (_lineLength)
+        std::memcpy(line->storage(), _lineBuffer.get(), _lineLength);
+    if (length)
+        std::memcpy(line->storage() + _lineLength, bytes, length);
+    line->setLength(total);
+    _lineLength = 0;
+    return _lastLine;
+}
+
 Ref<Data> YLineInputStream::takeLine(bool nilWhenEmpty)
 {
-    uint32_t length = _lineLength;
-    _lineLength = 0;
-    if (!length && nilWhenEmpty)
+    if (!_lineLength && nilWhenEmpty)
         return nullptr;
-    return Data::dataWithBytes(_lineBuffer.get(), length);
+    return makeLine(nullptr, 0);
 }
 
 Ref<Data> YLineInputStream::finishAfterCR(bool trim)
@@ -94,27 +146,37 @@ Ref<Data> YLineInputStream::finishAfterCR(bool trim)
     return takeLine(false);
 }
 
-// A whole line that lies in the source's unread bytes, taken without the line buffer; null
-// when a CR ends the unread bytes (its next byte must be read).
+// A line whose terminator lies in the source's unread bytes, made in one allocation from the
+// bytes collected so far and the run before the terminator; null when a CR ends the unread
+// bytes (its next byte must be read).
 Ref<Data> YLineInputStream::lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim)
 {
     const uint8_t* bytes = unread.data();
-    if (bytes[run] == LF) {
-        source.consume(run + 1);
-        return Data::dataWithBytes(bytes, trim ? run : run + 1);
+    uint32_t terminator = 1;
+    bool pushesBack = false;
+    if (bytes[run] == CR) {
+        if (run + 1 == unread.size())
+            return nullptr;
+        if (bytes[run + 1] == LF)
+            terminator = 2;
+        else
+            pushesBack = true;
     }
-    if (run + 1 == unread.size())
-        return nullptr;
-    uint8_t next = bytes[run + 1];
-    if (next == LF) {
-        source.consume(run + 2);
-        return Data::dataWithBytes(bytes, trim ? run : run + 2);
-    }
-    // The byte after the CR is read and pushed back, as a one-byte read would.
-    Ref<Data> line = Data::dataWithBytes(bytes, trim ? run : run + 1);
-    source.consume(run + 2);
-    pushBack(next);
+    Ref<Data> line = makeLine(bytes, trim ? run : run + terminator);
+    // The byte after a lone CR is read and pushed back, as a one-byte read would.
+    source.consume(run + terminator + pushesBack);
+    if (pushesBack)
+        pushBack(bytes[run + 1]);
     return line;
+}
+
+detail::InPlaceSource* YLineInputStream::inPlaceSource()
+{
+    if (_stream.get() != _scannedStream) {
+        *_source = detail::InPlaceSource::find(_stream.get());
+        _scannedStream = _stream.get();
+    }
+    return *_source && _source->isReady() ? _source.get() : nullptr;
 }
 
 Ref<Data> YLineInputStream::readLineData()
@@ -131,26 +193,25 @@ Ref<Data> YLineInputStream::readLineDataTrimmingNewline(bool trim)
     _lineLength = 0;
     for (;;) {
         uint8_t byte;
-        if (auto source = detail::InPlaceSource::find(_stream.get())) {
-            auto unread = source.unread();
+        if (detail::InPlaceSource* source = inPlaceSource()) {
+            auto unread = source->unread();
             if (unread.empty()) {
-                if (!source.refill())
+                if (!source->refill())
                     return takeLine(true);
                 continue;
             }
             const uint8_t* lineBreak = detail::findLineBreak(unread);
-            auto run = static_cast<uint32_t>(lineBreak ? lineBreak - unread.data() : unread.size());
-            if (lineBreak && !_lineLength) {
-                if (Ref<Data> line = lineInPlace(source, unread, run, trim))
-                    return line;
-            }
-            append(unread.data(), run);
             if (!lineBreak) {
-                source.consume(run);
+                append(unread.data(), static_cast<uint32_t>(unread.size()));
+                source->consume(static_cast<uint32_t>(unread.size()));
                 continue;
             }
-            byte = *lineBreak;
-            source.consume(run + 1);
+            auto run = static_cast<uint32_t>(lineBreak - unread.data());
+            if (Ref<Data> line = lineInPlace(*source, unread, run, trim))
+                return line;
+            append(unread.data(), run);
+            source->consume(run + 1);
+            byte = CR;
         } else if (!readByte(byte)) {
             return takeLine(true);
         }

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,7 @@ constexpr const char* base64Help = R"(Usage: yarkit base64 [--decode] [--line-le
 Encodes FILE (standard input when none is given, or for "-") as base64 on standard output,
 in lines of N characters, each complete line ending in CR LF; a final partial line has no
 CR LF after it. A length that is not a multiple of 4 never matches the end of a group, so it
-gives one unbroken line, as 0 does. Encoding streams the input in constant memory.
+gives one unbroken line, as 0 does. Both directions stream the input in constant memory.
 With --decode, decodes base64 text instead: line breaks (CR, LF, with one following space or
 tab for folded lines) are skipped, "=" ends the data, and stray characters between complete
 groups are ignored.
@@ -113,17 +114,75 @@ int encode(const std::string& name, int32_t lineLength, bool pad, bool progress)
     return ExitSuccess;
 }
 
-int decode(const Input& input, bool pad)
+bool isAlphabet(uint8_t c)
 {
-    std::vector<uint8_t> bytes(input.bytes().size() * 3 / 4);
-    const auto* text = reinterpret_cast<const char*>(input.data->bytes());
-    auto length = input.data->length();
-    int32_t n = pad ? yk_decode_base64(bytes.data(), text, length) : yk_decode_base64_no_pad(bytes.data(), text, length);
-    if (n < 0) {
-        std::fprintf(stderr, "yarkit base64: %s: not valid base64 text\n", input.name.c_str());
-        return ExitChanged;
+    return unsigned((c | 0x20) - 'a') < 26 || unsigned(c - '0') < 10 || c == '+' || c == '/';
+}
+
+// Where the text can be cut so that decoding the two sides apart gives what decoding the
+// whole gives: before the last alphabet character that starts a group, or 0. The decoder takes
+// every alphabet character (and "=" when padded) as a value and nothing else, so a group
+// starts at every fourth value. Cut there, no group is half collected, no line break or "!"
+// needs a look past the cut, and the second side writes a byte before any stray character
+// between groups could matter to it.
+size_t groupStart(std::span<const uint8_t> text, bool pad)
+{
+    size_t values = 0;
+    for (uint8_t c : text)
+        values += isAlphabet(c) || (pad && c == '=');
+    for (size_t i = text.size(); i-- > 0;) {
+        bool alphabet = isAlphabet(text[i]);
+        if (!alphabet && !(pad && text[i] == '='))
+            continue;
+        --values; // the index of this value
+        if (alphabet && values % 4 == 0)
+            return i;
     }
-    return writeOutput(bytes.data(), static_cast<size_t>(n)) ? ExitSuccess : ExitError;
+    return 0;
+}
+
+// Decodes with the C decoder's rules in constant memory: the text is read a block at a time
+// and each piece up to the last group that begins in it is decoded on its own. With padding
+// the data ends with the piece holding the first "=". Bytes decoded before invalid text are
+// written; only a group spread over more than a block by line breaks makes the buffer grow.
+int decode(const std::string& name, bool pad)
+{
+    Ref<YFileStream> file = openInputStream(name);
+    if (!file)
+        return ExitError;
+    std::vector<uint8_t> text(2 * blockSize);
+    std::vector<uint8_t> bytes;
+    size_t held = 0;
+    try {
+        for (;;) {
+            if (text.size() < held + blockSize)
+                text.resize(held + blockSize);
+            uint32_t n = file->readBytes(text.data() + held, blockSize);
+            held += n;
+            size_t cut = n ? groupStart({ text.data(), held }, pad) : held;
+            if (cut) {
+                bytes.resize(cut * 3 / 4);
+                const auto* chars = reinterpret_cast<const char*>(text.data());
+                int32_t length = pad ? yk_decode_base64(bytes.data(), chars, static_cast<uint32_t>(cut))
+                                     : yk_decode_base64_no_pad(bytes.data(), chars, static_cast<uint32_t>(cut));
+                if (length < 0) {
+                    std::fprintf(stderr, "yarkit base64: %s: not valid base64 text\n", name == "-" ? "(standard input)" : name.c_str());
+                    return ExitChanged;
+                }
+                if (!writeOutput(bytes.data(), static_cast<size_t>(length)))
+                    return ExitError;
+                if (pad && std::memchr(text.data(), '=', cut))
+                    return ExitSuccess;
+                std::memmove(text.data(), text.data() + cut, held - cut);
+                held -= cut;
+            }
+            if (!n)
+                return ExitSuccess;
+        }
+    } catch (const Exception& e) {
+        std::fprintf(stderr, "yarkit base64: %s\n", e.what());
+        return ExitError;
+    }
 }
 
 } // namespace
@@ -154,10 +213,7 @@ int runBase64(int argc, char** argv, int first)
     bool pad = !arguments->has("--no-pad");
     if (!arguments->has("--decode"))
         return encode(arguments->inputNames().front(), lineLength, pad, arguments->has("--progress"));
-    auto input = readInput(arguments->inputNames().front());
-    if (!input)
-        return ExitError;
-    return decode(*input, pad);
+    return decode(arguments->inputNames().front(), pad);
 }
 
 } // namespace yk::tool

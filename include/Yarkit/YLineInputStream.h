@@ -11,7 +11,8 @@ namespace detail {
 class InPlaceSource;
 }
 
-// Reads lines ended by LF, CR or CR LF, one fresh data object per line. Put a buffered
+// Reads lines ended by LF, CR or CR LF, one data object per line that nobody else holds (the
+// previous line's object, refilled, once the caller has let it go). Put a buffered
 // stream under it: it reads its stream a byte at a time, except over a YBufferedInputStream
 // or a YDataInputStream, whose unread bytes it scans in place (consuming exactly the same
 // bytes).
@@ -35,19 +36,29 @@ public:
 
 private:
     bool readByte(uint8_t& byte);
+    [[noreturn]] void raiseLineTooLong() const;
     void append(const uint8_t* bytes, uint32_t length);
     void append(uint8_t byte) { append(&byte, 1); }
     void pushBack(uint8_t byte);
+    // A line of the collected bytes followed by `length` more.
+    Ref<Data> makeLine(const uint8_t* bytes, uint32_t length);
     // The collected bytes as a line; null when `nilWhenEmpty` and nothing was collected.
     Ref<Data> takeLine(bool nilWhenEmpty);
     Ref<Data> lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim);
     // After a CR: takes a following LF, pushes back anything else.
     Ref<Data> finishAfterCR(bool trim);
+    // The source whose unread bytes are scanned in place, when one-byte reads would come
+    // from it now; found once per wrapped stream.
+    detail::InPlaceSource* inPlaceSource();
 
     // The line assembly area, kept across calls: 128 bytes, doubled when full.
     std::unique_ptr<uint8_t[]> _lineBuffer;
     uint32_t _lineBufferSize { 0 };
     uint32_t _lineLength { 0 };
+    // The last line returned, whose object the next line reuses once the caller lets it go.
+    Ref<Data> _lastLine;
+    YStream* _scannedStream { nullptr };
+    std::unique_ptr<detail::InPlaceSource> _source;
 };
 
 } // namespace yk

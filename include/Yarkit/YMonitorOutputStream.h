@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Yarkit/YFilterStream.h>
+#include <Yarkit/MonitorStreamBase.h>
 
 namespace yk {
 
@@ -13,34 +13,15 @@ namespace yk {
 // With a delegate that implements the method (and a step above 0), a write is split into
 // chunks that end on step boundaries and every chunk is written; otherwise it is one plain
 // write and nothing is counted. The total is 32 bits and wraps at 4 GiB.
-class YMonitorOutputStream : public YFilterStream {
+class YMonitorOutputStream : public detail::MonitorStreamBase<YMonitorOutputStream> {
     YK_OBJECT(YMonitorOutputStream, YFilterStream)
 public:
-    explicit YMonitorOutputStream(Ref<YStream> stream, Object* delegate = nullptr, uint32_t monitorIncrements = 4096);
+    static constexpr char notificationSelector[] = "stream:didWriteDataOfLength:";
+
+    using MonitorStreamBase::MonitorStreamBase;
     ~YMonitorOutputStream() override;
 
-    [[nodiscard]] static Ref<YMonitorOutputStream> streamWithStream(YStream* stream, Object* delegate);
-    [[nodiscard]] static Ref<YMonitorOutputStream> streamWithStream(YStream* stream, Object* delegate, uint32_t monitorIncrements);
-
-    Object* delegate() const { return _delegate; }
-    // Not retained.
-    void setDelegate(Object* delegate);
-    uint32_t monitorIncrements() const { return _monitorIncrements; }
-    // Keeps the bytes counted towards the current step; when they already reach the new step,
-    // the next step starts from 0.
-    void setMonitorIncrements(uint32_t monitorIncrements) { _monitorIncrements = monitorIncrements; }
-    uint32_t length() const { return _length; }
-    // Restarts the total; the step boundary stays where it was.
-    void resetLength() { _length = 0; }
-
     void writeBytes(const void* bytes, uint32_t length) override;
-
-private:
-    Object* _delegate;
-    uint32_t _monitorIncrements;
-    uint32_t _length { 0 };
-    uint32_t _counter { 0 };
-    bool _delRespondsToDidWriteData { false };
 };
 
 } // namespace yk

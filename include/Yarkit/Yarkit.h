@@ -20,6 +20,7 @@
 #include <Yarkit/MainThreadPerform.h>
 #include <Yarkit/MemoryFunctions.h>
 #include <Yarkit/MethodReplacement.h>
+#include <Yarkit/MonitorStreamBase.h>
 #include <Yarkit/MutableDictionaryAdditions.h>
 #include <Yarkit/NotificationQueueAdditions.h>
 #include <Yarkit/ObjectAbstractMethods.h>

@@ -120,11 +120,8 @@ TEST(FileHandle, PipeReadsReturnWhatArrivedWithoutWaitingForMore)
 
 TEST(FileHandle, FailuresRaiseNamingTheSelectorAndTheSystemError)
 {
-    auto full = FileHandle::fileHandleForWritingAtPath("/dev/full");
-    ASSERT_TRUE(full);
-    expectRaise([&] { full->writeData(Data::dataWithString("x").get()); }, NSFileHandleOperationException,
-        "*** -[FileHandle writeData:]: No space left on device");
-    expectRaise([&] { full->writeData(nullptr); }, NSInvalidArgumentException,
+    // A full disk is pinned through YFileStream.
+    expectRaise([&] { FileHandle::fileHandleWithNullDevice()->writeData(nullptr); }, NSInvalidArgumentException,
         "*** -[FileHandle writeData:]: nil string (or other) argument");
 
     // A descriptor closed behind the handle's back: closeFile raises once and the handle is closed.

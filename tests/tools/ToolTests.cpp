@@ -1,8 +1,11 @@
 #include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include <Yarkit/Base64.h>
 
 #include "core/CommandOutput.h"
 #include "core/TemporaryFolder.h"
@@ -155,6 +158,37 @@ TEST(Tool, Base64OfALargeInputRoundTripsWithProgressAndWriteErrors)
     EXPECT_EQ(encoded.out.find('='), encoded.out.size() - 1);
     EXPECT_EQ(run("base64 --decode", encoded.out).out, bytes);
     EXPECT_EQ(yk::test::runCommand("echo x | '" YK_TOOL_PATH "' base64 >/dev/full 2>/dev/null").status, 2) << "a write error";
+}
+
+// Decoding reads the text in pieces of 64 KiB; joined, they must give what the C decoder gives
+// for the whole text: groups split by line breaks, folds and "!" breaks at every offset,
+// stray characters between groups, and text after the padded group.
+TEST(Tool, Base64DecodesInPiecesAsTheCDecoderDecodesTheWhole)
+{
+    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const char* breaks[] = { "\r\n", "\n", "\r\n ", "!\r\n", "\r\r\n\t" };
+    std::mt19937 random(7);
+    std::string text;
+    while (text.size() < 300000) {
+        for (int i = 0; i < 4; ++i) {
+            text += alphabet[random() % 64];
+            if (random() % 23 == 0)
+                text += breaks[random() % 5];
+        }
+        if (random() % 31 == 0)
+            text += random() % 2 ? "*" : " ";
+    }
+    for (bool pad : { true, false }) {
+        std::string input = pad ? text + "QQ==QUI=*" + text : text;
+        std::string expected(input.size(), '\0');
+        int32_t n = pad ? yk_decode_base64(reinterpret_cast<uint8_t*>(expected.data()), input.data(), uint32_t(input.size()))
+                        : yk_decode_base64_no_pad(reinterpret_cast<uint8_t*>(expected.data()), input.data(), uint32_t(input.size()));
+        ASSERT_GT(n, 200000);
+        expected.resize(size_t(n));
+        Result decoded = run(pad ? "base64 --decode" : "base64 --decode --no-pad", input);
+        EXPECT_EQ(decoded.status, 0) << decoded.err;
+        EXPECT_TRUE(decoded.out == expected) << "padded " << pad << ": " << decoded.out.size() << " bytes, expected " << n;
+    }
 }
 
 TEST(Tool, NewlinesRewritesAndCountsLineEndings)
