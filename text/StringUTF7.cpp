@@ -9,6 +9,10 @@
 #include <cstring>
 #include <string_view>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace yk {
 namespace {
 
@@ -61,6 +65,49 @@ constexpr char16_t fromBigEndian(char16_t unit)
     return unit;
 }
 
+// Writes "," for every "/" in place, eight bytes at a time: a byte of `word ^ "////////"` is
+// zero exactly where a "/" was, and "/" less 3 is ",".
+void replaceSlashesWithCommas(char* text, size_t length)
+{
+    constexpr uint64_t slashes = 0x2F2F2F2F2F2F2F2Full, low7 = 0x7F7F7F7F7F7F7F7Full;
+    size_t i = 0;
+    for (; i + 8 <= length; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text + i, 8);
+        const uint64_t x = word ^ slashes;
+        const uint64_t zeroBytes = ~(((x & low7) + low7) | x | low7);
+        if (!zeroBytes)
+            continue;
+        word -= (zeroBytes >> 7) * 3;
+        std::memcpy(text + i, &word, 8);
+    }
+    for (; i < length; ++i)
+        text[i] = text[i] == '/' ? ',' : text[i];
+}
+
+// The units in [i, end) from i up to the first one outside 0x20-0x7E or equal to "&", which
+// modified UTF-7 writes as they are; their low bytes go to `out`. Returns where it stopped.
+uint32_t narrowPrintableRun(const char16_t* units, uint32_t i, uint32_t end, char* out)
+{
+    char* const start = out - i;
+#if defined(__SSE2__)
+    const __m128i belowSpace = _mm_set1_epi16(0x1F), delete_ = _mm_set1_epi16(0x7F), ampersand = _mm_set1_epi16('&');
+    for (; i + 8 <= end; i += 8) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
+        // Signed compares: units from 0x8000 up are negative, so below the space too.
+        const __m128i printable = _mm_andnot_si128(_mm_cmpeq_epi16(v, ampersand),
+            _mm_and_si128(_mm_cmpgt_epi16(v, belowSpace), _mm_cmplt_epi16(v, delete_)));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(start + i), _mm_packus_epi16(v, v));
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(printable));
+        if (mask != 0xFFFF)
+            return i + static_cast<uint32_t>(std::countr_one(mask)) / 2;
+    }
+#endif
+    for (; i < end && isPrintableASCII(units[i]) && units[i] != '&'; ++i)
+        start[i] = static_cast<char>(units[i]);
+    return i;
+}
+
 // Collects the encoders' output in a buffer on the stack and appends it to the data in large
 // pieces, so the data is never zero-filled and its bytes are written once.
 class Output {
@@ -109,7 +156,7 @@ void encodeRun(const char16_t* units, uint32_t count, Output& output, bool comma
         char* out = output.reserve(charactersPerChunk);
         const int32_t chunkWritten = std::max(yk_encode_base64_no_pad(out, bigEndian, chunk * 2, -1), 0);
         if (commaForSlash)
-            std::replace(out, out + chunkWritten, '/', ',');
+            replaceSlashesWithCommas(out, static_cast<size_t>(chunkWritten));
         output.commit(static_cast<size_t>(chunkWritten));
         written += static_cast<uint64_t>(chunkWritten);
         done += chunk;
@@ -120,18 +167,29 @@ void encodeRun(const char16_t* units, uint32_t count, Output& output, bool comma
     }
 }
 
-// Copies units as bytes from `i` while `isLiteral` holds, and returns where it stopped.
-template <typename IsLiteral>
-uint32_t copyLiteralRun(const char16_t* units, uint32_t i, uint32_t count, Output& output, IsLiteral isLiteral)
+// Copies units as bytes from `i` while they are written as they are, and returns where it
+// stopped. `narrow(units, i, end, out)` copies from i up to end or the first unit that is not,
+// and may write up to 8 bytes beyond what it copies.
+template <typename Narrow>
+uint32_t copyLiteralRun(const char16_t* units, uint32_t i, uint32_t count, Output& output, Narrow narrow)
 {
-    constexpr size_t piece = 1024;
-    while (i < count && isLiteral(units[i])) {
-        char* out = output.reserve(piece);
-        size_t written = 0;
-        for (; written < piece && i < count && isLiteral(units[i]); ++i)
-            out[written++] = static_cast<char>(units[i]);
-        output.commit(written);
+    constexpr uint32_t piece = 1024;
+    for (;;) {
+        const uint32_t end = std::min(count, i + piece);
+        char* out = output.reserve(piece + 8);
+        const uint32_t stop = narrow(units, i, end, out);
+        output.commit(stop - i);
+        if (stop < end || stop == count)
+            return stop;
+        i = stop;
     }
+}
+
+uint32_t narrowDirectRun(const char16_t* units, uint32_t i, uint32_t end, char* out)
+{
+    char* const start = out - i;
+    for (; i < end && isDirectUTF7(units[i]); ++i)
+        start[i] = static_cast<char>(units[i]);
     return i;
 }
 
@@ -157,7 +215,7 @@ void encodeUTF7Units(const char16_t* units, uint32_t count, Output& output)
         if (isDirectUTF7(units[i])) {
             if (i && (isBase64Character(units[i]) || units[i] == '-'))
                 output.put('-');
-            i = copyLiteralRun(units, i, count, output, isDirectUTF7);
+            i = copyLiteralRun(units, i, count, output, narrowDirectRun);
             continue;
         }
         uint32_t end = i + 1;
@@ -181,7 +239,7 @@ void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& outp
             continue;
         }
         if (isPrintableASCII(units[i])) {
-            i = copyLiteralRun(units, i, count, output, [](char16_t c) { return isPrintableASCII(c) && c != '&'; });
+            i = copyLiteralRun(units, i, count, output, narrowPrintableRun);
             continue;
         }
         uint32_t end = i + 1;
@@ -208,10 +266,24 @@ uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out)
     return count;
 }
 
-// Widens the bytes before the next `shift` (or the end) to units at out[*written]; returns
-// where it stopped.
+// Widens the bytes before the next `shift` (or the end) to units at out[written]; returns
+// where it stopped. The buffer at `out` has room for a unit per byte of `in`, and `written`
+// never passes the byte index, so the vector stores stay inside it.
 uint32_t copyUnshifted(const char* in, uint32_t i, uint32_t length, char shift, char16_t* out, uint32_t& written)
 {
+#if defined(__SSE2__)
+    const __m128i shifts = _mm_set1_epi8(shift), zero = _mm_setzero_si128();
+    for (; i + 16 <= length; i += 16, written += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written + 8), _mm_unpackhi_epi8(bytes, zero));
+        if (const unsigned found = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, shifts)))) {
+            const auto before = static_cast<uint32_t>(std::countr_zero(found));
+            written += before;
+            return i + before;
+        }
+    }
+#endif
     const void* found = std::memchr(in + i, shift, length - i);
     const uint32_t end = found ? static_cast<uint32_t>(static_cast<const char*>(found) - in) : length;
     for (uint32_t j = i; j < end; ++j)
