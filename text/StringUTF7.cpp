@@ -3,6 +3,8 @@
 #include <Yarkit/Base64.h>
 #include <Yarkit/core/values/Exception.h>
 
+#include "streams/Base64Codec.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -140,6 +142,24 @@ private:
     char _buffer[16384];
 };
 
+// Runs of a mailbox name are short: below 32 characters (24 bytes) the codec's vector path
+// does nothing, so they go straight to its table path, which gives the same answer.
+constexpr uint32_t shortRunBytes = 24;
+
+int32_t encodeBase64NoPad(char* out, const uint8_t* bytes, uint32_t length)
+{
+    if (length < shortRunBytes)
+        return detail::encodeBase64Using(detail::Base64Path::Tables, out, bytes, length, -1, 0);
+    return yk_encode_base64_no_pad(out, bytes, length, -1);
+}
+
+int32_t decodeBase64NoPad(uint8_t* out, const char* characters, uint32_t length)
+{
+    if (length < shortRunBytes / 3 * 4)
+        return detail::decodeBase64Using(detail::Base64Path::Tables, out, characters, length, 0);
+    return yk_decode_base64_no_pad(out, characters, length);
+}
+
 // Writes the base64 text of `count` units, big-endian, unpadded, with "," for "/" when asked.
 // Raises when the codec's count is not ceil(16n / 6).
 void encodeRun(const char16_t* units, uint32_t count, Output& output, bool commaForSlash)
@@ -154,7 +174,7 @@ void encodeRun(const char16_t* units, uint32_t count, Output& output, bool comma
             bigEndian[2 * i + 1] = static_cast<uint8_t>(units[done + i]);
         }
         char* out = output.reserve(charactersPerChunk);
-        const int32_t chunkWritten = std::max(yk_encode_base64_no_pad(out, bigEndian, chunk * 2, -1), 0);
+        const int32_t chunkWritten = std::max(encodeBase64NoPad(out, bigEndian, chunk * 2), 0);
         if (commaForSlash)
             replaceSlashesWithCommas(out, static_cast<size_t>(chunkWritten));
         output.commit(static_cast<size_t>(chunkWritten));
@@ -257,7 +277,7 @@ void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& outp
 // bytes, which the decoder may use as scratch space.
 uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out)
 {
-    const int32_t bytes = yk_decode_base64_no_pad(reinterpret_cast<uint8_t*>(out), characters, length);
+    const int32_t bytes = decodeBase64NoPad(reinterpret_cast<uint8_t*>(out), characters, length);
     if (bytes <= 0 || bytes % 2)
         return 0;
     const uint32_t count = static_cast<uint32_t>(bytes) / 2;
@@ -379,8 +399,9 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
 {
     const char* in = static_cast<const char*>(bytes);
     std::u16string units = unitBufferFor(length);
-    std::string scratch;
-    scratch.reserve(32);
+    // The run's characters with "/" for ","; mailbox names' runs fit on the stack.
+    char shortRun[64];
+    std::string longRun;
     // Where the next "-" at or after a position is; `length` when there is none, which stays
     // true for every later position, so a run of "&" without a closing "-" is scanned once.
     const char* dash = nullptr;
@@ -401,10 +422,15 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
         }
         uint32_t count = 0;
         if (dash != in + length) {
-            scratch.assign(in + i + 1, dash);
-            for (char& c : scratch)
-                c = c == ',' ? '/' : c;
-            count = decodeRun(scratch.data(), static_cast<uint32_t>(scratch.size()), &units[out]);
+            const auto runLength = static_cast<uint32_t>(dash - (in + i + 1));
+            char* run = shortRun;
+            if (runLength > sizeof shortRun) {
+                longRun.resize(runLength);
+                run = longRun.data();
+            }
+            for (uint32_t k = 0; k < runLength; ++k)
+                run[k] = in[i + 1 + k] == ',' ? '/' : in[i + 1 + k];
+            count = decodeRun(run, runLength, &units[out]);
         }
         if (!count) {
             units[out++] = '&';

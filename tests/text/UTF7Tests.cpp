@@ -25,7 +25,7 @@ std::string bytesOf(const Data* data)
 // lone surrogates.
 std::u16string randomText(std::mt19937& random, bool loneSurrogates)
 {
-    std::uniform_int_distribution<int> kind(0, loneSurrogates ? 5 : 4), length(0, 24);
+    std::uniform_int_distribution<int> kind(0, loneSurrogates ? 5 : 4), length(0, 40);
     std::u16string text;
     for (int n = length(random); n > 0; --n) {
         switch (kind(random)) {
