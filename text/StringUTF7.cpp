@@ -205,9 +205,31 @@ uint32_t copyLiteralRun(const char16_t* units, uint32_t i, uint32_t count, Outpu
     }
 }
 
+// The units in [i, end) from i up to the first one that UTF-7 does not write as it is; their
+// low bytes go to `out`, as narrowPrintableRun does.
 uint32_t narrowDirectRun(const char16_t* units, uint32_t i, uint32_t end, char* out)
 {
     char* const start = out - i;
+#if defined(__SSE2__)
+    for (; i + 8 <= end; i += 8) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
+        // Signed compares: units from 0x8000 up are negative, so outside every range.
+        auto inRange = [v](short low, short high) {
+            return _mm_and_si128(_mm_cmpgt_epi16(v, _mm_set1_epi16(static_cast<short>(low - 1))),
+                _mm_cmplt_epi16(v, _mm_set1_epi16(static_cast<short>(high + 1))));
+        };
+        auto is = [v](char c) { return _mm_cmpeq_epi16(v, _mm_set1_epi16(c)); };
+        // ' ( ) and , - . / 0-9 : are two ranges; then the letters, ? and the four spaces.
+        const __m128i punctuation = _mm_or_si128(inRange('\'', ')'), inRange(',', ':'));
+        const __m128i letters = _mm_or_si128(inRange('A', 'Z'), inRange('a', 'z'));
+        const __m128i others = _mm_or_si128(_mm_or_si128(is('?'), is(' ')), _mm_or_si128(_mm_or_si128(is('\t'), is('\r')), is('\n')));
+        const __m128i direct = _mm_or_si128(_mm_or_si128(punctuation, letters), others);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(start + i), _mm_packus_epi16(v, v));
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(direct));
+        if (mask != 0xFFFF)
+            return i + static_cast<uint32_t>(std::countr_one(mask)) / 2;
+    }
+#endif
     for (; i < end && isDirectUTF7(units[i]); ++i)
         start[i] = static_cast<char>(units[i]);
     return i;
