@@ -3,11 +3,17 @@
 #include <Yarkit/Base64.h>
 #include <Yarkit/core/values/Exception.h>
 
+#include "streams/Base64Codec.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
 #include <string_view>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace yk {
 namespace {
@@ -61,6 +67,49 @@ constexpr char16_t fromBigEndian(char16_t unit)
     return unit;
 }
 
+// Writes "," for every "/" in place, eight bytes at a time: a byte of `word ^ "////////"` is
+// zero exactly where a "/" was, and "/" less 3 is ",".
+void replaceSlashesWithCommas(char* text, size_t length)
+{
+    constexpr uint64_t slashes = 0x2F2F2F2F2F2F2F2Full, low7 = 0x7F7F7F7F7F7F7F7Full;
+    size_t i = 0;
+    for (; i + 8 <= length; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text + i, 8);
+        const uint64_t x = word ^ slashes;
+        const uint64_t zeroBytes = ~(((x & low7) + low7) | x | low7);
+        if (!zeroBytes)
+            continue;
+        word -= (zeroBytes >> 7) * 3;
+        std::memcpy(text + i, &word, 8);
+    }
+    for (; i < length; ++i)
+        text[i] = text[i] == '/' ? ',' : text[i];
+}
+
+// The units in [i, end) from i up to the first one outside 0x20-0x7E or equal to "&", which
+// modified UTF-7 writes as they are; their low bytes go to `out`. Returns where it stopped.
+uint32_t narrowPrintableRun(const char16_t* units, uint32_t i, uint32_t end, char* out)
+{
+    char* const start = out - i;
+#if defined(__SSE2__)
+    const __m128i belowSpace = _mm_set1_epi16(0x1F), delete_ = _mm_set1_epi16(0x7F), ampersand = _mm_set1_epi16('&');
+    for (; i + 8 <= end; i += 8) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
+        // Signed compares: units from 0x8000 up are negative, so below the space too.
+        const __m128i printable = _mm_andnot_si128(_mm_cmpeq_epi16(v, ampersand),
+            _mm_and_si128(_mm_cmpgt_epi16(v, belowSpace), _mm_cmplt_epi16(v, delete_)));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(start + i), _mm_packus_epi16(v, v));
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(printable));
+        if (mask != 0xFFFF)
+            return i + static_cast<uint32_t>(std::countr_one(mask)) / 2;
+    }
+#endif
+    for (; i < end && isPrintableASCII(units[i]) && units[i] != '&'; ++i)
+        start[i] = static_cast<char>(units[i]);
+    return i;
+}
+
 // Collects the encoders' output in a buffer on the stack and appends it to the data in large
 // pieces, so the data is never zero-filled and its bytes are written once.
 class Output {
@@ -93,6 +142,24 @@ private:
     char _buffer[16384];
 };
 
+// Runs of a mailbox name are short: below 32 characters (24 bytes) the codec's vector path
+// does nothing, so they go straight to its table path, which gives the same answer.
+constexpr uint32_t shortRunBytes = 24;
+
+int32_t encodeBase64NoPad(char* out, const uint8_t* bytes, uint32_t length)
+{
+    if (length < shortRunBytes)
+        return detail::encodeBase64Using(detail::Base64Path::Tables, out, bytes, length, -1, 0);
+    return yk_encode_base64_no_pad(out, bytes, length, -1);
+}
+
+int32_t decodeBase64NoPad(uint8_t* out, const char* characters, uint32_t length)
+{
+    if (length < shortRunBytes / 3 * 4)
+        return detail::decodeBase64Using(detail::Base64Path::Tables, out, characters, length, 0);
+    return yk_decode_base64_no_pad(out, characters, length);
+}
+
 // Writes the base64 text of `count` units, big-endian, unpadded, with "," for "/" when asked.
 // Raises when the codec's count is not ceil(16n / 6).
 void encodeRun(const char16_t* units, uint32_t count, Output& output, bool commaForSlash)
@@ -107,9 +174,9 @@ void encodeRun(const char16_t* units, uint32_t count, Output& output, bool comma
             bigEndian[2 * i + 1] = static_cast<uint8_t>(units[done + i]);
         }
         char* out = output.reserve(charactersPerChunk);
-        const int32_t chunkWritten = std::max(yk_encode_base64_no_pad(out, bigEndian, chunk * 2, -1), 0);
+        const int32_t chunkWritten = std::max(encodeBase64NoPad(out, bigEndian, chunk * 2), 0);
         if (commaForSlash)
-            std::replace(out, out + chunkWritten, '/', ',');
+            replaceSlashesWithCommas(out, static_cast<size_t>(chunkWritten));
         output.commit(static_cast<size_t>(chunkWritten));
         written += static_cast<uint64_t>(chunkWritten);
         done += chunk;
@@ -120,18 +187,51 @@ void encodeRun(const char16_t* units, uint32_t count, Output& output, bool comma
     }
 }
 
-// Copies units as bytes from `i` while `isLiteral` holds, and returns where it stopped.
-template <typename IsLiteral>
-uint32_t copyLiteralRun(const char16_t* units, uint32_t i, uint32_t count, Output& output, IsLiteral isLiteral)
+// Copies units as bytes from `i` while they are written as they are, and returns where it
+// stopped. `narrow(units, i, end, out)` copies from i up to end or the first unit that is not,
+// and may write up to 8 bytes beyond what it copies.
+template <typename Narrow>
+uint32_t copyLiteralRun(const char16_t* units, uint32_t i, uint32_t count, Output& output, Narrow narrow)
 {
-    constexpr size_t piece = 1024;
-    while (i < count && isLiteral(units[i])) {
-        char* out = output.reserve(piece);
-        size_t written = 0;
-        for (; written < piece && i < count && isLiteral(units[i]); ++i)
-            out[written++] = static_cast<char>(units[i]);
-        output.commit(written);
+    constexpr uint32_t piece = 1024;
+    for (;;) {
+        const uint32_t end = std::min(count, i + piece);
+        char* out = output.reserve(piece + 8);
+        const uint32_t stop = narrow(units, i, end, out);
+        output.commit(stop - i);
+        if (stop < end || stop == count)
+            return stop;
+        i = stop;
     }
+}
+
+// The units in [i, end) from i up to the first one that UTF-7 does not write as it is; their
+// low bytes go to `out`, as narrowPrintableRun does.
+uint32_t narrowDirectRun(const char16_t* units, uint32_t i, uint32_t end, char* out)
+{
+    char* const start = out - i;
+#if defined(__SSE2__)
+    for (; i + 8 <= end; i += 8) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
+        // Signed compares: units from 0x8000 up are negative, so outside every range.
+        auto inRange = [v](short low, short high) {
+            return _mm_and_si128(_mm_cmpgt_epi16(v, _mm_set1_epi16(static_cast<short>(low - 1))),
+                _mm_cmplt_epi16(v, _mm_set1_epi16(static_cast<short>(high + 1))));
+        };
+        auto is = [v](char c) { return _mm_cmpeq_epi16(v, _mm_set1_epi16(c)); };
+        // ' ( ) and , - . / 0-9 : are two ranges; then the letters, ? and the four spaces.
+        const __m128i punctuation = _mm_or_si128(inRange('\'', ')'), inRange(',', ':'));
+        const __m128i letters = _mm_or_si128(inRange('A', 'Z'), inRange('a', 'z'));
+        const __m128i others = _mm_or_si128(_mm_or_si128(is('?'), is(' ')), _mm_or_si128(_mm_or_si128(is('\t'), is('\r')), is('\n')));
+        const __m128i direct = _mm_or_si128(_mm_or_si128(punctuation, letters), others);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(start + i), _mm_packus_epi16(v, v));
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(direct));
+        if (mask != 0xFFFF)
+            return i + static_cast<uint32_t>(std::countr_one(mask)) / 2;
+    }
+#endif
+    for (; i < end && isDirectUTF7(units[i]); ++i)
+        start[i] = static_cast<char>(units[i]);
     return i;
 }
 
@@ -157,7 +257,7 @@ void encodeUTF7Units(const char16_t* units, uint32_t count, Output& output)
         if (isDirectUTF7(units[i])) {
             if (i && (isBase64Character(units[i]) || units[i] == '-'))
                 output.put('-');
-            i = copyLiteralRun(units, i, count, output, isDirectUTF7);
+            i = copyLiteralRun(units, i, count, output, narrowDirectRun);
             continue;
         }
         uint32_t end = i + 1;
@@ -181,7 +281,7 @@ void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& outp
             continue;
         }
         if (isPrintableASCII(units[i])) {
-            i = copyLiteralRun(units, i, count, output, [](char16_t c) { return isPrintableASCII(c) && c != '&'; });
+            i = copyLiteralRun(units, i, count, output, narrowPrintableRun);
             continue;
         }
         uint32_t end = i + 1;
@@ -199,7 +299,7 @@ void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& outp
 // bytes, which the decoder may use as scratch space.
 uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out)
 {
-    const int32_t bytes = yk_decode_base64_no_pad(reinterpret_cast<uint8_t*>(out), characters, length);
+    const int32_t bytes = decodeBase64NoPad(reinterpret_cast<uint8_t*>(out), characters, length);
     if (bytes <= 0 || bytes % 2)
         return 0;
     const uint32_t count = static_cast<uint32_t>(bytes) / 2;
@@ -208,15 +308,53 @@ uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out)
     return count;
 }
 
-// Widens the bytes before the next `shift` (or the end) to units at out[*written]; returns
-// where it stopped.
+// Widens the bytes before the next `shift` (or the end) to units at out[written]; returns
+// where it stopped. The buffer at `out` has room for a unit per byte of `in`, and `written`
+// never passes the byte index, so the vector stores stay inside it.
 uint32_t copyUnshifted(const char* in, uint32_t i, uint32_t length, char shift, char16_t* out, uint32_t& written)
 {
+#if defined(__SSE2__)
+    const __m128i shifts = _mm_set1_epi8(shift), zero = _mm_setzero_si128();
+    for (; i + 16 <= length; i += 16, written += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written + 8), _mm_unpackhi_epi8(bytes, zero));
+        if (const unsigned found = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, shifts)))) {
+            const auto before = static_cast<uint32_t>(std::countr_zero(found));
+            written += before;
+            return i + before;
+        }
+    }
+#endif
     const void* found = std::memchr(in + i, shift, length - i);
     const uint32_t end = found ? static_cast<uint32_t>(static_cast<const char*>(found) - in) : length;
     for (uint32_t j = i; j < end; ++j)
         out[written++] = static_cast<uint8_t>(in[j]);
     return end;
+}
+
+// Where the base64 characters from `i` end (a letter, digit, "+" or "/" each), sixteen bytes at
+// a time where the processor can.
+uint32_t base64RunEnd(const char* in, uint32_t i, uint32_t length)
+{
+#if defined(__SSE2__)
+    for (; i + 16 <= length; i += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+        // Signed compares: bytes from 0x80 up are negative, so outside every range.
+        auto inRange = [v](char low, char high) {
+            return _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(static_cast<char>(low - 1))),
+                _mm_cmplt_epi8(v, _mm_set1_epi8(static_cast<char>(high + 1))));
+        };
+        const __m128i base64 = _mm_or_si128(_mm_or_si128(inRange('A', 'Z'), inRange('a', 'z')),
+            _mm_or_si128(inRange('/', '9'), _mm_cmpeq_epi8(v, _mm_set1_epi8('+'))));
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(base64));
+        if (mask != 0xFFFF)
+            return i + static_cast<uint32_t>(std::countr_one(mask));
+    }
+#endif
+    while (i < length && isBase64Character(static_cast<uint8_t>(in[i])))
+        ++i;
+    return i;
 }
 
 // Room for one unit per byte: no byte decodes to more than one unit, and a shifted run's bytes
@@ -283,9 +421,7 @@ Ref<String> stringWithUTF7Bytes(const void* bytes, uint32_t length)
             i += 2;
             continue;
         }
-        uint32_t end = i + 1;
-        while (end < length && isBase64Character(static_cast<uint8_t>(in[end])))
-            ++end;
+        const uint32_t end = base64RunEnd(in, i + 1, length);
         const uint32_t count = end > i + 1 ? decodeRun(in + i + 1, end - i - 1, &units[out]) : 0;
         if (!count) {
             units[out++] = '+';
@@ -307,8 +443,9 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
 {
     const char* in = static_cast<const char*>(bytes);
     std::u16string units = unitBufferFor(length);
-    std::string scratch;
-    scratch.reserve(32);
+    // The run's characters with "/" for ","; mailbox names' runs fit on the stack.
+    char shortRun[64];
+    std::string longRun;
     // Where the next "-" at or after a position is; `length` when there is none, which stays
     // true for every later position, so a run of "&" without a closing "-" is scanned once.
     const char* dash = nullptr;
@@ -329,10 +466,15 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
         }
         uint32_t count = 0;
         if (dash != in + length) {
-            scratch.assign(in + i + 1, dash);
-            for (char& c : scratch)
-                c = c == ',' ? '/' : c;
-            count = decodeRun(scratch.data(), static_cast<uint32_t>(scratch.size()), &units[out]);
+            const auto runLength = static_cast<uint32_t>(dash - (in + i + 1));
+            char* run = shortRun;
+            if (runLength > sizeof shortRun) {
+                longRun.resize(runLength);
+                run = longRun.data();
+            }
+            for (uint32_t k = 0; k < runLength; ++k)
+                run[k] = in[i + 1 + k] == ',' ? '/' : in[i + 1 + k];
+            count = decodeRun(run, runLength, &units[out]);
         }
         if (!count) {
             units[out++] = '&';

@@ -1,8 +1,17 @@
 #include "tools/Commands.h"
 
+#include <cctype>
 #include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <unicode/ustring.h>
 
 #include <Yarkit/StringUTF7.h>
+#include <Yarkit/YFileStream.h>
+#include <Yarkit/core/values/Exception.h>
 
 #include "tools/CommandLine.h"
 
@@ -16,7 +25,8 @@ Reads UTF-8 text on standard input and writes it as UTF-7 on standard output (th
 bodies: "+" starts a base64 run, closed by "-" only where needed), adding no newline. With
 --imap, writes the modified UTF-7 of IMAP mailbox names instead ("&" starts a run, every run
 ends with "-", "," replaces "/"). With --decode, reads UTF-7 (or modified UTF-7) and writes
-UTF-8; text that does not decode stays as it is.
+UTF-8; text that does not decode stays as it is. The input streams through in pieces, so its
+size does not matter; output already written stays when an error ends the command.
 
   --imap     modified UTF-7, as IMAP mailbox names use it
   --decode   decode instead of encode
@@ -46,30 +56,179 @@ size_t countUnpairedSurrogates(std::u16string_view units)
     return count;
 }
 
-int decode(const Input& input, bool imap)
+// Bytes read at a time. A piece is cut at the last point where converting it alone gives the
+// same output as converting the whole input; the bytes after that point wait for the next read.
+constexpr uint32_t pieceSize = 256 * 1024;
+
+// Where a piece of each kind of input may end (how many of the held bytes to convert now).
+// Every cut follows an ASCII byte, so none falls inside a UTF-8 sequence or a surrogate pair.
+
+// Encoding UTF-7: after a character written as it is (a letter, a digit, one of '(),-./:?,
+// space, tab, CR or LF), which no base64 run spans.
+size_t safeEndForUTF7Encoding(const uint8_t* bytes, size_t length)
 {
-    auto bytes = input.bytes();
-    auto length = static_cast<uint32_t>(bytes.size());
-    auto text = imap ? stringWithModifiedUTF7Bytes(bytes.data(), length) : stringWithUTF7Bytes(bytes.data(), length);
-    const std::string utf8 = text->utf8();
-    if (!writeOutput(utf8.data(), utf8.size()))
+    auto isDirect = [](uint8_t c) { return c && c < 0x80 && (std::isalnum(c) || std::strchr("'(),-./:? \t\r\n", c)); };
+    while (length && !isDirect(bytes[length - 1]))
+        --length;
+    return length;
+}
+
+// Encoding modified UTF-7: after a printable ASCII character, which ends any run before it.
+size_t safeEndForModifiedUTF7Encoding(const uint8_t* bytes, size_t length)
+{
+    while (length && (bytes[length - 1] < 0x20 || bytes[length - 1] > 0x7E))
+        --length;
+    return length;
+}
+
+// Decoding UTF-7: after a byte that is neither a base64 character, "+" nor "-": no run
+// continues through it, and a "+" just before it is a literal either way.
+size_t safeEndForUTF7Decoding(const uint8_t* bytes, size_t length)
+{
+    auto isRunByte = [](uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/' || c == '-'; };
+    while (length && isRunByte(bytes[length - 1]))
+        --length;
+    return length;
+}
+
+// Decoding modified UTF-7: a run is everything from "&" to the next "-", so the held bytes may
+// all go when no "&" follows the last "-"; otherwise the piece ends after that "-".
+size_t safeEndForModifiedUTF7Decoding(const uint8_t* bytes, size_t length)
+{
+    const void* ampersand = memrchr(bytes, '&', length);
+    if (!ampersand)
+        return length;
+    const void* dash = memrchr(bytes, '-', length);
+    if (!dash)
+        return 0;
+    return dash > ampersand ? length : static_cast<size_t>(static_cast<const uint8_t*>(dash) - bytes) + 1;
+}
+
+// Reads standard input and hands `convert` one piece at a time, each cut by `safeEnd`; the
+// last piece is whatever is left at the end of the input. False when reading fails (after a
+// message) or `convert` returns false, which stops at once.
+template <typename SafeEnd, typename Convert>
+bool forEachPiece(SafeEnd safeEnd, Convert convert)
+{
+    Ref<YFileStream> input = openInputStream("-");
+    if (!input)
+        return false;
+    std::vector<uint8_t> buffer(2 * pieceSize);
+    size_t held = 0;
+    try {
+        for (;;) {
+            // Input with no safe point for a long stretch is held whole until one comes.
+            if (buffer.size() - held < pieceSize)
+                buffer.resize(buffer.size() * 2);
+            const uint32_t read = input->readBytes(buffer.data() + held, pieceSize);
+            held += read;
+            const size_t end = read ? safeEnd(buffer.data(), held) : held;
+            if (end && !convert(buffer.data(), static_cast<uint32_t>(end)))
+                return false;
+            std::memmove(buffer.data(), buffer.data() + end, held - end);
+            held -= end;
+            if (!read)
+                return true;
+        }
+    } catch (const Exception& e) {
+        std::fprintf(stderr, "yarkit utf7: %s\n", e.what());
+        return false;
+    }
+}
+
+// Writes decoded units as UTF-8. A high surrogate that ends a piece waits for the next one, so
+// a pair split between pieces is joined; unpaired surrogates become U+FFFD and are counted.
+class UTF8Writer {
+public:
+    bool write(std::u16string_view units)
+    {
+        if (units.empty())
+            return true;
+        if (_pendingHigh && U16_IS_TRAIL(units.front())) {
+            const char16_t pair[] = { _pendingHigh, units.front() };
+            _pendingHigh = 0;
+            units.remove_prefix(1);
+            if (!convert({ pair, 2 }))
+                return false;
+        }
+        if (!finish())
+            return false;
+        if (!units.empty() && U16_IS_LEAD(units.back())) {
+            _pendingHigh = units.back();
+            units.remove_suffix(1);
+        }
+        return convert(units);
+    }
+
+    // Writes a high surrogate still waiting; true when everything was written.
+    bool finish()
+    {
+        if (!_pendingHigh)
+            return true;
+        const char16_t unit[] = { _pendingHigh };
+        _pendingHigh = 0;
+        return convert({ unit, 1 });
+    }
+
+    size_t unpairedSurrogates() const { return _unpaired; }
+
+private:
+    bool convert(std::u16string_view units)
+    {
+        _unpaired += countUnpairedSurrogates(units);
+        _utf8.resize(units.size() * 3);
+        int32_t length = 0;
+        UErrorCode status = U_ZERO_ERROR;
+        u_strToUTF8WithSub(_utf8.data(), static_cast<int32_t>(_utf8.size()), &length, units.data(), static_cast<int32_t>(units.size()),
+            0xFFFD, nullptr, &status);
+        return U_SUCCESS(status) && writeOutput(_utf8.data(), static_cast<size_t>(length));
+    }
+
+    std::string _utf8;
+    char16_t _pendingHigh { 0 };
+    size_t _unpaired { 0 };
+};
+
+int decode(bool imap)
+{
+    UTF8Writer writer;
+    auto decodePiece = [&](const uint8_t* bytes, uint32_t length) {
+        auto text = imap ? stringWithModifiedUTF7Bytes(bytes, length) : stringWithUTF7Bytes(bytes, length);
+        return writer.write(text->view());
+    };
+    const bool done = imap ? forEachPiece(safeEndForModifiedUTF7Decoding, decodePiece) : forEachPiece(safeEndForUTF7Decoding, decodePiece);
+    if (!done || !writer.finish())
         return ExitError;
-    if (size_t unpaired = countUnpairedSurrogates(text->view())) {
+    if (size_t unpaired = writer.unpairedSurrogates()) {
         std::fprintf(stderr, "yarkit utf7: %zu unpaired surrogate%s written as U+FFFD\n", unpaired, unpaired == 1 ? "" : "s");
         return ExitChanged;
     }
     return ExitSuccess;
 }
 
-int encode(const Input& input, bool imap)
+int encode(bool imap)
 {
-    auto text = String::stringWithBytes(input.bytes().data(), input.bytes().size(), kCFStringEncodingUTF8);
-    if (!text) {
-        std::fprintf(stderr, "yarkit utf7: %s: not well-formed UTF-8\n", input.name.c_str());
-        return ExitError;
-    }
-    auto data = imap ? encodeModifiedUTF7Data(text.get()) : encodeUTF7Data(text.get());
-    return writeOutput(data->bytes(), data->length()) ? ExitSuccess : ExitError;
+    bool wellFormed = true;
+    auto encodePiece = [&](const uint8_t* bytes, uint32_t length) {
+        // Strict: an ill-formed or truncated sequence fails the whole conversion.
+        std::u16string units(length, u'\0');
+        int32_t count = 0;
+        UErrorCode status = U_ZERO_ERROR;
+        u_strFromUTF8(units.data(), static_cast<int32_t>(length), &count, reinterpret_cast<const char*>(bytes), static_cast<int32_t>(length), &status);
+        if (U_FAILURE(status)) {
+            wellFormed = false;
+            return false;
+        }
+        units.resize(static_cast<size_t>(count));
+        auto text = make<String>(std::move(units));
+        auto data = imap ? encodeModifiedUTF7Data(text.get()) : encodeUTF7Data(text.get());
+        return writeOutput(data->bytes(), data->length());
+    };
+    if (imap ? forEachPiece(safeEndForModifiedUTF7Encoding, encodePiece) : forEachPiece(safeEndForUTF7Encoding, encodePiece))
+        return ExitSuccess;
+    if (!wellFormed)
+        std::fprintf(stderr, "yarkit utf7: (standard input): not well-formed UTF-8\n");
+    return ExitError;
 }
 
 } // namespace
@@ -82,11 +241,8 @@ int runUTF7(int argc, char** argv, int first)
         return status;
     if (!arguments->operands.empty())
         return usageError("utf7", "reads standard input only");
-    auto input = readInput("-");
-    if (!input)
-        return ExitError;
     const bool imap = arguments->has("--imap");
-    return arguments->has("--decode") ? decode(*input, imap) : encode(*input, imap);
+    return arguments->has("--decode") ? decode(imap) : encode(imap);
 }
 
 } // namespace yk::tool

@@ -22,37 +22,34 @@ using yk::test::str;
 
 namespace {
 
-// The range given, or the whole string for the default {0, NotFound}.
-Range rangeIn(const String* string, Range range)
+std::string describe(Range range)
 {
-    return range == Range { 0, NotFound } ? Range { 0, string->length() } : range;
+    return "{" + std::to_string(range.location) + "," + std::to_string(range.length) + "}";
 }
 
-// The matches of every search as "{3,1} {2,1}", or the exception's name and reason.
-std::string allMatches(const char* subject, const char* pattern, StringCompareOptions options = 0, Range range = { 0, NotFound })
+// The matches of every search as "{3,1} {2,1}" ("none" when there is none), or the exception's
+// name and reason. Without a range, the whole subject.
+std::string allMatches(const char* subject, const char* pattern, StringCompareOptions options = 0, std::optional<Range> range = {})
 {
     auto string = str(subject);
-    range = rangeIn(string.get(), range);
     try {
-        auto matches = rangeValuesOfPatternString(string.get(), str(pattern).get(), options, range);
+        auto matches = rangeValuesOfPatternString(string.get(), str(pattern).get(), options, range.value_or(Range { 0, string->length() }));
         std::string text;
-        for (uint32_t i = 0; i < matches->count(); ++i) {
-            auto match = static_cast<Value*>(matches->objectAtIndex(i).get())->rangeValue();
-            text += (i ? " {" : "{") + std::to_string(match.location) + "," + std::to_string(match.length) + "}";
-        }
+        for (uint32_t i = 0; i < matches->count(); ++i)
+            text += (i ? " " : "") + describe(static_cast<Value*>(matches->objectAtIndex(i).get())->rangeValue());
         return text.empty() ? "none" : text;
     } catch (const Exception& e) {
         return e.name()->utf8() + ": " + e.what();
     }
 }
 
-std::string firstMatch(const char* subject, const char* pattern, StringCompareOptions options = 0, Range range = { 0, NotFound })
+// The single search's answer as allMatches writes one, or "E" for any exception.
+std::string firstMatch(const char* subject, const char* pattern, StringCompareOptions options = 0, std::optional<Range> range = {})
 {
     auto string = str(subject);
-    range = rangeIn(string.get(), range);
     try {
-        Range match = rangeOfPatternString(string.get(), str(pattern).get(), options, range);
-        return match.location == NotFound ? "none" : "{" + std::to_string(match.location) + "," + std::to_string(match.length) + "}";
+        Range match = rangeOfPatternString(string.get(), str(pattern).get(), options, range.value_or(Range { 0, string->length() }));
+        return match.location == NotFound ? "none" : describe(match);
     } catch (const Exception&) {
         return "E";
     }
@@ -63,21 +60,18 @@ class StringRegex : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        const char* saved = std::getenv("XDG_CONFIG_HOME");
-        _savedConfiguration = saved ? std::optional<std::string>(saved) : std::nullopt;
         setenv("XDG_CONFIG_HOME", _folder.path().c_str(), 1);
         UserDefaults::resetStandardUserDefaults();
     }
     void TearDown() override
     {
+        unsetenv("XDG_CONFIG_HOME");
         UserDefaults::resetStandardUserDefaults();
-        _savedConfiguration ? setenv("XDG_CONFIG_HOME", _savedConfiguration->c_str(), 1) : unsetenv("XDG_CONFIG_HOME");
     }
     static void setSyntax(int64_t value) { UserDefaults::standardUserDefaults()->setInteger(value, "YKRegexPatternSyntax"); }
 
 private:
     test::TemporaryFolder _folder;
-    std::optional<std::string> _savedConfiguration;
 };
 
 } // namespace

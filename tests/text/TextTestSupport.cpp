@@ -138,31 +138,30 @@ void InputGenerator::appendToken(Bytes& bytes)
 
 namespace {
 
-using Converter = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
-
-// Null when ICU has no such converter.
-Converter strictConverter(const char* name)
+// Runs `convert(converter, status)` with a converter that stops at the first unmappable or
+// illegal sequence; false when ICU has no such converter or the conversion fails.
+template <typename Convert>
+bool convertStrictly(const char* name, Convert convert)
 {
     UErrorCode status = U_ZERO_ERROR;
-    Converter converter(ucnv_open(name, &status), ucnv_close);
-    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-        &status);
-    ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-        &status);
-    return U_SUCCESS(status) ? std::move(converter) : Converter(nullptr, ucnv_close);
+    std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(ucnv_open(name, &status), ucnv_close);
+    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    if (U_SUCCESS(status))
+        convert(converter.get(), &status);
+    return U_SUCCESS(status);
 }
 
 } // namespace
 
 bool icuDecode(const char* name, const Bytes& bytes, std::u16string* text)
 {
-    Converter converter = strictConverter(name);
     std::u16string buffer(bytes.size() * 2 + 16, u'\0');
-    UErrorCode status = U_ZERO_ERROR;
-    int32_t length = converter ? ucnv_toUChars(converter.get(), buffer.data(),
-        static_cast<int32_t>(buffer.size()), bytes.data(), static_cast<int32_t>(bytes.size()),
-        &status) : 0;
-    if (!converter || U_FAILURE(status))
+    int32_t length = 0;
+    if (!convertStrictly(name, [&](UConverter* converter, UErrorCode* status) {
+            length = ucnv_toUChars(converter, buffer.data(), static_cast<int32_t>(buffer.size()), bytes.data(),
+                static_cast<int32_t>(bytes.size()), status);
+        }))
         return false;
     if (text)
         *text = buffer.substr(0, static_cast<size_t>(length));
@@ -171,13 +170,12 @@ bool icuDecode(const char* name, const Bytes& bytes, std::u16string* text)
 
 bool icuEncode(const char* name, const std::u16string& text, Bytes& bytes)
 {
-    Converter converter = strictConverter(name);
     bytes.assign(text.size() * 8 + 16, '\0');
-    UErrorCode status = U_ZERO_ERROR;
-    int32_t length = converter ? ucnv_fromUChars(converter.get(), bytes.data(),
-        static_cast<int32_t>(bytes.size()), text.data(), static_cast<int32_t>(text.size()),
-        &status) : 0;
-    if (!converter || U_FAILURE(status))
+    int32_t length = 0;
+    if (!convertStrictly(name, [&](UConverter* converter, UErrorCode* status) {
+            length = ucnv_fromUChars(converter, bytes.data(), static_cast<int32_t>(bytes.size()), text.data(),
+                static_cast<int32_t>(text.size()), status);
+        }))
         return false;
     bytes.resize(static_cast<size_t>(length));
     return true;

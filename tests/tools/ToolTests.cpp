@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -318,6 +319,42 @@ TEST(Tool, UTF7IDNAndRegexCommands)
         { "regex '(a'", "abc", 2, "", "yarkit regex: YKRegexException: end pattern with unmatched parenthesis" },
         { "regex --range 2,5 a", "abc", 2, "", "yarkit regex: NSRangeException: " },
     });
+}
+
+// Inputs larger than the pieces the command converts at a time give the whole input's answer:
+// long runs with no place to cut, runs cut between pieces, and a surrogate pair whose halves
+// arrive in different pieces. What was written before an ill-formed sequence stays.
+TEST(Tool, UTF7StreamsLargeInputs)
+{
+    auto repeat = [](const std::string& text, size_t times) {
+        std::string all;
+        for (size_t i = 0; i < times; ++i)
+            all += text;
+        return all;
+    };
+    const std::string kanji = repeat("日本日本日本", 60000), mailboxes = repeat("Inbox/送信済み\r\n", 30000);
+    const std::string kanjiUTF7 = "+" + repeat("ZeVnLGXlZyxl5Wcs", 60000), kanjiIMAP = "&" + repeat("ZeVnLGXlZyxl5Wcs", 60000) + "-";
+    const std::string mailboxesUTF7 = repeat("Inbox/+kAFP4W4IMH8\r\n", 30000), mailboxesIMAP = repeat("Inbox/&kAFP4W4IMH8ADQAK-", 30000);
+    const Case cases[] = {
+        { "utf7", kanji, 0, kanjiUTF7, "" },
+        { "utf7 --imap", kanji, 0, kanjiIMAP, "" },
+        { "utf7 --decode", kanjiUTF7, 0, kanji, "" },
+        { "utf7 --imap --decode", kanjiIMAP, 0, kanji, "" },
+        { "utf7", mailboxes, 0, mailboxesUTF7, "" },
+        { "utf7 --imap", mailboxes, 0, mailboxesIMAP, "" },
+        { "utf7 --decode", mailboxesUTF7, 0, mailboxes, "" },
+        { "utf7 --imap --decode", mailboxesIMAP, 0, mailboxes, "" },
+        { "utf7 --imap --decode", "abcdef" + repeat("&2D0-&3gA-", 30000), 0, "abcdef" + repeat("😀", 30000), "" },
+        { "utf7", repeat("a", 300000) + "\xE3\x81", 2, repeat("a", 300000), "not well-formed UTF-8" },
+    };
+    for (const auto& c : cases) {
+        Result r = run(c.arguments, c.input);
+        EXPECT_EQ(r.status, c.status) << c.arguments << ": " << r.err;
+        const auto [differs, _] = std::mismatch(r.out.begin(), r.out.end(), c.out.begin(), c.out.end());
+        EXPECT_TRUE(r.out == c.out) << c.arguments << ": " << r.out.size() << " bytes, " << c.out.size()
+                                    << " expected, first difference at " << differs - r.out.begin();
+        EXPECT_NE(r.err.find(c.errContains), std::string::npos) << c.arguments << ": " << r.err;
+    }
 }
 
 } // namespace
