@@ -2,10 +2,12 @@
 
 #include <Yarkit/ExtendedAttributes.h>
 #include <Yarkit/YFile.h>
-#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/MutableArray.h>
 
 #include <filesystem>
 #include <random>
+#include <set>
+#include <string>
 
 #include "files/FilesTestSupport.h"
 
@@ -118,10 +120,25 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
         { 0, nullptr, false, false, ".hidden.txt", false },
         { 0, nullptr, false, true, ".hidden.txt", true },
     };
+    auto listed = [](const Array* files) {
+        std::set<std::string> paths;
+        for (auto& file : *files)
+            paths.insert(static_cast<YFile*>(file.get())->path()->utf8());
+        return paths;
+    };
+    auto all = YFile::fileWithPath(str(root.c_str()).get())->directoryFiles();
     for (const auto& c : cases) {
         auto filter = make<YFileFilter>(c.type, str("%").get(), c.caseSensitive, c.extensions, c.listHidden);
         auto file = YFile::fileWithPath(yk::test::pathIn(folder, c.name).get());
         EXPECT_EQ(filter->acceptWithFile(file.get()), c.accepted) << c.name << " type " << c.type;
+        // A listing takes the kinds from readdir: it keeps what acceptWithFile keeps.
+        auto expected = make<MutableArray>();
+        for (auto& entry : *all) {
+            if (filter->acceptWithFile(static_cast<YFile*>(entry.get())))
+                expected->addObject(entry);
+        }
+        auto folderFile = YFile::fileWithPath(str(root.c_str()).get());
+        EXPECT_EQ(listed(folderFile->directoryFilesWithFileFilter(filter.get()).get()), listed(expected.get())) << "type " << c.type;
     }
     EXPECT_TRUE(make<YFileFilter>()->acceptWithFile(YFile::fileWithPath(yk::test::pathIn(folder, ".hidden.txt").get()).get()));
 }
