@@ -37,23 +37,7 @@ FileManager* manager()
     return FileManager::defaultManager();
 }
 
-// Sets an environment variable for the test's scope.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const std::string& value)
-        : _name(name)
-    {
-        if (const char* old = std::getenv(name))
-            _old = old, _had = true;
-        setenv(name, value.c_str(), 1);
-    }
-    ~ScopedVariable() { _had ? setenv(_name, _old.c_str(), 1) : unsetenv(_name); }
-
-private:
-    const char* _name;
-    std::string _old;
-    bool _had = false;
-};
+using yk::test::ScopedVariable;
 
 TEST(FileManagerAdditions, CreatePathReportsEveryCode)
 {
@@ -119,7 +103,7 @@ TEST(FileManagerAdditions, NumberedFilesCountFromTwo)
 TEST(FileManagerAdditions, TemporaryFilesReplaceTheWholeXRun)
 {
     yk::test::TemporaryFolder folder;
-    ScopedVariable tmpdir("TMPDIR", folder.path().string());
+    ScopedVariable tmpdir("TMPDIR", folder.path().c_str());
     struct Case {
         Ref<String> name;
         std::string prefix;
@@ -343,8 +327,8 @@ TEST(FileManagerAdditions, FolderSearchFollowsXDG)
 {
     yk::test::TemporaryFolder folder;
     const std::string home = folder.path().string();
-    ScopedVariable homeVariable("HOME", home);
-    ScopedVariable config("XDG_CONFIG_HOME", home + "/conf");
+    ScopedVariable homeVariable("HOME", home.c_str());
+    ScopedVariable config("XDG_CONFIG_HOME", (home + "/conf").c_str());
     ScopedVariable data("XDG_DATA_HOME", "relative/ignored");
     ScopedVariable cache("XDG_CACHE_HOME", "");
     fs::create_directories(home + "/conf");
