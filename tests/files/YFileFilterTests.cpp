@@ -1,6 +1,5 @@
 #include <Yarkit/YFileFilter.h>
 
-#include <Yarkit/ExtendedAttributes.h>
 #include <Yarkit/YFile.h>
 #include <Yarkit/core/values/MutableArray.h>
 
@@ -141,22 +140,6 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
         EXPECT_EQ(listed(folderFile->directoryFilesWithFileFilter(filter.get()).get()), listed(expected.get())) << "type " << c.type;
     }
     EXPECT_TRUE(make<YFileFilter>()->acceptWithFile(YFile::fileWithPath(yk::test::pathIn(folder, ".hidden.txt").get()).get()));
-}
-
-TEST(YFileFilter, FinderInvisibleFlagHides)
-{
-    yk::test::TemporaryFolder folder;
-    if (!yk::test::supportsUserAttributes(folder))
-        GTEST_SKIP() << "the temporary folder's file system keeps no user extended attributes";
-    yk::test::writeFile((folder.path() / "shown").string(), "");
-    auto path = yk::test::pathIn(folder, "shown");
-    auto filter = make<YFileFilter>(0, str("%").get(), false, nullptr, false);
-    auto file = YFile::fileWithPath(path.get());
-    EXPECT_TRUE(filter->acceptWithFile(file.get()));
-    uint8_t info[16] = {};
-    info[8] = 0x40; // flags 0x4000, big-endian at offset 8
-    EXPECT_TRUE(YK_setFinderInfo(FileManager::defaultManager(), Data::dataWithBytes(info, 16).get(), nullptr, path.get()));
-    EXPECT_FALSE(filter->acceptWithFile(file.get()));
 }
 
 } // namespace
