@@ -66,16 +66,15 @@ std::vector<MimeGlob> parseGlobs2(std::string_view text)
         auto parts = fields(line);
         if (parts.size() < 3 || parts[1].empty() || parts[2].empty())
             continue;
-        MimeGlob glob;
-        int weight = 0;
-        bool digits = !parts[0].empty() && parts[0].size() <= 3;
-        for (char c : parts[0]) {
-            digits = digits && c >= '0' && c <= '9';
-            weight = weight * 10 + (c - '0');
-        }
-        if (!digits)
+        // A weight is one to three digits (0-100 in use); anything else skips the line.
+        std::string_view weightText = parts[0];
+        if (weightText.empty() || weightText.size() > 3
+            || !std::all_of(weightText.begin(), weightText.end(), [](char c) { return c >= '0' && c <= '9'; }))
             continue;
-        glob.weight = weight;
+        MimeGlob glob;
+        glob.weight = 0;
+        for (char c : weightText)
+            glob.weight = glob.weight * 10 + (c - '0');
         glob.mimeType = parts[1];
         glob.pattern = parts[2];
         if (parts.size() > 3) {

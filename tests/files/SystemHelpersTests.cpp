@@ -49,6 +49,7 @@ protected:
             "50:text/x-cleared:*.clr\n"
             "50:text/x-makefile:Makefile\n"
             "50:text/x-readme:README*\n"
+            "99999999999:text/x-huge:*.huge\n" // no weight: skipped
             "broken line\n");
         write("system/mime/message/rfc822.xml",
             "<?xml version=\"1.0\"?>\n<mime-type type=\"message/rfc822\">\n"
@@ -192,6 +193,7 @@ TEST_F(XDGFixture, FileNameMappings)
         { "makefile", "text/x-makefile" }, // a literal name, case ignored
         { "README.first", "text/x-readme" },
         { "nothing.zzz", "" },
+        { "x.huge", "" },
     };
     LogCapture capture;
     for (const auto& c : cases) {
