@@ -2,12 +2,19 @@
 
 #include "files/XDGDirectories.h"
 
+#include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Mutex.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <algorithm>
+#include <climits>
 #include <iterator>
+#include <set>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -140,7 +147,7 @@ std::string desktopEntryPath(const std::string& desktopID)
     return "";
 }
 
-std::string defaultApplicationForType(const std::string& mimeType)
+std::string readDefaultApplicationForType(const std::string& mimeType)
 {
     for (auto& file : mimeAppsListFiles()) {
         std::string text = readWhole(file);
@@ -156,6 +163,84 @@ std::string defaultApplicationForType(const std::string& mimeType)
         }
     }
     return "";
+}
+
+namespace {
+
+// The answers of readDefaultApplicationForType for one environment, and the inotify watches
+// that tell when they may have changed.
+class DefaultsCache {
+public:
+    std::string lookUp(const std::string& mimeType)
+    {
+        Locker guard(_lock);
+        std::string environment = xdgEnvironment();
+        if (environment != _environment || changed())
+            rebuild(std::move(environment));
+        if (_watches < 0)
+            return readDefaultApplicationForType(mimeType);
+        auto [answer, isNew] = _answers.try_emplace(mimeType);
+        if (isNew)
+            answer->second = readDefaultApplicationForType(mimeType);
+        return answer->second;
+    }
+
+private:
+    // Whether an event is pending; the events are not read, the watches are made anew.
+    bool changed() const YK_REQUIRES(_lock)
+    {
+        if (_watches < 0)
+            return false;
+        char buffer[sizeof(inotify_event) + NAME_MAX + 1];
+        return read(_watches, buffer, sizeof buffer) > 0 || (errno != EAGAIN && errno != EWOULDBLOCK);
+    }
+
+    // Watches every folder that holds a list file or desktop entries (the nearest existing
+    // ancestor of a missing one, to see it appear) and every existing list file (through a
+    // link), then forgets the answers. The watches exist before any file is read again, so no
+    // change is missed.
+    void rebuild(std::string environment) YK_REQUIRES(_lock)
+    {
+        _environment = std::move(environment);
+        _answers.clear();
+        if (_watches >= 0)
+            close(_watches);
+        _watches = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        if (_watches < 0)
+            return;
+        constexpr uint32_t folderEvents = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO
+            | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF;
+        constexpr uint32_t fileEvents = IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF;
+        std::set<std::string> folders;
+        bool watched = true;
+        for (auto& file : mimeAppsListFiles()) {
+            if (access(file.c_str(), F_OK) == 0)
+                watched = watched && inotify_add_watch(_watches, file.c_str(), fileEvents) >= 0;
+            std::string folder = file.substr(0, file.rfind('/'));
+            while (folder.size() > 1 && access(folder.c_str(), F_OK) != 0)
+                folder.erase(std::max<size_t>(folder.rfind('/'), 1));
+            folders.insert(folder);
+        }
+        for (auto& folder : folders)
+            watched = watched && inotify_add_watch(_watches, folder.c_str(), folderEvents) >= 0;
+        if (!watched) {
+            close(_watches);
+            _watches = -1;
+        }
+    }
+
+    Mutex _lock;
+    std::string _environment YK_GUARDED_BY(_lock);
+    int _watches YK_GUARDED_BY(_lock) { -1 };
+    std::map<std::string, std::string> _answers YK_GUARDED_BY(_lock);
+};
+
+} // namespace
+
+std::string defaultApplicationForType(const std::string& mimeType)
+{
+    static DefaultsCache* const cache = new DefaultsCache;
+    return cache->lookUp(mimeType);
 }
 
 std::string withDefaultApplication(std::string_view text, const std::string& key, const std::string& value)

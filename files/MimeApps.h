@@ -25,7 +25,13 @@ std::vector<std::string> mimeAppsListFiles();
 // The path of an installed desktop entry by ID, or "" when none is installed.
 std::string desktopEntryPath(const std::string& desktopID);
 
-// The first installed application of the first list file that names one for the type.
+// The first installed application of the first list file that names one for the type, read
+// from the files on every call.
+std::string readDefaultApplicationForType(const std::string& mimeType);
+
+// The same answer, kept per type while the XDG variables stay the same and no folder of the
+// list files and desktop entries (nor a list file itself) changes, as inotify reports; read
+// again after any change. Where inotify is unavailable every call reads the files. Any thread.
 std::string defaultApplicationForType(const std::string& mimeType);
 
 // Sets the type's default in the config home's mimeapps.list, keeping every other line, and

@@ -144,14 +144,6 @@ std::string folderFor(uint32_t type, int16_t domain)
     return "";
 }
 
-std::string typeName(uint32_t type)
-{
-    std::string name = "'";
-    for (int shift = 24; shift >= 0; shift -= 8)
-        name += static_cast<char>((type >> shift) & 0xFF);
-    return name + "'";
-}
-
 } // namespace
 
 yk::Ref<yk::String> YKSearchPathForFolderInDomain(uint32_t folderType, int16_t domain, bool create)
@@ -164,7 +156,7 @@ yk::Ref<yk::String> YKSearchPathForFolderInDomain(uint32_t folderType, int16_t d
     if (create)
         std::filesystem::create_directories(folder, failure);
     if (failure) {
-        yk::log("FSFindFolder() returned error %d for type %s, domain %d", failure.value(), typeName(folderType).c_str(), domain);
+        yk::log("FSFindFolder() returned error %d for type %@, domain %d", failure.value(), yk::NSFileTypeForHFSTypeCode(folderType).get(), domain);
         return nullptr;
     }
     if (!std::filesystem::is_directory(folder, failure))

@@ -66,16 +66,15 @@ std::vector<MimeGlob> parseGlobs2(std::string_view text)
         auto parts = fields(line);
         if (parts.size() < 3 || parts[1].empty() || parts[2].empty())
             continue;
-        MimeGlob glob;
-        int weight = 0;
-        bool digits = !parts[0].empty() && parts[0].size() <= 3;
-        for (char c : parts[0]) {
-            digits = digits && c >= '0' && c <= '9';
-            weight = weight * 10 + (c - '0');
-        }
-        if (!digits)
+        // A weight is one to three digits (0-100 in use); anything else skips the line.
+        std::string_view weightText = parts[0];
+        if (weightText.empty() || weightText.size() > 3
+            || !std::all_of(weightText.begin(), weightText.end(), [](char c) { return c >= '0' && c <= '9'; }))
             continue;
-        glob.weight = weight;
+        MimeGlob glob;
+        glob.weight = 0;
+        for (char c : weightText)
+            glob.weight = glob.weight * 10 + (c - '0');
         glob.mimeType = parts[1];
         glob.pattern = parts[2];
         if (parts.size() > 3) {
@@ -153,12 +152,31 @@ void MimeDatabase::index(std::vector<std::vector<MimeGlob>> folders)
             if (!hasWildcard(pattern))
                 _literals[lowered(pattern)].push_back(glob);
             else if (pattern.front() == '*' && !hasWildcard(pattern.substr(1)) && pattern.size() > 1)
-                _suffixes[lowered(pattern.substr(1))].push_back(glob);
+                addSuffix(glob);
             else
                 _others.push_back(glob);
         }
         withoutGlobs.insert(clearedHere.begin(), clearedHere.end());
     }
+}
+
+void MimeDatabase::addSuffix(const MimeGlob& glob)
+{
+    uint32_t node = 0;
+    const std::string suffix = lowered(std::string_view(glob.pattern).substr(1));
+    for (auto c = suffix.rbegin(); c != suffix.rend(); ++c) {
+        auto& children = _suffixes[node].children;
+        auto child = std::find_if(children.begin(), children.end(), [&](auto& entry) { return entry.first == *c; });
+        if (child != children.end()) {
+            node = child->second;
+            continue;
+        }
+        uint32_t added = static_cast<uint32_t>(_suffixes.size());
+        children.emplace_back(*c, added);
+        _suffixes.emplace_back();
+        node = added;
+    }
+    _suffixes[node].globs.push_back(glob);
 }
 
 void MimeDatabase::consider(const MimeGlob& glob, const MimeGlob*& best)
@@ -186,11 +204,15 @@ std::string MimeDatabase::mimeTypeForFileName(std::string_view name) const
     }
     if (exact || folded)
         return (exact ? exact : folded)->mimeType;
-    for (size_t start = 0; start < lower.size(); ++start) {
-        auto found = _suffixes.find(lower.substr(start));
-        if (found == _suffixes.end())
-            continue;
-        for (auto& glob : found->second) {
+    // Suffixes: walking back from the end, each node reached ends a suffix of the name.
+    uint32_t node = 0;
+    for (size_t start = lower.size(); start-- > 0;) {
+        auto& children = _suffixes[node].children;
+        auto child = std::find_if(children.begin(), children.end(), [&](auto& entry) { return entry.first == lower[start]; });
+        if (child == children.end())
+            break;
+        node = child->second;
+        for (auto& glob : _suffixes[node].globs) {
             if (name.substr(start) == std::string_view(glob.pattern).substr(1))
                 consider(glob, exact);
             else if (!glob.caseSensitive)
@@ -230,6 +252,14 @@ std::string MimeDatabase::descriptionOfType(const std::string& mimeType) const
 
 const MimeDatabase& MimeDatabase::forCurrentEnvironment()
 {
+    // Each thread remembers the database of the environment it last saw; the databases live
+    // for the process, one per set of folders.
+    thread_local std::string lastEnvironment;
+    thread_local const MimeDatabase* lastDatabase = nullptr;
+    std::string environment = xdgEnvironment();
+    if (lastDatabase && environment == lastEnvironment)
+        return *lastDatabase;
+
     std::vector<std::string> folders { xdgDataHome() + "/mime" };
     for (auto& folder : xdgDataDirs())
         folders.push_back(folder + (folder.back() == '/' ? "mime" : "/mime"));
@@ -243,6 +273,8 @@ const MimeDatabase& MimeDatabase::forCurrentEnvironment()
     auto& database = (*databases)[key];
     if (!database)
         database = std::make_unique<MimeDatabase>(std::move(folders));
+    lastEnvironment = std::move(environment);
+    lastDatabase = database.get();
     return *database;
 }
 

@@ -46,14 +46,26 @@ public:
     static const MimeDatabase& forCurrentEnvironment();
 
 private:
+    struct TextHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    // The "*.suffix" globs in a tree of their lowercased suffixes read from the end, so one
+    // walk back from a name's end meets every suffix it has.
+    struct SuffixNode {
+        std::vector<std::pair<char, uint32_t>> children; // by character, node indices
+        std::vector<MimeGlob> globs; // whose suffix ends here
+    };
+
     void index(std::vector<std::vector<MimeGlob>> folders);
+    void addSuffix(const MimeGlob& glob);
     static void consider(const MimeGlob& glob, const MimeGlob*& best);
 
     std::vector<std::string> _mimeFolders;
     mutable std::mutex _descriptionsLock;
     mutable std::unordered_map<std::string, std::string> _descriptions; // read once per type
-    std::unordered_map<std::string, std::vector<MimeGlob>> _literals; // by lowercased name
-    std::unordered_map<std::string, std::vector<MimeGlob>> _suffixes; // by lowercased ".suffix"
+    std::unordered_map<std::string, std::vector<MimeGlob>, TextHash, std::equal_to<>> _literals; // by lowercased name
+    std::vector<SuffixNode> _suffixes { SuffixNode() }; // the root first
     std::vector<MimeGlob> _others;
 };
 

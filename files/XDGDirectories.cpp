@@ -60,6 +60,17 @@ std::string xdgCacheHome() { return homeOr("XDG_CACHE_HOME", "/.cache"); }
 std::vector<std::string> xdgConfigDirs() { return absoluteList("XDG_CONFIG_DIRS", "/etc/xdg"); }
 std::vector<std::string> xdgDataDirs() { return absoluteList("XDG_DATA_DIRS", "/usr/local/share/:/usr/share/"); }
 
+std::string xdgEnvironment()
+{
+    std::string text;
+    for (const char* name : { "HOME", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CURRENT_DESKTOP" }) {
+        const char* value = std::getenv(name);
+        text += value ? value : "";
+        text += '\0';
+    }
+    return text;
+}
+
 std::string xdgUserDir(const std::string& name)
 {
     std::ifstream file(xdgConfigHome() + "/user-dirs.dirs");

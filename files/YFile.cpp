@@ -22,8 +22,12 @@
 #include <Yarkit/core/values/MutableArray.h>
 #include <Yarkit/core/values/MutableDictionary.h>
 
+#include "core/system/DirectoryReader.h"
+
 #include <cstring>
+#include <dirent.h>
 #include <sys/stat.h>
+#include <vector>
 
 namespace yk {
 
@@ -88,12 +92,34 @@ Ref<YFile> YFile::fileOfSameClass(const String* path) const
 {
     if (!path)
         return nullptr;
-    auto instance = classObject()->createInstance();
-    auto* file = dynamic_cast<YFile*>(instance.get());
-    if (!file)
-        return make<YFile>(path);
-    file->_path = YK_stringByNormalizingPath(path);
-    return Ref<YFile>(file);
+    return fileOfSameClassWithNormalPath(YK_stringByNormalizingPath(path));
+}
+
+Ref<YFile> YFile::fileOfSameClassWithNormalPath(Ref<String> path) const
+{
+    Ref<YFile> file;
+    if (classObject() == staticClass()) {
+        file = make<YFile>();
+    } else {
+        auto instance = classObject()->createInstance();
+        file = Ref<YFile>(dynamic_cast<YFile*>(instance.get()));
+        if (!file)
+            file = make<YFile>();
+    }
+    file->_path = std::move(path);
+    return file;
+}
+
+Ref<YFile> YFile::childFile(const String* name) const
+{
+    std::u16string_view parent = _path->view();
+    std::u16string path;
+    path.reserve(parent.size() + 1 + name->length());
+    path.append(parent);
+    if (!parent.empty() && parent != u"/")
+        path.push_back(u'/');
+    path.append(name->view());
+    return fileOfSameClassWithNormalPath(make<String>(std::move(path)));
 }
 
 // Naming and path arithmetic
@@ -358,13 +384,24 @@ Ref<Array> YFile::directoryFiles() const
 
 Ref<Array> YFile::directoryFilesWithFileFilter(const YFileFilter* filter) const
 {
-    auto names = directoryContents();
-    if (!names)
-        return nullptr;
-    auto files = MutableArray::arrayWithCapacity(names->count());
-    for (auto& name : *names) {
-        auto file = fileOfSameClass(_path->stringByAppendingPathComponent(static_cast<String*>(name.get())).get());
-        if (!filter || filter->acceptWithFile(file.get()))
+    // The entries come with readdir's types, so the filter's kind test needs no lstat where the
+    // file system reports them; the answers are acceptWithFile's.
+    std::string folder = _path->fileSystemRepresentation();
+    std::vector<std::pair<Ref<String>, unsigned char>> entries;
+    {
+        Locker guard(*classState().lock);
+        detail::DirectoryReader reader(folder.c_str());
+        if (folder.empty() || !reader.isOpen())
+            return nullptr;
+        std::string_view name;
+        unsigned char type;
+        while (reader.next(name, type))
+            entries.emplace_back(String::stringWithFileSystemRepresentation(name.data(), name.size()), type);
+    }
+    auto files = MutableArray::arrayWithCapacity(static_cast<uint32_t>(entries.size()));
+    for (auto& [name, type] : entries) {
+        auto file = childFile(name.get());
+        if (!filter || filter->acceptWithFile(file.get(), name.get(), type))
             files->addObject(std::move(file));
     }
     return files;
@@ -377,7 +414,7 @@ Ref<Array> YFile::directoryFilesWithNameFilter(Object* nameFilter) const
         return nullptr;
     auto files = MutableArray::arrayWithCapacity(names->count());
     for (auto& name : *names)
-        files->addObject(fileOfSameClass(_path->stringByAppendingPathComponent(static_cast<String*>(name.get())).get()));
+        files->addObject(childFile(static_cast<String*>(name.get())));
     return files;
 }
 

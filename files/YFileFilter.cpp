@@ -6,6 +6,7 @@
 #include <Yarkit/core/values/MutableArray.h>
 
 #include <algorithm>
+#include <dirent.h>
 
 namespace yk {
 
@@ -81,20 +82,31 @@ void YFileFilter::compilePattern()
 
 bool YFileFilter::acceptWithFile(const YFile* file) const
 {
+    return file && acceptWithFile(file, file->name().get(), DT_UNKNOWN);
+}
+
+bool YFileFilter::acceptsKind(const YFile* file, unsigned char entryType) const
+{
+    if (entryType == DT_UNKNOWN) {
+        return ((_type & Directories) && file->isDirectory()) || ((_type & RegularFiles) && file->isRegular())
+            || ((_type & SymbolicLinks) && file->isSymbolicLink());
+    }
+    return ((_type & Directories) && entryType == DT_DIR) || ((_type & RegularFiles) && entryType == DT_REG)
+        || ((_type & SymbolicLinks) && entryType == DT_LNK);
+}
+
+bool YFileFilter::acceptWithFile(const YFile* file, const String* name, unsigned char entryType) const
+{
     if (!file)
         return false;
-    if (_type) {
-        bool kind = ((_type & Directories) && file->isDirectory()) || ((_type & RegularFiles) && file->isRegular())
-            || ((_type & SymbolicLinks) && file->isSymbolicLink());
-        if (!kind)
-            return false;
-    }
+    if (_type && !acceptsKind(file, entryType))
+        return false;
     if (_filterTypes
         && YK_indexOfString(_filterTypes.get(), file->pathExtension().get(), _caseSensitive ? StringCompareOptions(0) : StringCompareOptions(CaseInsensitiveSearch)) == NotFound)
         return false;
     if (!_listHidden && file->isHidden())
         return false;
-    return _matchesName(file->name().get());
+    return _matchesName(name);
 }
 
 bool YFileFilter::_matchesName(const String* name) const

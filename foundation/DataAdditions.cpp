@@ -8,6 +8,7 @@
 #include <Yarkit/core/values/MutableArray.h>
 
 #include "core/runtime/RuntimeErrors.h"
+#include "foundation/LineBounds.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -59,18 +60,28 @@ uint32_t lastIndex(const Data* data)
     return data && data->length() ? data->length() - 1 : NotFound;
 }
 
-bool isTerminator(uint8_t byte)
+uint32_t contentsEndOf(const detail::LineBounds& line)
+{
+    if (!line.terminatorLength)
+        return line.end;
+    return std::max(line.start, line.end - std::min(line.end, line.terminatorLength));
+}
+
+const char* terminatorOf(int kind, uint32_t& length)
+{
+    static const char* const terminators[] = { "\r", "\n", "\r\n" };
+    length = kind == YKNewlineCRLF ? 2 : 1;
+    return terminators[kind];
+}
+
+} // namespace
+
+namespace detail {
+
+static bool isTerminator(uint8_t byte)
 {
     return byte == LF || byte == CR;
 }
-
-// The line around [location, last] of bytes: its start, its end after the terminator and the
-// terminator's length (0 when the line has none).
-struct LineBounds {
-    uint32_t start;
-    uint32_t end;
-    uint32_t terminatorLength;
-};
 
 LineBounds lineBounds(const uint8_t* bytes, uint32_t length, Range range)
 {
@@ -100,14 +111,6 @@ LineBounds lineBounds(const uint8_t* bytes, uint32_t length, Range range)
     return line;
 }
 
-uint32_t contentsEndOf(const LineBounds& line)
-{
-    if (!line.terminatorLength)
-        return line.end;
-    return std::max(line.start, line.end - std::min(line.end, line.terminatorLength));
-}
-
-// The next line starting at `start` (a line start): contents end and end.
 LineBounds nextLine(const uint8_t* bytes, uint32_t length, uint32_t start)
 {
     LineBounds line { start, length, 0 };
@@ -123,14 +126,27 @@ LineBounds nextLine(const uint8_t* bytes, uint32_t length, uint32_t start)
     return line;
 }
 
-const char* terminatorOf(int kind, uint32_t& length)
+LineBounds LineScanner::next(uint32_t start)
 {
-    static const char* const terminators[] = { "\r", "\n", "\r\n" };
-    length = kind == YKNewlineCRLF ? 2 : 1;
-    return terminators[kind];
+    if (!_searchedLF || _nextLF < start) {
+        auto* found = static_cast<const uint8_t*>(std::memchr(_bytes + start, LF, _length - start));
+        _nextLF = found ? static_cast<uint32_t>(found - _bytes) : _length;
+        _searchedLF = true;
+    }
+    LineBounds line { start, _length, 0 };
+    auto* cr = static_cast<const uint8_t*>(std::memchr(_bytes + start, CR, _nextLF - start));
+    if (cr) {
+        uint32_t at = static_cast<uint32_t>(cr - _bytes);
+        line.terminatorLength = at + 1 == _nextLF && _nextLF < _length ? 2 : 1;
+        line.end = at + line.terminatorLength;
+    } else if (_nextLF < _length) {
+        line.terminatorLength = 1;
+        line.end = _nextLF + 1;
+    }
+    return line;
 }
 
-} // namespace
+} // namespace detail
 
 uint32_t indexOfCharacter(const Data* data, unsigned char c, uint32_t fromIndex) { return forwardCharacter(data, c, 1, fromIndex); }
 uint32_t indexOfNonCharacter(const Data* data, unsigned char c, uint32_t fromIndex) { return forwardCharacter(data, c, 0, fromIndex); }
@@ -240,7 +256,7 @@ void getLineStart(const Data* data, uint32_t* start, uint32_t* end, uint32_t* co
 {
     if (range.location > data->length() || range.length > data->length() - range.location)
         detail::raiseOutOfBounds(data, "getLineStart:end:contentsEnd:forRange:");
-    LineBounds line = lineBounds(data->bytes(), data->length(), range);
+    detail::LineBounds line = detail::lineBounds(data->bytes(), data->length(), range);
     if (start)
         *start = line.start;
     if (end)
@@ -266,8 +282,9 @@ Ref<Array> lines(const Data* data, bool trim)
     auto result = make<MutableArray>();
     const uint8_t* bytes = data->bytes();
     const uint32_t length = data->length();
+    detail::LineScanner scanner(bytes, length);
     for (uint32_t index = 0; index < length;) {
-        LineBounds line = nextLine(bytes, length, index);
+        detail::LineBounds line = scanner.next(index);
         uint32_t stop = trim ? line.end - line.terminatorLength : line.end;
         result->addObject(Data::dataWithBytes(bytes + line.start, stop - line.start));
         index = line.end;
@@ -310,8 +327,9 @@ Ref<Data> dataByConvertingNewlineTo(const Data* data, int kind)
     auto converted = MutableData::dataWithCapacity(data->length() + data->length() / 16);
     const uint8_t* bytes = data->bytes();
     const uint32_t length = data->length();
+    detail::LineScanner scanner(bytes, length);
     for (uint32_t index = 0; index < length;) {
-        LineBounds line = nextLine(bytes, length, index);
+        detail::LineBounds line = scanner.next(index);
         converted->appendBytes(bytes + line.start, line.end - line.terminatorLength - line.start);
         if (line.terminatorLength)
             converted->appendBytes(terminator, terminatorLength);

@@ -11,6 +11,8 @@
 #include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/values/Number.h>
 
+#include "core/system/DirectoryReader.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -95,16 +97,33 @@ const char* typeOf(mode_t mode)
 // The names a folder holds, without "." and ".."; false with errno set when it cannot be read.
 bool entryNames(const std::string& path, std::vector<std::string>& names)
 {
-    DIR* folder = opendir(path.c_str());
-    if (!folder)
+    detail::DirectoryReader reader(path.c_str());
+    if (!reader.isOpen())
         return false;
-    while (dirent* entry = readdir(folder)) {
-        if (std::strcmp(entry->d_name, ".") && std::strcmp(entry->d_name, ".."))
-            names.emplace_back(entry->d_name);
-    }
-    closedir(folder);
+    std::string_view name;
+    unsigned char type;
+    while (reader.next(name, type))
+        names.emplace_back(name);
     return true;
 }
+
+// A folder's entries read whole before any is removed (removing while reading may skip
+// entries): the names one after another, each ended by NUL, and their readdir types.
+struct FolderEntries {
+    std::string names;
+    std::vector<unsigned char> types;
+
+    void read(detail::DirectoryReader& reader)
+    {
+        std::string_view name;
+        unsigned char type;
+        while (reader.next(name, type)) {
+            names.append(name);
+            names.push_back('\0');
+            types.push_back(type);
+        }
+    }
+};
 
 // Carries out one handler-based operation: tells the handler what it does and asks it after
 // each error, or, for the error-returning family, records the first errno and stops.
@@ -143,30 +162,8 @@ public:
 
     bool remove(const std::string& path)
     {
-        struct stat status;
-        if (lstat(path.c_str(), &status) < 0)
-            return proceedAfterError(errno, path);
-        if (!S_ISDIR(status.st_mode)) {
-            if (unlink(path.c_str()) < 0)
-                return proceedAfterError(errno, path);
-            return true;
-        }
-        bool ok = true;
-        if (std::vector<std::string> names; entryNames(path, names)) {
-            for (auto& name : names) {
-                if (!remove(path + "/" + name)) {
-                    ok = false;
-                    break;
-                }
-            }
-        } else if (!proceedAfterError(errno, path)) {
-            return false;
-        }
-        if (!ok)
-            return false;
-        if (rmdir(path.c_str()) < 0)
-            return proceedAfterError(errno, path);
-        return true;
+        std::string walked = path;
+        return removeEntry(AT_FDCWD, path.c_str(), DT_UNKNOWN, walked);
     }
 
     bool copy(const std::string& from, const std::string& to)
@@ -204,6 +201,49 @@ public:
     }
 
 private:
+    // Removes the entry `name` of the folder parentFd, a folder's contents first; `path` is its
+    // whole path, for the handler. Works on folder descriptors, so no entry's path is built
+    // unless an error needs it, and a link inside the tree is removed, never followed.
+    bool removeEntry(int parentFd, const char* name, unsigned char type, std::string& path)
+    {
+        if (type == DT_UNKNOWN) {
+            struct stat status;
+            if (fstatat(parentFd, name, &status, AT_SYMLINK_NOFOLLOW) < 0)
+                return proceedAfterError(errno, path);
+            type = S_ISDIR(status.st_mode) ? DT_DIR : DT_REG;
+        }
+        if (type != DT_DIR) {
+            if (unlinkat(parentFd, name, 0) < 0)
+                return proceedAfterError(errno, path);
+            return true;
+        }
+        detail::DirectoryReader reader(parentFd, name);
+        if (!reader.isOpen() && !proceedAfterError(errno, path))
+            return false;
+        if (reader.isOpen() && !removeContents(reader, path))
+            return false;
+        if (unlinkat(parentFd, name, AT_REMOVEDIR) < 0)
+            return proceedAfterError(errno, path);
+        return true;
+    }
+
+    bool removeContents(detail::DirectoryReader& reader, std::string& path)
+    {
+        FolderEntries entries;
+        entries.read(reader);
+        const size_t length = path.size();
+        const char* name = entries.names.c_str();
+        for (unsigned char type : entries.types) {
+            path.append("/").append(name);
+            bool removed = removeEntry(reader.fd(), name, type, path);
+            path.resize(length);
+            if (!removed)
+                return false;
+            name += std::strlen(name) + 1;
+        }
+        return true;
+    }
+
     bool copyLink(const std::string& from, const std::string& to)
     {
         std::vector<char> target(PATH_MAX + 1);
@@ -362,6 +402,30 @@ Ref<String> NSTemporaryDirectory()
     if (folder.back() != '/')
         folder += '/';
     return stringOf(folder);
+}
+
+Ref<String> NSFileTypeForHFSTypeCode(uint32_t code)
+{
+    std::u16string text(6, u'\'');
+    for (int i = 0; i < 4; ++i)
+        text[1 + i] = static_cast<char16_t>((code >> (24 - 8 * i)) & 0xFF);
+    return make<String>(std::move(text));
+}
+
+uint32_t NSHFSTypeCodeFromFileType(const String* fileType)
+{
+    if (!fileType || fileType->length() != 6)
+        return 0;
+    std::u16string_view text = fileType->view();
+    if (text.front() != u'\'' || text.back() != u'\'')
+        return 0;
+    uint32_t code = 0;
+    for (char16_t c : text.substr(1, 4)) {
+        if (c > 0xFF)
+            return 0;
+        code = code << 8 | c;
+    }
+    return code;
 }
 
 mode_t processUmask()
@@ -703,17 +767,16 @@ Ref<Array> FileManager::contentsOfDirectoryAtPath(const String* path, Ref<Error>
         failWith(path, errno, error);
         return nullptr;
     }
-    DIR* folder = opendir(bytes.c_str());
-    if (!folder) {
+    detail::DirectoryReader reader(bytes.c_str());
+    if (!reader.isOpen()) {
         failWith(path, errno, error);
         return nullptr;
     }
     auto names = make<MutableArray>();
-    while (dirent* entry = readdir(folder)) {
-        if (std::strcmp(entry->d_name, ".") && std::strcmp(entry->d_name, ".."))
-            names->addObject(String::stringWithFileSystemRepresentation(entry->d_name, std::strlen(entry->d_name)));
-    }
-    closedir(folder);
+    std::string_view name;
+    unsigned char type;
+    while (reader.next(name, type))
+        names->addObject(String::stringWithFileSystemRepresentation(name.data(), name.size()));
     return names;
 }
 

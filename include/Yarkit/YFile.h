@@ -145,6 +145,10 @@ public:
 private:
     // A file of the receiver's runtime class for path (normalised).
     Ref<YFile> fileOfSameClass(const String* path) const;
+    // A file of the receiver's runtime class for a path that is already normal.
+    Ref<YFile> fileOfSameClassWithNormalPath(Ref<String> path) const;
+    // The file for an entry name of this folder (no "/" in it): the path needs no normalising.
+    Ref<YFile> childFile(const String* name) const;
     bool createDirectoryWithParents(bool withParents) const;
     bool deleteWithContents(bool all) const;
     // lstat's file type bits; 0 when the entry cannot be read.

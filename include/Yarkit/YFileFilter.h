@@ -44,6 +44,9 @@ public:
 
     // The file passes the kind, extension, visibility and name tests, in that order.
     bool acceptWithFile(const YFile* file) const;
+    // The same answer for a listed entry whose name and readdir type (DT_DIR, DT_REG, DT_LNK...)
+    // are known: the kind test reads the entry only when the type is DT_UNKNOWN.
+    bool acceptWithFile(const YFile* file, const String* name, unsigned char entryType) const;
 
     // Whether the name matches the pattern. Each search after the first piece narrows its
     // range by the absolute end of the last match (a%b%c%d rejects abcd); a range that would
@@ -55,6 +58,8 @@ public:
 
 private:
     void compilePattern();
+    // The kind test; entryType is readdir's, or DT_UNKNOWN to read the entry.
+    bool acceptsKind(const YFile* file, unsigned char entryType) const;
     // The fast path for ASCII names and patterns; false in `handled` otherwise.
     bool matchesASCIIName(std::u16string_view name, bool& handled) const;
 

@@ -39,10 +39,15 @@ public:
     // always '????' (0x3F3F3F3F).
     static uint32_t applicationSignature();
 
-    // -getMapEntry:forFileType: the type is an extension ("eml"); a quoted four-character HFS
-    // type code ("'TEXT'") maps nothing here. Null or empty: false.
+    // -getMapEntry:forFileType: the type is an extension ("eml") or a quoted HFS type code
+    // ("'TEXT'", see NSHFSTypeCodeFromFileType), mapped as the next method does with no
+    // extension. Null or empty: false.
     bool getMapEntry(YKMapEntry* entry, const String* fileType) const;
-    // -getMapEntry:forHFSTypeCode:HFSCreatorCode:extension: by the extension alone.
+    // -getMapEntry:forHFSTypeCode:HFSCreatorCode:extension: a classic Mac OS type the framework
+    // knows ('TEXT', 'PDF ', 'JPEG', 'MooV'... the table in docs/files.md) gives its MIME type,
+    // the extension (case ignored) choosing among the type's rows ('TEXT' with "html" is
+    // text/html); the entry's extension is the row's. Any other type, or 0, maps by the extension
+    // alone. The creator is ignored.
     bool getMapEntry(YKMapEntry* entry, uint32_t type, uint32_t creator, const String* extension) const;
     // The MIME type and description of a whole file name ("report.EML"); the extension field is
     // the name's path extension.

@@ -64,6 +64,8 @@ TEST(BundleAdditions, PlugInLoadsRunsItsHooksAndAnswersForItsOwnClasses)
     EXPECT_EQ(bundle->classNamed(str("String").get()), nullptr);
     EXPECT_EQ(Bundle::mainBundle()->classNamed(str("ProgramClass").get()), ProgramClass::staticClass());
     EXPECT_EQ(Bundle::mainBundle()->classNamed(str("SamplePlugInClass").get()), nullptr);
+    EXPECT_EQ(Bundle::mainBundle()->executablePath()->utf8(), fs::read_symlink("/proc/self/exe").string());
+    EXPECT_EQ(YK_localizedInfoDictionary(Bundle::mainBundle().get())->count(), 0u); // no files_tests.Info.json
     NotificationCenter::defaultCenter()->removeObserver(observer.get());
 }
 
@@ -83,14 +85,6 @@ TEST(BundleAdditions, PlugInsArePreferredWithoutThenWithPluginThenBundle)
     }
     EXPECT_EQ(pluginBundleNamed(str("Order").get()), nullptr);
     EXPECT_EQ(pluginClassNamed(str("X").get(), str("Missing").get()), nullptr);
-}
-
-TEST(BundleAdditions, MainBundleIsTheProgram)
-{
-    auto main = Bundle::mainBundle();
-    EXPECT_EQ(main->executablePath()->utf8(), fs::read_symlink("/proc/self/exe").string());
-    EXPECT_TRUE(main->isLoaded());
-    EXPECT_EQ(YK_localizedInfoDictionary(main.get())->count(), 0u); // no files_tests.Info.json
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include <Yarkit/ExtendedAttributes.h>
 #include <Yarkit/PathExtensions.h>
+#include <Yarkit/YFile.h>
+#include <Yarkit/YFileFilter.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/values/Array.h>
 #include <Yarkit/core/values/Data.h>
@@ -37,23 +39,7 @@ FileManager* manager()
     return FileManager::defaultManager();
 }
 
-// Sets an environment variable for the test's scope.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const std::string& value)
-        : _name(name)
-    {
-        if (const char* old = std::getenv(name))
-            _old = old, _had = true;
-        setenv(name, value.c_str(), 1);
-    }
-    ~ScopedVariable() { _had ? setenv(_name, _old.c_str(), 1) : unsetenv(_name); }
-
-private:
-    const char* _name;
-    std::string _old;
-    bool _had = false;
-};
+using yk::test::ScopedVariable;
 
 TEST(FileManagerAdditions, CreatePathReportsEveryCode)
 {
@@ -119,7 +105,7 @@ TEST(FileManagerAdditions, NumberedFilesCountFromTwo)
 TEST(FileManagerAdditions, TemporaryFilesReplaceTheWholeXRun)
 {
     yk::test::TemporaryFolder folder;
-    ScopedVariable tmpdir("TMPDIR", folder.path().string());
+    ScopedVariable tmpdir("TMPDIR", folder.path().c_str());
     struct Case {
         Ref<String> name;
         std::string prefix;
@@ -175,24 +161,7 @@ TEST(FileManagerAdditions, PermissionsNeverTouchALinksTarget)
     EXPECT_EQ(YK_defaultDirectoryPermissions(manager())->unsignedIntValue(), 0777u & ~mask);
 }
 
-TEST(FileManagerAdditions, RenameAnswersYesWhenTheDelegateRefuses)
-{
-    yk::test::TemporaryFolder folder;
-    yk::test::writeFile((folder.path() / "a").string(), "");
-    auto refuser = make<RenameRefuser>();
-    manager()->setDelegate(refuser.get());
-    Ref<Error> error;
-    EXPECT_TRUE(YK_renameItemAtPath(manager(), pathIn(folder, "a").get(), pathIn(folder, "b").get(), &error));
-    manager()->setDelegate(nullptr);
-    EXPECT_TRUE(fs::exists(folder.path() / "a"));
-    EXPECT_FALSE(fs::exists(folder.path() / "b"));
-    EXPECT_FALSE(YK_renameItemAtPath(manager(), pathIn(folder, "missing").get(), pathIn(folder, "b").get(), &error));
-    EXPECT_EQ(error->code(), ENOENT);
-    EXPECT_EQ(error->userInfo()->objectForKey(std::string_view(NSLocalizedDescriptionKey))->description()->utf8(),
-        "No such file or directory");
-}
-
-TEST(FileManagerAdditions, CompatibilityFamilyAnswersAlike)
+TEST(FileManagerAdditions, ErrorReturningFamilyAnswersAlike)
 {
     yk::test::TemporaryFolder folder;
     struct Case {
@@ -204,14 +173,28 @@ TEST(FileManagerAdditions, CompatibilityFamilyAnswersAlike)
         { pathIn(folder, "missing"), 2 },
     };
     for (const auto& c : cases) {
-        Ref<Error> e1, e2, e3, e4;
+        Ref<Error> e1, e2, e3, e4, e5;
         EXPECT_EQ(YK_attributesOfItemAtPath(manager(), c.path.get(), &e1), nullptr);
         EXPECT_EQ(YK_contentsOfDirectoryAtPath(manager(), c.path.get(), &e2), nullptr);
         EXPECT_FALSE(YK_removeItemAtPath(manager(), c.path.get(), &e3));
         EXPECT_EQ(YK_destinationOfSymbolicLinkAtPath(manager(), c.path.get(), &e4), nullptr);
-        for (auto* e : { &e1, &e2, &e3, &e4 })
+        EXPECT_FALSE(YK_renameItemAtPath(manager(), c.path.get(), pathIn(folder, "b").get(), &e5));
+        for (auto* e : { &e1, &e2, &e3, &e4, &e5 })
             EXPECT_EQ((*e)->code(), c.code) << yk::test::describe(c.path.get());
     }
+    Ref<Error> error;
+    YK_removeItemAtPath(manager(), pathIn(folder, "missing").get(), &error);
+    EXPECT_EQ(error->userInfo()->objectForKey(std::string_view(NSLocalizedDescriptionKey))->description()->utf8(),
+        "No such file or directory");
+
+    // A delegate that refuses a rename makes it succeed without renaming.
+    yk::test::writeFile((folder.path() / "a").string(), "");
+    auto refuser = make<RenameRefuser>();
+    manager()->setDelegate(refuser.get());
+    EXPECT_TRUE(YK_renameItemAtPath(manager(), pathIn(folder, "a").get(), pathIn(folder, "b").get(), &error));
+    manager()->setDelegate(nullptr);
+    EXPECT_TRUE(fs::exists(folder.path() / "a"));
+    EXPECT_FALSE(fs::exists(folder.path() / "b"));
 }
 
 TEST(FileManagerAdditions, PathArithmetic)
@@ -331,6 +314,15 @@ TEST(FileManagerAdditions, ForksAndFinderInformation)
     EXPECT_FALSE(YK_setFinderInfo(manager(), Data::dataWithString("short").get(), nullptr, path.get()));
     EXPECT_FALSE(YK_getFinderInfo(manager(), nullptr, nullptr, nullptr, path.get()));
 
+    // The invisible flag, 0x4000 of the big-endian flags at offset 8, hides from a filter.
+    auto filter = make<YFileFilter>(0, str("%").get(), false, nullptr, false);
+    auto file = YFile::fileWithPath(path.get());
+    EXPECT_TRUE(filter->acceptWithFile(file.get()));
+    uint8_t invisible[16] = {};
+    invisible[8] = 0x40;
+    EXPECT_TRUE(YK_setFinderInfo(manager(), Data::dataWithBytes(invisible, 16).get(), nullptr, path.get()));
+    EXPECT_FALSE(filter->acceptWithFile(file.get()));
+
     FSRef reference;
     EXPECT_TRUE(YK_getFSRef(manager(), &reference, path.get()));
     EXPECT_EQ(YK_pathWithFSRef(manager(), &reference)->utf8(), fs::canonical(folder.path() / "f").string());
@@ -343,8 +335,8 @@ TEST(FileManagerAdditions, FolderSearchFollowsXDG)
 {
     yk::test::TemporaryFolder folder;
     const std::string home = folder.path().string();
-    ScopedVariable homeVariable("HOME", home);
-    ScopedVariable config("XDG_CONFIG_HOME", home + "/conf");
+    ScopedVariable homeVariable("HOME", home.c_str());
+    ScopedVariable config("XDG_CONFIG_HOME", (home + "/conf").c_str());
     ScopedVariable data("XDG_DATA_HOME", "relative/ignored");
     ScopedVariable cache("XDG_CACHE_HOME", "");
     fs::create_directories(home + "/conf");

@@ -5,7 +5,9 @@
 
 #include <Yarkit/core/values/String.h>
 
+#include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <sys/xattr.h>
 
@@ -30,6 +32,25 @@ inline std::string readFile(const std::string& path)
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
+
+// Sets an environment variable (unsets it for null) until the scope ends.
+class ScopedVariable {
+public:
+    ScopedVariable(const char* name, const char* value)
+        : _name(name)
+    {
+        if (const char* old = std::getenv(name))
+            _old = old;
+        value ? setenv(name, value, 1) : unsetenv(name);
+    }
+    ~ScopedVariable() { _old ? setenv(_name, _old->c_str(), 1) : unsetenv(_name); }
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+private:
+    const char* _name;
+    std::optional<std::string> _old;
+};
 
 // Whether the folder's file system keeps user extended attributes (tmpfs before 6.6 and some
 // overlay set-ups do not).

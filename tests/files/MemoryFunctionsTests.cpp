@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include "core/system/CPUFeatures.h"
 #include "files/StrtollComparison.h"
 #include "files/SubstringSearch.h"
+#include "foundation/LineBounds.h"
 
 namespace {
 
@@ -22,53 +24,20 @@ long offsetOf(const void* result, const std::string& haystack)
     return result ? static_cast<const char*>(result) - haystack.data() : -1;
 }
 
-TEST(MemoryFunctions, MemrchrFindsTheLastByte)
+// The null and zero arguments; ordinary searches are compared with glibc below.
+TEST(MemoryFunctions, NullOrEmptyArgumentsFindNothing)
 {
-    const std::string text = "a.b.c\xff";
-    struct Case {
-        const char* buffer;
-        int byte;
-        size_t length;
-        long expected;
-    } cases[] = {
-        { text.data(), '.', text.size(), 3 },
-        { text.data(), 0x1ff, text.size(), 5 }, // converted to unsigned char
-        { text.data(), 'x', text.size(), -1 },
-        { text.data(), 'a', 0, -1 },
-        { nullptr, 'a', 5, -1 },
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE("byte " + std::to_string(c.byte) + ", length " + std::to_string(c.length));
-        EXPECT_EQ(offsetOf(y_memrchr(c.buffer, c.byte, c.length), text), c.expected);
+    const std::string text = "abcab\xff";
+    EXPECT_EQ(offsetOf(y_memrchr(text.data(), 0x1ff, text.size()), text), 5); // converted to unsigned char
+    EXPECT_EQ(offsetOf(y_memmem(text.data(), 3, "abca", 4), text), -1);
+    EXPECT_EQ(offsetOf(y_memrmem(text.data(), 4, "ab", 2), text), 0); // wholly inside the haystack
+    for (auto [haystack, length, needle, needleLength] : { std::tuple<const char*, size_t, const char*, size_t> { text.data(), 0, "a", 1 },
+             { text.data(), text.size(), "a", 0 }, { nullptr, 5, "a", 1 }, { text.data(), text.size(), nullptr, 1 } }) {
+        EXPECT_EQ(y_memmem(haystack, length, needle, needleLength), nullptr);
+        EXPECT_EQ(y_memrmem(haystack, length, needle, needleLength), nullptr);
     }
-}
-
-TEST(MemoryFunctions, MemmemAndMemrmemFindFirstAndLastOccurrences)
-{
-    const std::string text = "abcabxabcab";
-    struct Case {
-        const char* haystack;
-        size_t haystackLength;
-        const char* needle;
-        size_t needleLength;
-        long first;
-        long last;
-    } cases[] = {
-        { text.data(), text.size(), "ab", 2, 0, 9 },
-        { text.data(), text.size(), "cab", 3, 2, 8 },
-        { text.data(), text.size(), text.data(), text.size(), 0, 0 },
-        // The last occurrence must lie wholly inside the haystack.
-        { text.data(), 10, "ab", 2, 0, 6 },
-        { text.data(), 3, "abca", 4, -1, -1 },
-        { text.data(), 0, "a", 1, -1, -1 },
-        { text.data(), text.size(), "a", 0, -1, -1 },
-        { nullptr, 5, "a", 1, -1, -1 },
-        { text.data(), text.size(), nullptr, 1, -1, -1 },
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(offsetOf(y_memmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.first) << "row " << &c - cases;
-        EXPECT_EQ(offsetOf(y_memrmem(c.haystack, c.haystackLength, c.needle, c.needleLength), text), c.last) << "row " << &c - cases;
-    }
+    EXPECT_EQ(y_memrchr(text.data(), 'a', 0), nullptr);
+    EXPECT_EQ(y_memrchr(nullptr, 'a', 5), nullptr);
 }
 
 std::string randomText(std::mt19937& rng, size_t length, int alphabetSize)
@@ -116,6 +85,7 @@ TEST(MemoryFunctions, EveryMemmemPathAgreesWithThePortableOneAndGlibc)
             for (auto [name, find] : paths)
                 ASSERT_EQ(static_cast<const void*>(find(h, haystack.size(), n, needle.size())), expected) << name << ": " << what;
         }
+        ASSERT_EQ(offsetOf(y_memrchr(h, needle[0], haystack.size()), haystack), long(haystack.rfind(needle[0]))) << what;
         auto* last = static_cast<const uint8_t*>(y_memrmem(h, haystack.size(), n, needle.size()));
         ASSERT_EQ(last != nullptr, expected != nullptr) << what;
         if (last) {
@@ -147,6 +117,28 @@ TEST(MemoryFunctions, MemmemStaysCorrectOnInputsThatDefeatCandidateFiltering)
         EXPECT_EQ(find(h, haystack.size(), n, needle.size()), h + planted) << name;
     }
     EXPECT_EQ(y_memmem(h, haystack.size(), n, needle.size()), h + planted);
+}
+
+// Texts of "a", CR and LF make every kind of terminator, runs of lone CRs before an LF (the
+// remembered LF) and a last line without one.
+TEST(MemoryFunctions, LineScannerAgreesWithThePortableLineSplit)
+{
+    std::mt19937 rng(17);
+    for (int round = 0; round < 20000; ++round) {
+        std::string text = randomText(rng, rng() % 40, 3);
+        for (char& c : text)
+            c = c == 'b' ? '\r' : c == 'c' ? '\n' : c;
+        auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+        const auto length = static_cast<uint32_t>(text.size());
+        yk::detail::LineScanner scanner(bytes, length);
+        for (uint32_t start = 0; start < length;) {
+            auto fast = scanner.next(start);
+            auto portable = yk::detail::nextLine(bytes, length, start);
+            ASSERT_EQ(fast.end, portable.end) << "at " << start << " of " << testing::PrintToString(text);
+            ASSERT_EQ(fast.terminatorLength, portable.terminatorLength) << "at " << start << " of " << testing::PrintToString(text);
+            start = fast.end;
+        }
+    }
 }
 
 struct StrtollCase {

@@ -13,13 +13,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <set>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <thread>
 
+#include "core/CommandOutput.h"
 #include "files/FilesTestSupport.h"
-
-extern char** environ;
 
 namespace fs = std::filesystem;
 using namespace yk;
@@ -32,55 +29,30 @@ bool longRun()
     return std::getenv("YK_LONG_TESTS") != nullptr;
 }
 
-struct Worker {
-    pid_t pid;
-    FILE* output;
-};
-
-// Spawns the helper with its output on a pipe.
-Worker spawnWorker(const std::vector<std::string>& arguments)
+// Runs the helper (a process of its own, never a fork of this threaded program) with the
+// arguments; its exit status and the lines it printed.
+yk::test::CommandOutput runWorker(const std::vector<std::string>& arguments)
 {
-    int pipeEnds[2];
-    EXPECT_EQ(pipe(pipeEnds), 0);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
-    std::vector<char*> argv { const_cast<char*>(YK_FILE_WORKER_PATH) };
+    std::string command = YK_FILE_WORKER_PATH;
     for (auto& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    pid_t pid = -1;
-    EXPECT_EQ(posix_spawn(&pid, YK_FILE_WORKER_PATH, &actions, nullptr, argv.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    close(pipeEnds[1]);
-    return { pid, fdopen(pipeEnds[0], "r") };
+        command += " '" + argument + "'";
+    return yk::test::runCommand(command);
 }
 
-// Reads the worker's lines and waits for it; its exit status.
-int finish(Worker& worker, std::vector<std::string>& lines)
+// Eight workers at once; every line they printed.
+std::vector<std::string> runWorkers(const std::vector<std::string>& arguments)
 {
-    char line[4096];
-    while (std::fgets(line, sizeof line, worker.output)) {
-        std::string text = line;
-        if (!text.empty() && text.back() == '\n')
-            text.pop_back();
-        lines.push_back(text);
-    }
-    std::fclose(worker.output);
-    int status = 0;
-    waitpid(worker.pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-std::vector<std::string> runWorkers(int processes, const std::vector<std::string>& arguments)
-{
-    std::vector<Worker> workers;
-    for (int i = 0; i < processes; ++i)
-        workers.push_back(spawnWorker(arguments));
+    std::vector<yk::test::CommandOutput> outputs(8);
+    std::vector<std::thread> threads;
+    for (auto& output : outputs)
+        threads.emplace_back([&] { output = runWorker(arguments); });
     std::vector<std::string> lines;
-    for (auto& worker : workers)
-        EXPECT_EQ(finish(worker, lines), 0);
+    for (size_t i = 0; i < threads.size(); ++i) {
+        threads[i].join();
+        EXPECT_EQ(outputs[i].status, 0);
+        for (size_t start = 0, end; (end = outputs[i].output.find('\n', start)) != std::string::npos; start = end + 1)
+            lines.push_back(outputs[i].output.substr(start, end - start));
+    }
     return lines;
 }
 
@@ -101,30 +73,19 @@ std::set<std::string> namesIn(const fs::path& folder)
     return names;
 }
 
-void checkProcesses(int perProcess)
+TEST(FilesReliability, EightProcessesNeverShareAName)
 {
+    const int perProcess = longRun() ? 1000 : 250;
     yk::test::TemporaryFolder folder;
     fs::create_directory(folder.path() / "temporary");
-    auto temporary = runWorkers(8, { "temporary", (folder.path() / "temporary").string(), std::to_string(perProcess) });
+    auto temporary = runWorkers({ "temporary", (folder.path() / "temporary").string(), std::to_string(perProcess) });
     EXPECT_EQ(std::set<std::string>(temporary.begin(), temporary.end()).size(), size_t(8 * perProcess));
     EXPECT_EQ(namesIn(folder.path() / "temporary").size(), size_t(8 * perProcess));
 
     fs::create_directory(folder.path() / "numbered");
-    auto numbered = runWorkers(8, { "numbered", (folder.path() / "numbered/report.txt").string(), std::to_string(perProcess) });
+    auto numbered = runWorkers({ "numbered", (folder.path() / "numbered/report.txt").string(), std::to_string(perProcess) });
     EXPECT_EQ(numbered.size(), size_t(8 * perProcess));
     EXPECT_EQ(namesIn(folder.path() / "numbered"), numberedNames(8 * perProcess));
-}
-
-TEST(FilesReliability, EightProcessesNeverShareAName)
-{
-    checkProcesses(250);
-}
-
-TEST(FilesReliability, LongEightProcessesNeverShareAName)
-{
-    if (!longRun())
-        GTEST_SKIP() << "set YK_LONG_TESTS (ctest -L long) for 8 x 1,000 files per kind";
-    checkProcesses(1000);
 }
 
 TEST(FilesReliability, EightThreadsNeverShareAName)
@@ -215,26 +176,20 @@ TEST(FilesReliability, SharedFilesHashAndCompareWhileTheHandlerChanges)
     EXPECT_EQ(equal, 8 * 2000);
 }
 
-TEST(FilesReliability, FailedWritesKeepTheOldBytes)
+// The worker checks these in a mount namespace of its own; 77 means it could not have one.
+TEST(FilesReliability, FailedWritesKeepTheOldBytesAndRamfsHasNoUserAttributes)
 {
-    yk::test::TemporaryFolder folder;
-    std::vector<std::string> lines;
-    auto worker = spawnWorker({ "failed-writes", folder.path().string() });
-    int status = finish(worker, lines);
-    if (status == 77)
-        GTEST_SKIP() << "no private mount namespace with a tmpfs here (unshare or mount refused)";
-    EXPECT_EQ(status, 0) << "see the worker's lines on standard error";
-}
-
-TEST(FilesReliability, NoUserAttributesOnRamfs)
-{
-    yk::test::TemporaryFolder folder;
-    std::vector<std::string> lines;
-    auto worker = spawnWorker({ "no-xattrs", folder.path().string() });
-    int status = finish(worker, lines);
-    if (status == 77)
-        GTEST_SKIP() << "no private mount namespace with a ramfs here (unshare or mount refused)";
-    EXPECT_EQ(status, 0) << "see the worker's lines on standard error";
+    std::string skipped;
+    for (const char* mode : { "failed-writes", "no-xattrs" }) {
+        yk::test::TemporaryFolder folder;
+        int status = runWorker({ mode, folder.path().string() }).status;
+        if (status == 77)
+            skipped += std::string(" ") + mode;
+        else
+            EXPECT_EQ(status, 0) << mode << ": see the worker's lines on standard error";
+    }
+    if (!skipped.empty())
+        GTEST_SKIP() << "no private mount namespace with a tmpfs or ramfs here (unshare or mount refused):" << skipped;
 }
 
 } // namespace

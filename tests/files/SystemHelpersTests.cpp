@@ -2,11 +2,13 @@
 #include <Yarkit/SystemFunctions.h>
 #include <Yarkit/YInternetConfig.h>
 
+#include <Yarkit/core/system/FileManager.h>
 #include <Yarkit/core/values/MutableArray.h>
 
 #include <filesystem>
 #include <fstream>
 #include <gio/gio.h>
+#include <memory>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -29,15 +31,11 @@ protected:
     void SetUp() override
     {
         const std::string root = _folder.path().string();
-        for (const char* name : { "XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "XDG_CURRENT_DESKTOP" }) {
-            const char* value = std::getenv(name);
-            _saved.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
-        }
-        setenv("XDG_DATA_HOME", (root + "/home").c_str(), 1);
-        setenv("XDG_DATA_DIRS", (root + "/system:relative/ignored").c_str(), 1);
-        setenv("XDG_CONFIG_HOME", (root + "/config").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", (root + "/etc").c_str(), 1);
-        unsetenv("XDG_CURRENT_DESKTOP");
+        set("XDG_DATA_HOME", root + "/home");
+        set("XDG_DATA_DIRS", root + "/system:relative/ignored");
+        set("XDG_CONFIG_HOME", root + "/config");
+        set("XDG_CONFIG_DIRS", root + "/etc");
+        _variables.push_back(std::make_unique<yk::test::ScopedVariable>("XDG_CURRENT_DESKTOP", nullptr));
         write("home/mime/globs2", "50:text/x-home:*.home\n50:text/x-cleared:__NOGLOBS__\n");
         write("system/mime/globs2",
             "# comment\n"
@@ -51,6 +49,7 @@ protected:
             "50:text/x-cleared:*.clr\n"
             "50:text/x-makefile:Makefile\n"
             "50:text/x-readme:README*\n"
+            "99999999999:text/x-huge:*.huge\n" // no weight: skipped
             "broken line\n");
         write("system/mime/message/rfc822.xml",
             "<?xml version=\"1.0\"?>\n<mime-type type=\"message/rfc822\">\n"
@@ -61,10 +60,9 @@ protected:
         write("system/applications/mimeapps.list", "[Default Applications]\nx-scheme-handler/mailto=thunderbird.desktop\n");
     }
 
-    void TearDown() override
+    void set(const char* name, const std::string& value)
     {
-        for (auto& [name, value] : _saved)
-            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+        _variables.push_back(std::make_unique<yk::test::ScopedVariable>(name, value.c_str()));
     }
 
     void write(const std::string& relative, const std::string& text)
@@ -80,7 +78,7 @@ protected:
     }
 
     yk::test::TemporaryFolder _folder;
-    std::vector<std::pair<std::string, std::optional<std::string>>> _saved;
+    std::vector<std::unique_ptr<yk::test::ScopedVariable>> _variables;
 };
 
 TEST(HostAdditions, FullyQualifiedNames)
@@ -195,6 +193,7 @@ TEST_F(XDGFixture, FileNameMappings)
         { "makefile", "text/x-makefile" }, // a literal name, case ignored
         { "README.first", "text/x-readme" },
         { "nothing.zzz", "" },
+        { "x.huge", "" },
     };
     LogCapture capture;
     for (const auto& c : cases) {
@@ -208,8 +207,34 @@ TEST_F(XDGFixture, FileNameMappings)
     EXPECT_EQ(entry.extension->utf8(), "eml");
     EXPECT_EQ(entry.description->utf8(), "email message");
     EXPECT_FALSE(config->getMapEntry(&entry, str("").get()));
-    EXPECT_FALSE(config->getMapEntry(&entry, str("'TEXT'").get()));
+    EXPECT_FALSE(config->getMapEntry(&entry, str("'zzzz'").get()));
     EXPECT_EQ(capture.text(), ""); // not found is quiet
+
+    // HFS types: the extension chooses among a type's rows; an unknown type maps by extension.
+    struct HFSCase {
+        const char* type;
+        const char* extension;
+        const char* MIMEType;
+        const char* entryExtension;
+    } hfsCases[] = {
+        { "'TEXT'", nullptr, "text/plain", "txt" },
+        { "'TEXT'", "HTML", "text/html", "html" },
+        { "'TEXT'", "zzz", "text/plain", "txt" },
+        { "'PDF '", nullptr, "application/pdf", "pdf" },
+        { "'zzzz'", "eml", "message/rfc822", "eml" },
+        { "''", "eml", "message/rfc822", "eml" }, // not a type code: 0
+    };
+    for (const auto& c : hfsCases) {
+        uint32_t type = NSHFSTypeCodeFromFileType(str(c.type).get());
+        auto extension = c.extension ? str(c.extension) : nullptr;
+        ASSERT_TRUE(config->getMapEntry(&entry, type, 0, extension.get())) << c.type;
+        EXPECT_EQ(entry.MIMEType->utf8(), c.MIMEType) << c.type;
+        EXPECT_EQ(entry.extension->utf8(), c.entryExtension) << c.type;
+        if (type)
+            EXPECT_EQ(NSFileTypeForHFSTypeCode(type)->utf8(), c.type);
+    }
+    ASSERT_TRUE(config->getMapEntry(&entry, str("'TEXT'").get()));
+    EXPECT_EQ(entry.MIMEType->utf8(), "text/plain");
 }
 
 TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
@@ -237,6 +262,11 @@ TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
     EXPECT_EQ(read("config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
                                             "text/html=firefox.desktop\nx-scheme-handler/mailto=mutt.desktop;\n");
     EXPECT_FALSE(config->setApplicationCreator(0, str(std::string(64, 'n').c_str()).get(), str("mailto").get()));
+
+    // The answers are kept until a watched folder changes: an uninstalled entry is noticed.
+    fs::remove(_folder.path() / "home/applications/mutt.desktop");
+    ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
+    EXPECT_EQ(name->utf8(), "thunderbird.desktop");
 }
 
 TEST(SharedMimeInfo, ExtensionsAgreeWithGIOWhereItIsCertain)

@@ -1,11 +1,12 @@
 #include <Yarkit/YFileFilter.h>
 
-#include <Yarkit/ExtendedAttributes.h>
 #include <Yarkit/YFile.h>
-#include <Yarkit/core/values/Array.h>
+#include <Yarkit/core/values/MutableArray.h>
 
 #include <filesystem>
 #include <random>
+#include <set>
+#include <string>
 
 #include "files/FilesTestSupport.h"
 
@@ -118,28 +119,27 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
         { 0, nullptr, false, false, ".hidden.txt", false },
         { 0, nullptr, false, true, ".hidden.txt", true },
     };
+    auto listed = [](const Array* files) {
+        std::set<std::string> paths;
+        for (auto& file : *files)
+            paths.insert(static_cast<YFile*>(file.get())->path()->utf8());
+        return paths;
+    };
+    auto all = YFile::fileWithPath(str(root.c_str()).get())->directoryFiles();
     for (const auto& c : cases) {
         auto filter = make<YFileFilter>(c.type, str("%").get(), c.caseSensitive, c.extensions, c.listHidden);
         auto file = YFile::fileWithPath(yk::test::pathIn(folder, c.name).get());
         EXPECT_EQ(filter->acceptWithFile(file.get()), c.accepted) << c.name << " type " << c.type;
+        // A listing takes the kinds from readdir: it keeps what acceptWithFile keeps.
+        auto expected = make<MutableArray>();
+        for (auto& entry : *all) {
+            if (filter->acceptWithFile(static_cast<YFile*>(entry.get())))
+                expected->addObject(entry);
+        }
+        auto folderFile = YFile::fileWithPath(str(root.c_str()).get());
+        EXPECT_EQ(listed(folderFile->directoryFilesWithFileFilter(filter.get()).get()), listed(expected.get())) << "type " << c.type;
     }
     EXPECT_TRUE(make<YFileFilter>()->acceptWithFile(YFile::fileWithPath(yk::test::pathIn(folder, ".hidden.txt").get()).get()));
-}
-
-TEST(YFileFilter, FinderInvisibleFlagHides)
-{
-    yk::test::TemporaryFolder folder;
-    if (!yk::test::supportsUserAttributes(folder))
-        GTEST_SKIP() << "the temporary folder's file system keeps no user extended attributes";
-    yk::test::writeFile((folder.path() / "shown").string(), "");
-    auto path = yk::test::pathIn(folder, "shown");
-    auto filter = make<YFileFilter>(0, str("%").get(), false, nullptr, false);
-    auto file = YFile::fileWithPath(path.get());
-    EXPECT_TRUE(filter->acceptWithFile(file.get()));
-    uint8_t info[16] = {};
-    info[8] = 0x40; // flags 0x4000, big-endian at offset 8
-    EXPECT_TRUE(YK_setFinderInfo(FileManager::defaultManager(), Data::dataWithBytes(info, 16).get(), nullptr, path.get()));
-    EXPECT_FALSE(filter->acceptWithFile(file.get()));
 }
 
 } // namespace

@@ -45,6 +45,12 @@ extern const char NSFileSystemFreeNodes[];
 // The temporary folder with a trailing "/": $TMPDIR when it is set and not empty, else "/tmp/".
 Ref<String> NSTemporaryDirectory();
 
+// HFS type and creator codes as file types: the four bytes (Mac OS Roman, read here as
+// Latin-1) between single quotes, "'TEXT'". NSHFSTypeCodeFromFileType gives 0 for any other
+// text, or a null one.
+Ref<String> NSFileTypeForHFSTypeCode(uint32_t code);
+uint32_t NSHFSTypeCodeFromFileType(const String* fileType);
+
 // The process's file-creation mask, read from "Umask:" in /proc/self/status (setting and
 // restoring umask would race with threads that create files). 022 when it cannot be read.
 mode_t processUmask();
