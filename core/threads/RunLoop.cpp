@@ -192,10 +192,13 @@ RunLoop::Mode& RunLoop::modeForAdding(std::string_view mode)
     return *found->second;
 }
 
-const RunLoop::Mode* RunLoop::modeNamed(const std::string& mode) const
+template <typename Function>
+void RunLoop::forEachItemsOf(const std::string& mode, Function&& function)
 {
-    auto found = _modes.find(mode);
-    return found == _modes.end() ? nullptr : found->second.get();
+    if (auto found = _modes.find(mode); found != _modes.end())
+        function(*found->second);
+    if (_commonModes.count(mode))
+        function(*_commonItems);
 }
 
 template <typename T>
@@ -306,16 +309,12 @@ bool RunLoop::performMatches(const Perform& perform, const std::string& mode) co
 bool RunLoop::hasItems(const std::string& mode)
 {
     Locker guard(_lock);
-    auto hasSomething = [](const Mode* items) {
-        if (!items)
-            return false;
-        if (!items->ports.empty() || !items->sources.empty())
-            return true;
-        return std::any_of(items->timers.begin(), items->timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
-    };
-    if (hasSomething(modeNamed(mode)))
-        return true;
-    if (_commonModes.count(mode) && hasSomething(_commonItems.get()))
+    bool found = false;
+    forEachItemsOf(mode, [&](const RunLoopMode& items) {
+        found = found || !items.ports.empty() || !items.sources.empty()
+            || std::any_of(items.timers.begin(), items.timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
+    });
+    if (found)
         return true;
     for (const auto& perform : _performs) {
         if (performMatches(perform, mode))
@@ -331,17 +330,13 @@ void RunLoop::notifyObservers(const std::string& mode, RunLoopActivity activity)
     std::vector<Ref<RunLoopObserver>> observers;
     {
         Locker guard(_lock);
-        auto collect = [&](const Mode* items) {
-            if (!items)
-                return;
-            for (const auto& observer : items->observers) {
+        auto collect = [&](RunLoopMode& items) {
+            for (const auto& observer : items.observers) {
                 if (observer->isValid() && (observer->activities() & activity))
                     observers.push_back(observer);
             }
         };
-        collect(modeNamed(mode));
-        if (_commonModes.count(mode))
-            collect(_commonItems.get());
+        forEachItemsOf(mode, collect);
     }
     if (observers.empty())
         return;
@@ -357,23 +352,18 @@ uint32_t RunLoop::fireTimers(const std::string& mode)
     const auto now = Clock::now();
     {
         Locker guard(_lock);
-        auto collect = [&](Mode* items) {
-            if (!items)
-                return;
+        auto collect = [&](RunLoopMode& items) {
             // Invalidated timers leave the mode here.
-            auto end = std::stable_partition(items->timers.begin(), items->timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
-            for (auto it = end; it != items->timers.end(); ++it)
+            auto end = std::stable_partition(items.timers.begin(), items.timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
+            for (auto it = end; it != items.timers.end(); ++it)
                 released.emplace_back(it->get());
-            items->timers.erase(end, items->timers.end());
-            for (const auto& timer : items->timers) {
+            items.timers.erase(end, items.timers.end());
+            for (const auto& timer : items.timers) {
                 if (timer->fireTime() <= now)
                     timers.push_back(timer);
             }
         };
-        if (auto found = _modes.find(mode); found != _modes.end())
-            collect(found->second.get());
-        if (_commonModes.count(mode))
-            collect(_commonItems.get());
+        forEachItemsOf(mode, collect);
     }
     std::stable_sort(timers.begin(), timers.end(), [](const auto& a, const auto& b) { return a->fireTime() < b->fireTime(); });
     uint32_t fired = 0;
@@ -425,21 +415,17 @@ bool RunLoop::handleSources(const std::string& mode, const std::vector<int>& rea
     std::vector<Ref<RunLoopSource>> sources;
     {
         Locker guard(_lock);
-        auto collect = [&](const Mode* items) {
-            if (!items)
-                return;
-            for (const auto& port : items->ports) {
+        auto collect = [&](RunLoopMode& items) {
+            for (const auto& port : items.ports) {
                 if (isReady(port->fileDescriptor()) && !containsItem(ports, port.get()))
                     ports.push_back(port);
             }
-            for (const auto& source : items->sources) {
+            for (const auto& source : items.sources) {
                 if (isDue(*source))
                     sources.push_back(source);
             }
         };
-        collect(modeNamed(mode));
-        if (_commonModes.count(mode))
-            collect(_commonItems.get());
+        forEachItemsOf(mode, collect);
     }
 
     // Ports first (order 0 among sources), then sources by order.
@@ -470,19 +456,15 @@ void RunLoop::syncInterest(const std::string& mode)
         generation = _itemsGeneration;
         if (generation == _watchedGeneration && mode == _watchedMode)
             return;
-        auto collect = [&](const Mode* items) {
-            if (!items)
-                return;
-            for (const auto& port : items->ports)
+        auto collect = [&](RunLoopMode& items) {
+            for (const auto& port : items.ports)
                 wanted.insert(port->fileDescriptor());
-            for (const auto& source : items->sources) {
+            for (const auto& source : items.sources) {
                 if (source->fileDescriptor() >= 0)
                     wanted.insert(source->fileDescriptor());
             }
         };
-        collect(modeNamed(mode));
-        if (_commonModes.count(mode))
-            collect(_commonItems.get());
+        forEachItemsOf(mode, collect);
     }
     // Rebuilt whole: a descriptor closed and reused under the same number must be added anew.
     for (int fd : _watched)
@@ -502,10 +484,8 @@ std::optional<RunLoop::Clock::time_point> RunLoop::nextTimerDate(const std::stri
 {
     Locker guard(_lock);
     std::optional<Clock::time_point> next;
-    auto collect = [&](const Mode* items) {
-        if (!items)
-            return;
-        for (const auto& timer : items->timers) {
+    auto collect = [&](RunLoopMode& items) {
+        for (const auto& timer : items.timers) {
             if (!timer->isValid())
                 continue;
             const auto time = timer->fireTime();
@@ -513,9 +493,7 @@ std::optional<RunLoop::Clock::time_point> RunLoop::nextTimerDate(const std::stri
                 next = time;
         }
     };
-    collect(modeNamed(mode));
-    if (_commonModes.count(mode))
-        collect(_commonItems.get());
+    forEachItemsOf(mode, collect);
     return next;
 }
 

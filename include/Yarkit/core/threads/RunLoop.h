@@ -150,7 +150,9 @@ private:
     // then observers are told the loop is about to wait, as it may sleep next.
     void runDispatchedPass();
     void syncInterest(const std::string& mode) YK_EXCLUDES(_lock);
-    const Mode* modeNamed(const std::string& mode) const YK_REQUIRES(_lock);
+    // Calls function with the mode's own items, then with the common items if the mode is common.
+    template <typename Function>
+    void forEachItemsOf(const std::string& mode, Function&& function) YK_REQUIRES(_lock);
     Mode& modeForAdding(std::string_view mode) YK_REQUIRES(_lock);
     bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
