@@ -69,7 +69,8 @@ TEST(KeychainFailure, EveryOperationRaises)
         } catch (const Exception& e) {
             EXPECT_EQ(e.name()->utf8(), expected) << e.what();
         }
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+        // A hang would be D-Bus's 25 s call timeout; 10 s leaves room for a loaded machine.
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << "no hang";
     }
 }
 
