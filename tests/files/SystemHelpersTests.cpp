@@ -230,8 +230,9 @@ TEST_F(XDGFixture, FileNameMappings)
         ASSERT_TRUE(config->getMapEntry(&entry, type, 0, extension.get())) << c.type;
         EXPECT_EQ(entry.MIMEType->utf8(), c.MIMEType) << c.type;
         EXPECT_EQ(entry.extension->utf8(), c.entryExtension) << c.type;
-        if (type)
+        if (type) {
             EXPECT_EQ(NSFileTypeForHFSTypeCode(type)->utf8(), c.type);
+        }
     }
     ASSERT_TRUE(config->getMapEntry(&entry, str("'TEXT'").get()));
     EXPECT_EQ(entry.MIMEType->utf8(), "text/plain");
