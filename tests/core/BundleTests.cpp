@@ -56,7 +56,7 @@ TEST(Bundle, ResourcesLieBesideTheLibraryAsInstalled)
 
 struct LookupRow {
     const char* language;
-    const char* key;
+    const char* key; // null for nil
     const char* value; // null for nil
     const char* table; // null for nil
     const char* expected;
@@ -73,7 +73,10 @@ TEST(Bundle, LocalizedStringFallsBackToTheValueThenTheKey)
         // The table is the message context: the same key in another table is not found.
         { "ja", "today", "", "Formatter", "today" },
         { "ja", "today", "", nullptr, "today" },
+        // Without a table only "Localizable" is consulted, so a key of another table falls back.
+        { "ja", "today", nullptr, "", "today" },
         { "ja", "unknown", "fallback", "Date", "fallback" },
+        { "ja", nullptr, "v", nullptr, "v" },
         { "ja", "unknown", nullptr, "Date", "unknown" },
         { "en", "today", "", "Date", "today" },
         { "C", "today", "", "Date", "today" },
@@ -81,20 +84,12 @@ TEST(Bundle, LocalizedStringFallsBackToTheValueThenTheKey)
     auto framework = yk::Bundle::frameworkBundle();
     for (const auto& row : rows) {
         yk::test::LanguageScope language(row.language);
+        auto key = row.key ? str(row.key) : nullptr;
         auto value = row.value ? str(row.value) : nullptr;
         auto table = row.table ? str(row.table) : nullptr;
-        auto result = framework->localizedStringForKey(str(row.key).get(), value.get(), table.get());
-        EXPECT_EQ(result->utf8(), row.expected) << row.language << " " << row.key << " in " << (row.table ? row.table : "(nil)");
+        auto result = framework->localizedStringForKey(key.get(), value.get(), table.get());
+        EXPECT_EQ(result->utf8(), row.expected) << row.language << " " << (row.key ? row.key : "(nil)") << " in " << (row.table ? row.table : "(nil)");
     }
-}
-
-TEST(Bundle, NoTableMeansLocalizable)
-{
-    // Only "Localizable" is consulted without a table, so a key of another table falls back.
-    yk::test::LanguageScope language("ja");
-    auto framework = yk::Bundle::frameworkBundle();
-    EXPECT_EQ(framework->localizedStringForKey(str("today").get(), nullptr, str("").get())->utf8(), "today");
-    EXPECT_EQ(framework->localizedStringForKey(nullptr, str("v").get(), nullptr)->utf8(), "v");
 }
 
 } // namespace

@@ -168,11 +168,9 @@ TEST(Number, EqualityAndOrderAcrossKindsAccessorsSaturateAndDescriptionsAreShort
 
 TEST(Date, CountsFromTheReferenceDateInUTC)
 {
-    auto reference = Date::dateWithTimeIntervalSinceReferenceDate(0);
-    EXPECT_EQ(reference->description()->utf8(), "2001-01-01 00:00:00 +0000");
+    EXPECT_EQ(Date::dateWithTimeIntervalSinceReferenceDate(0)->description()->utf8(), "2001-01-01 00:00:00 +0000");
     EXPECT_DOUBLE_EQ(Date::dateWithTimeIntervalSince1970(0)->timeIntervalSinceReferenceDate(), -978307200.0);
-    auto later = reference->dateByAddingTimeInterval(86400.5);
-    EXPECT_EQ(later->description()->utf8(), "2001-01-02 00:00:00 +0000");
-    EXPECT_EQ(reference->compare(later.get()), OrderedAscending);
+    // A fraction of a second is dropped from the description, not rounded.
+    EXPECT_EQ(Date::dateWithTimeIntervalSinceReferenceDate(86399.5)->description()->utf8(), "2001-01-01 23:59:59 +0000");
     EXPECT_GT(Date::date()->timeIntervalSinceReferenceDate(), 7e8); // after 2023
 }

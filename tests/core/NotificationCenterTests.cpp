@@ -49,13 +49,6 @@ YK_DEFINE_CLASS(Listener, [](yk::MethodListBuilder& c) {
     c.method("heardObject:", &Listener::heardObject);
 });
 
-// Two distinct objects a notification can be about.
-struct Senders {
-    yk::Ref<yk::Object> a = yk::String::withUTF8("sender a");
-    yk::Ref<yk::Object> b = yk::String::withUTF8("sender b");
-    yk::Object* get(char which) const { return which == 'a' ? a.get() : which == 'b' ? b.get() : nullptr; }
-};
-
 yk::Ref<yk::String> nameOrNull(const char* name)
 {
     return name ? yk::String::withUTF8(name) : nullptr;
@@ -78,7 +71,7 @@ protected:
         const std::tuple<const char*, const char*, char> registrations[] = { { "Ping/a", "Ping", 'a' }, { "Ping/*", "Ping", 0 }, { "any/a", nullptr, 'a' }, { "受信/*", "受信", 0 }, { "any/*", nullptr, 0 } };
         for (const auto& [tag, name, object] : registrations) {
             listeners.push_back(listener(tag));
-            center->addObserver(listeners.back().get(), "heard:", nameOrNull(name).get(), senders.get(object));
+            center->addObserver(listeners.back().get(), "heard:", nameOrNull(name).get(), sender(object));
         }
     }
     // The tags of the listeners that heard since the log was last cleared.
@@ -93,7 +86,10 @@ protected:
     yk::Ref<yk::NotificationCenter> center = yk::make<yk::NotificationCenter>();
     std::vector<std::string> log;
     std::vector<yk::Ref<Listener>> listeners;
-    Senders senders;
+    // Two distinct objects a notification can be about, 'a' and 'b' (0: none).
+    yk::Ref<yk::Object> a = yk::String::withUTF8("sender a");
+    yk::Ref<yk::Object> b = yk::String::withUTF8("sender b");
+    yk::Object* sender(char which) const { return which == 'a' ? a.get() : which == 'b' ? b.get() : nullptr; }
 };
 
 using Heard = std::vector<std::string>;
@@ -111,7 +107,7 @@ TEST_F(NotificationCenterTest, MatchesByNameAndObjectWithNullAsAny)
     };
     for (const auto& [name, object, heard] : rows) {
         log.clear();
-        center->postNotificationName(name, senders.get(object));
+        center->postNotificationName(name, sender(object));
         EXPECT_EQ(heardTags(), heard) << "posted " << name << "/" << (object ? object : '*');
     }
 }
@@ -132,9 +128,9 @@ TEST_F(NotificationCenterTest, RemovesOnlyTheRegistrationsThatMatchNameAndObject
         listeners.clear();
         addRegistrations();
         for (const auto& one : listeners)
-            center->removeObserver(one.get(), nameOrNull(name).get(), senders.get(object));
-        center->postNotificationName("Ping", senders.a.get());
-        center->postNotificationName("受信", senders.a.get());
+            center->removeObserver(one.get(), nameOrNull(name).get(), sender(object));
+        center->postNotificationName("Ping", a.get());
+        center->postNotificationName("受信", a.get());
         EXPECT_EQ(heardTags(), left) << "removed " << (name ? name : "(any)") << "/" << (object ? object : '*');
     }
 }

@@ -12,7 +12,6 @@
 #include <chrono>
 #include <functional>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -106,12 +105,10 @@ YK_DEFINE_CLASS_NAMED(app::Folder, "AppFolder");
 
 TEST(Invocation, CarriesEveryOtherArgumentKind)
 {
-    // Objects and 32-bit integers are carried by the other invocation tests.
+    // Objects, integers and doubles are carried by the other invocation and send tests.
     auto recorder = yk::make<Recorder>();
     int local = 0;
-    EXPECT_EQ(roundTrip(*recorder, "takeInt64:", int64_t { 1 } << 40), int64_t { 1 } << 40);
     EXPECT_EQ(roundTrip(*recorder, "takeFloat:", 1.5f), 1.5f);
-    EXPECT_EQ(roundTrip(*recorder, "takeDouble:", 2.25), 2.25);
     EXPECT_EQ(roundTrip(*recorder, "takeSelector:", yk::Selector("a:b:")), yk::Selector("a:b:"));
     EXPECT_EQ(roundTrip<void*>(*recorder, "takePointer:", &local), &local);
     EXPECT_EQ(roundTrip(*recorder, "takeRange:", yk::Range { 3, 4 }), (yk::Range { 3, 4 }));

@@ -68,21 +68,6 @@ bool waitFor(const std::atomic<bool>& flag)
     return true;
 }
 
-TEST(Thread, TheTestsRunOnTheThreadThatLoadedTheLibrary)
-{
-    EXPECT_TRUE(yk::Thread::isMainThread());
-    EXPECT_EQ(yk::Thread::mainThread(), yk::Thread::currentThread());
-    // A thread the library did not start gets a Thread of its own, the same one each time.
-    yk::Thread* other = nullptr;
-    bool otherIsMain = true;
-    std::thread([&] {
-        other = yk::Thread::currentThread();
-        otherIsMain = yk::Thread::isMainThread() || other != yk::Thread::currentThread();
-    }).join();
-    EXPECT_NE(other, yk::Thread::mainThread());
-    EXPECT_FALSE(otherIsMain);
-}
-
 TEST(Thread, DetachedThreadRunsTheSelectorAndKeepsTargetAndArgumentUntilItEnds)
 {
     const struct {
