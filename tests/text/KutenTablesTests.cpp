@@ -44,16 +44,16 @@ TEST(KutenTables, VendorRowsDefineTheirRuns)
     }
 }
 
+// The corners ICU's Shift_JIS does not reach (see below): odd trails, the rows above 84, and
+// bytes outside the code space.
 TEST(KutenTables, Sjis2jisMapsTheCornersOfTheCodeSpace)
 {
     const struct {
         uint8_t lead, trail;
         unsigned row, cell;
     } cases[] = {
-        { 0x81, 0x40, 1, 1 }, { 0x81, 0x7E, 1, 63 }, { 0x81, 0x7F, 1, 64 }, { 0x81, 0x80, 1, 64 },
-        { 0x81, 0x9E, 1, 94 }, { 0x81, 0x9F, 2, 1 }, { 0x81, 0xFC, 2, 94 }, { 0x81, 0xFD, 2, 0 },
-        { 0x9F, 0xFC, 62, 94 }, { 0xE0, 0x40, 63, 1 }, { 0xEF, 0xFC, 94, 94 },
-        { 0xF0, 0x40, 95, 1 }, { 0xFC, 0xFC, 120, 94 }, { 0x80, 0x40, 0, 0 }, { 0x81, 0x3F, 0, 0 },
+        { 0x81, 0x7F, 1, 64 }, { 0x81, 0xFD, 2, 0 }, { 0xEF, 0xFC, 94, 94 }, { 0xF0, 0x40, 95, 1 },
+        { 0xFC, 0xFC, 120, 94 }, { 0x80, 0x40, 0, 0 }, { 0x81, 0x3F, 0, 0 },
     };
     for (const auto& c : cases) {
         auto kuten = sjis2jis(c.lead, c.trail);

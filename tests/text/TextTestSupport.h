@@ -25,9 +25,9 @@ inline const uint8_t* bytesOf(const Bytes& bytes)
 // Every scanner this processor can run.
 const std::vector<const yk::detail::ByteScanner*>& scanners();
 
-// Inputs that exercise the validators and repairs: random bytes, runs of valid and broken
-// sequences of every encoding, escapes, line breaks, and long 7-bit stretches with the
-// interesting byte near a vector-block boundary. Deterministic for a seed.
+// Inputs that exercise the validators: runs of valid and broken sequences of every encoding,
+// escapes, line breaks, and long 7-bit stretches with the interesting byte near a vector-block
+// boundary (uniform random bytes are the fuzzers' part). Deterministic for a seed.
 class InputGenerator {
 public:
     explicit InputGenerator(uint32_t seed)
