@@ -33,11 +33,6 @@ public:
         std::lock_guard guard(_lock);
         return _events;
     }
-    size_t size()
-    {
-        std::lock_guard guard(_lock);
-        return _events.size();
-    }
     void clear()
     {
         std::lock_guard guard(_lock);
