@@ -17,7 +17,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -43,13 +42,11 @@ public:
     void record(std::string entry)
     {
         log.push_back(std::move(entry));
-        count.fetch_add(1);
         if (action)
             action();
     }
 
     std::vector<std::string> log;
-    std::atomic<int> count { 0 };
     std::function<void()> action;
 };
 
