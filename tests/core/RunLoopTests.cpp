@@ -134,11 +134,10 @@ TEST(RunLoop, PortsWakeTheLoopFromOtherThreadsAndAskTheDelegateByWhatItAnswers)
         auto port = yk::Port::port();
         port->setDelegate(delegate.get());
         loop->addPort(port.get(), yk::kCFRunLoopCommonModes);
-        std::thread sender([&] {
+        std::thread([&] {
             for (int i = 0; i < 50; ++i)
                 EXPECT_TRUE(port->sendBeforeDate(nullptr));
-        });
-        sender.join();
+        }).join();
         ASSERT_TRUE(loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 5s));
         EXPECT_EQ(delegate->log, std::vector<std::string> { mach ? "mach" : "port" }) << "sends made before the loop drains merge";
         port->invalidate();
