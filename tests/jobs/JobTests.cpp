@@ -20,16 +20,14 @@ using namespace yk;
 using yk::test::EventLog;
 using yk::test::JobTarget;
 
-Ref<String> text(const char* utf8) { return String::withUTF8(utf8); }
-
 TEST(YJob, ThePlaceholderMakesTheClassThatFitsTheArgumentsAndEachRunsItsMessage)
 {
     EXPECT_EQ(YJob::alloc(), YJob::alloc());
     EventLog log;
     auto target = make<JobTarget>(&log);
-    auto a = text("a");
-    auto b = text("b");
-    auto c = text("c");
+    auto a = test::str("a");
+    auto b = test::str("b");
+    auto c = test::str("c");
     struct Row {
         Ref<YJob> job;
         const char* className;
@@ -72,8 +70,8 @@ TEST(YJob, EqualityIsPerClassAndANilValueNeverMatches)
 {
     auto target = make<JobTarget>();
     auto other = make<JobTarget>();
-    auto a = text("a");
-    auto a2 = text("a");
+    auto a = test::str("a");
+    auto a2 = test::str("a");
     const float nan = std::numeric_limits<float>::quiet_NaN();
     struct Row {
         const char* what;

@@ -33,11 +33,6 @@ public:
         std::lock_guard guard(_lock);
         return _events;
     }
-    size_t size()
-    {
-        std::lock_guard guard(_lock);
-        return _events.size();
-    }
     void clear()
     {
         std::lock_guard guard(_lock);
@@ -113,25 +108,12 @@ public:
         if (notification->userInfo() && notification->userInfo()->objectForKey("NSException"))
             text += " NSException";
         log->add(text);
-        if (notification->name()->utf8() == YJobDidCancelNotification) {
-            std::lock_guard guard(_lock);
-            cancelled.push_back(static_cast<YJob*>(notification->object()));
-        }
-    }
-    std::vector<YJob*> cancelledJobs()
-    {
-        std::lock_guard guard(_lock);
-        return cancelled;
     }
 
     std::string name;
     EventLog* log;
     std::function<bool(YJobCenter*, YJob*, Array*, Array*)> shouldAddJob;
     std::function<bool(YJobCenter*, YJob*, Array*)> shouldExecuteJob;
-
-private:
-    std::mutex _lock;
-    std::vector<YJob*> cancelled; // not retained: compared by address only
 };
 
 // Only vets starting jobs; no notices.

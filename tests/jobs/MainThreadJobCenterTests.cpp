@@ -15,7 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <unistd.h>
+#include <filesystem>
 
 namespace {
 
@@ -42,13 +42,9 @@ TEST_F(YMainThreadJobCenterTest, APostRunsInEveryCommonModeAndNotInOthers)
 {
     RunLoop* loop = RunLoop::currentRunLoop();
     onAnotherThread([&] { performSelectorInMainThread(target.get(), "work"); });
-    auto keepAlive = Port::port();
-    loop->addPort(keepAlive.get(), kModalMode);
-    loop->runMode(kModalMode, RunLoop::Clock::now() + 20ms);
-    EXPECT_EQ(target->calls, 0) << "not a common mode";
+    EXPECT_FALSE(runLoopUntil([&] { return target->calls == 1; }, kModalMode, 20ms)) << "not a common mode";
     loop->addCommonMode(kModalMode);
     ASSERT_TRUE(runLoopUntil([&] { return target->calls == 1; }, kModalMode));
-    loop->removePort(keepAlive.get(), kModalMode);
 }
 
 TEST_F(YMainThreadJobCenterTest, APostDuringARunJoinsItAndAModalJobRunsNoOtherJob)
@@ -89,9 +85,7 @@ TEST_F(YMainThreadJobCenterTest, AHeldBackJobIsAskedAgainOnTheNextPassAndNoNotic
     center->postJob(cancelled.get(), gate.get());
     EXPECT_TRUE(center->removeJob(cancelled.get()));
     EXPECT_EQ(log.events(), std::vector<std::string> { "work" }) << "no job or center notices";
-    job->removeObserver(watcher.get());
-    cancelled->removeObserver(watcher.get());
-    center->removeObserver(watcher.get());
+    center->removeObserver(watcher.get()); // the jobs go before the watcher
 }
 
 TEST_F(YMainThreadJobCenterTest, EveryFormRunsAtOnceOnTheMainThreadAndLaterInOrderElsewhere)
@@ -114,14 +108,8 @@ TEST_F(YMainThreadJobCenterTest, EveryFormRunsAtOnceOnTheMainThreadAndLaterInOrd
         { [&] { performSelectorInMainThreadWithFloat(target.get(), "real:", 0.5f); }, "double 0.500000" },
         { [&] { performSelectorInMainThreadWithDouble(target.get(), "real:", 2.5); }, "double 2.500000" },
         { [&] { performSelectorInMainThreadIfAbsent(target.get(), "stop"); }, "stop on main" },
-        { [&] { performSelectorInMainThreadIfAbsent(target.get(), "object:", b.get()); }, "object b" },
-        { [&] { performSelectorInMainThreadIfAbsent(target.get(), "objects:and:", b.get(), a.get()); }, "objects b a" },
         { [&] { performSelectorInMainThreadIfAbsent(target.get(), "three:and:and:", c.get(), b.get(), a.get()); }, "three c b a" },
-        { [&] { performSelectorInMainThreadIfAbsentWithBool(target.get(), "flag:", false); }, "flag NO" },
-        { [&] { performSelectorInMainThreadIfAbsentWithInt(target.get(), "number:", 7); }, "int 7" },
         { [&] { performSelectorInMainThreadIfAbsentWithInt(target.get(), "pair:and:", 8, 9); }, "ints 8 9" },
-        { [&] { performSelectorInMainThreadIfAbsentWithFloat(target.get(), "real:", 1.5f); }, "double 1.500000" },
-        { [&] { performSelectorInMainThreadIfAbsentWithDouble(target.get(), "real:", 3.5); }, "double 3.500000" },
     };
     std::vector<std::string> expected;
     for (const auto& form : forms) {
@@ -134,9 +122,9 @@ TEST_F(YMainThreadJobCenterTest, EveryFormRunsAtOnceOnTheMainThreadAndLaterInOrd
     onAnotherThread([&] {
         for (const auto& form : forms)
             form.call();
-        EXPECT_EQ(log.size(), 0u) << "elsewhere nothing runs before returning";
+        EXPECT_EQ(log.events().size(), 0u) << "elsewhere nothing runs before returning";
     });
-    ASSERT_TRUE(runLoopUntil([&] { return log.size() == expected.size(); })) << log.size() << " " << (log.size() ? log.events().back() : "");
+    ASSERT_TRUE(runLoopUntil([&] { return log.events().size() == expected.size(); })) << log.events().size() << " " << (log.events().size() ? log.events().back() : "");
     EXPECT_EQ(log.events(), expected);
 
     // The float form passes a double directly; a float parameter refuses it clearly.
@@ -213,11 +201,7 @@ TEST(YMainThreadJobCenterChild, FirstUseOffTheMainThread)
 {
     if (std::getenv("YK_MAIN_CENTER_CHILD"))
         GTEST_SKIP();
-    char self[4096];
-    const ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-    ASSERT_GT(length, 0);
-    self[length] = 0;
-    const auto child = test::runCommand("YK_MAIN_CENTER_CHILD=1 '" + std::string(self)
+    const auto child = test::runCommand("YK_MAIN_CENTER_CHILD=1 '" + std::filesystem::read_symlink("/proc/self/exe").string()
         + "' --gtest_filter=YMainThreadJobCenterChild.FirstUseOffTheMainThreadRaisesUntilTheMainThreadPreparesIt");
     EXPECT_EQ(child.status, 0) << "the child's test failed:\n" << child.output;
 }

@@ -30,14 +30,6 @@ using yk::test::EventLog;
 using yk::test::JobTarget;
 using yk::test::runLoopUntil;
 
-Ref<Array> modes(std::initializer_list<const char*> names)
-{
-    std::vector<Ref<Object>> strings;
-    for (const char* name : names)
-        strings.push_back(String::withUTF8(name));
-    return make<Array>(std::move(strings));
-}
-
 TEST(MainThreadPerform, AWaitingCallReturnsOnlyAfterTheMethodRanAlsoWhenItRaised)
 {
     EventLog log;
@@ -52,7 +44,7 @@ TEST(MainThreadPerform, AWaitingCallReturnsOnlyAfterTheMethodRanAlsoWhenItRaised
         std::atomic<bool> returned { false };
         std::thread caller([&] {
             YK_performSelectorOnMainThread(target.get(), "work", nullptr, true);
-            EXPECT_EQ(log.size(), 1u) << "the method ran before the call returned";
+            EXPECT_EQ(log.events().size(), 1u) << "the method ran before the call returned";
             returned = true;
         });
         try {
@@ -72,23 +64,24 @@ TEST(MainThreadPerform, OnTheMainThreadItRunsLaterOrAtOnceAndOnceInTwoModes)
     auto target = make<JobTarget>(&log);
     YK_performSelectorOnMainThread(target.get(), "work", nullptr, false, nullptr);
     YK_performSelectorOnMainThread(target.get(), "work", nullptr, false);
-    EXPECT_EQ(log.size(), 0u) << "not now";
-    ASSERT_TRUE(runLoopUntil([&] { return log.size() == 1; }));
+    EXPECT_EQ(log.events().size(), 0u) << "not now";
+    ASSERT_TRUE(runLoopUntil([&] { return log.events().size() == 1; }));
 
     LogCapture capture;
     target->body = [] { raise(NSGenericException, "at once"); };
     YK_performSelectorOnMainThread(target.get(), "work", nullptr, true);
-    EXPECT_EQ(log.size(), 2u);
+    EXPECT_EQ(log.events().size(), 2u);
     char address[32];
     std::snprintf(address, sizeof address, "0x%lx", static_cast<unsigned long>(reinterpret_cast<uintptr_t>(target.get())));
     EXPECT_EQ(capture.text(), "*** NSThread ignoring exception 'NSGenericException' that raised during thread perform of target " + std::string(address)
             + " and selector 'work'\n");
 
     target->body = nullptr;
-    std::thread([&] { YK_performSelectorOnMainThread(target.get(), "work", nullptr, false, modes({ kCFRunLoopDefaultMode, kCFRunLoopCommonModes }).get()); }).join();
-    ASSERT_TRUE(runLoopUntil([&] { return log.size() == 3; }));
+    auto modes = Array::arrayWithObjects({ test::str(kCFRunLoopDefaultMode), test::str(kCFRunLoopCommonModes) });
+    std::thread([&] { YK_performSelectorOnMainThread(target.get(), "work", nullptr, false, modes.get()); }).join();
+    ASSERT_TRUE(runLoopUntil([&] { return log.events().size() == 3; }));
     RunLoop::currentRunLoop()->limitDateForMode(kCFRunLoopDefaultMode);
-    EXPECT_EQ(log.size(), 3u) << "a holder in two modes runs once";
+    EXPECT_EQ(log.events().size(), 3u) << "a holder in two modes runs once";
 }
 
 TEST(MainThreadNotificationQueue, OffMainCallsQueueNothingBeforeTheMainThreadRunsThem)
@@ -98,7 +91,7 @@ TEST(MainThreadNotificationQueue, OffMainCallsQueueNothingBeforeTheMainThreadRun
     auto* center = NotificationCenter::defaultCenter();
     center->addObserver(listener.get(), "jobDidEnd:", "Progress", nullptr);
     YJobCenter::mainThreadCenter();
-    auto progress = Notification::notificationWithName(String::withUTF8("Progress"), nullptr);
+    auto progress = Notification::notificationWithName(test::str("Progress"), nullptr);
     std::thread([&] {
         enqueueNotificationInMainThread(progress.get(), NSPostASAP);
         dequeueNotificationsInMainThreadMatching(progress.get(), NSNotificationCoalescingOnName);
@@ -106,12 +99,12 @@ TEST(MainThreadNotificationQueue, OffMainCallsQueueNothingBeforeTheMainThreadRun
     EXPECT_EQ(NotificationQueue::defaultQueue()->count(), 0u) << "nothing before the main thread runs the calls";
     ASSERT_TRUE(runLoopUntil([&] { return !YJobCenter::mainThreadCenter()->hasWaitingJobs(); }));
     RunLoop::currentRunLoop()->limitDateForMode(kCFRunLoopDefaultMode);
-    EXPECT_EQ(log.size(), 0u) << "an enqueue then a dequeue post nothing";
+    EXPECT_EQ(log.events().size(), 0u) << "an enqueue then a dequeue post nothing";
 
     std::thread([&] { enqueueNotificationInMainThread(progress.get(), NSPostWhenIdle, NSNotificationCoalescingOnName, nullptr); }).join();
-    ASSERT_TRUE(runLoopUntil([&] { return log.size() == 1; }));
-    enqueueNotificationName(NotificationQueue::defaultQueue(), String::withUTF8("Progress").get(), nullptr, NSPostASAP);
-    dequeueNotificationsMatchingName(NotificationQueue::defaultQueue(), String::withUTF8("Progress").get(), nullptr, NSNotificationCoalescingOnName);
+    ASSERT_TRUE(runLoopUntil([&] { return log.events().size() == 1; }));
+    enqueueNotificationName(NotificationQueue::defaultQueue(), test::str("Progress").get(), nullptr, NSPostASAP);
+    dequeueNotificationsMatchingName(NotificationQueue::defaultQueue(), test::str("Progress").get(), nullptr, NSNotificationCoalescingOnName);
     EXPECT_EQ(NotificationQueue::defaultQueue()->count(), 0u);
     center->removeObserver(listener.get());
 }
