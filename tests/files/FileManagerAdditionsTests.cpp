@@ -164,23 +164,20 @@ TEST(FileManagerAdditions, PermissionsNeverTouchALinksTarget)
 TEST(FileManagerAdditions, ErrorReturningFamilyAnswersAlike)
 {
     yk::test::TemporaryFolder folder;
-    struct Case {
-        Ref<String> path;
-        int64_t code;
-    } cases[] = {
+    const std::pair<Ref<String>, int64_t> cases[] = {
         { nullptr, 14 },
         { str(""), 2 },
         { pathIn(folder, "missing"), 2 },
     };
-    for (const auto& c : cases) {
+    for (const auto& [path, code] : cases) {
         Ref<Error> e1, e2, e3, e4, e5;
-        EXPECT_EQ(YK_attributesOfItemAtPath(manager(), c.path.get(), &e1), nullptr);
-        EXPECT_EQ(YK_contentsOfDirectoryAtPath(manager(), c.path.get(), &e2), nullptr);
-        EXPECT_FALSE(YK_removeItemAtPath(manager(), c.path.get(), &e3));
-        EXPECT_EQ(YK_destinationOfSymbolicLinkAtPath(manager(), c.path.get(), &e4), nullptr);
-        EXPECT_FALSE(YK_renameItemAtPath(manager(), c.path.get(), pathIn(folder, "b").get(), &e5));
+        EXPECT_EQ(YK_attributesOfItemAtPath(manager(), path.get(), &e1), nullptr);
+        EXPECT_EQ(YK_contentsOfDirectoryAtPath(manager(), path.get(), &e2), nullptr);
+        EXPECT_FALSE(YK_removeItemAtPath(manager(), path.get(), &e3));
+        EXPECT_EQ(YK_destinationOfSymbolicLinkAtPath(manager(), path.get(), &e4), nullptr);
+        EXPECT_FALSE(YK_renameItemAtPath(manager(), path.get(), pathIn(folder, "b").get(), &e5));
         for (auto* e : { &e1, &e2, &e3, &e4, &e5 })
-            EXPECT_EQ((*e)->code(), c.code) << yk::test::describe(c.path.get());
+            EXPECT_EQ((*e)->code(), code) << yk::test::describe(path.get());
     }
     Ref<Error> error;
     YK_removeItemAtPath(manager(), pathIn(folder, "missing").get(), &error);
@@ -210,6 +207,10 @@ TEST(FileManagerAdditions, PathArithmetic)
         { "////", "////~", "/" },
         { "/", "/~", "/" },
         { "~/.profile", "~/.profile~", "~/.profile" },
+        { "//a", "//a~", "/a" },
+        { "./a/../b/", "./a/../b/~", "./a/../b" }, // no resolving of dot components
+        { "~//x", "~//x~", "~/x" },
+        { "", "~", "" },
     };
     for (const auto& c : cases) {
         EXPECT_EQ(YK_backupPath(str(c.path).get())->utf8(), c.backup) << c.path;
@@ -304,7 +305,6 @@ TEST(FileManagerAdditions, ForksAndFinderInformation)
     Ref<Data> info, extended;
     bool isDirectory = true;
     EXPECT_TRUE(YK_getFinderInfo(manager(), &info, &extended, &isDirectory, path.get()));
-    EXPECT_EQ(info->length(), 16u);
     EXPECT_EQ(std::string(info->stringView()), std::string(16, '\0'));
     EXPECT_FALSE(isDirectory);
     auto ext = Data::dataWithString("0123456789abcdef");

@@ -150,6 +150,10 @@ TEST(FilesReliability, SharedFilesHashAndCompareWhileTheHandlerChanges)
     std::atomic<int> equal { 0 };
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&] {
+            // The first calls of the helpers that read once race here too.
+            EXPECT_NE(y_get_domain_name(), nullptr);
+            EXPECT_GT(yk_operatingSystemVersion(ProcessInfo::processInfo()).majorVersion, 0);
+            EXPECT_NE(YDefaultHandler::handler(), nullptr);
             for (int round = 0; round < 2000; ++round) {
                 auto& a = files[round % 16];
                 auto& b = files[(round + 8) % 16];
@@ -158,18 +162,7 @@ TEST(FilesReliability, SharedFilesHashAndCompareWhileTheHandlerChanges)
             }
         });
     }
-    // The first calls of the helpers that read once.
-    std::vector<std::thread> firstCalls;
-    for (int t = 0; t < 4; ++t) {
-        firstCalls.emplace_back([] {
-            EXPECT_NE(y_get_domain_name(), nullptr);
-            EXPECT_GT(yk_operatingSystemVersion(ProcessInfo::processInfo()).majorVersion, 0);
-            EXPECT_NE(YDefaultHandler::handler(), nullptr);
-        });
-    }
     for (auto& thread : threads)
-        thread.join();
-    for (auto& thread : firstCalls)
         thread.join();
     stop = true;
     switcher.join();

@@ -4,7 +4,6 @@
 #include <Yarkit/core/values/MutableArray.h>
 
 #include <filesystem>
-#include <random>
 #include <set>
 #include <string>
 
@@ -64,29 +63,6 @@ TEST(YFileFilter, MatchesNames)
     EXPECT_FALSE(make<YFileFilter>(0, nullptr, false, nullptr, true)->_matchesName(str("a").get()));
 }
 
-TEST(YFileFilter, FastPathAgreesWithTheStringSearches)
-{
-    // Short patterns and names over a small alphabet reach every branch of the steps.
-    std::mt19937 random(8);
-    const char alphabet[] = "abAB%.";
-    auto draw = [&](size_t maxLength, bool percent) {
-        std::string text;
-        size_t length = random() % (maxLength + 1);
-        for (size_t i = 0; i < length; ++i) {
-            char c = alphabet[random() % (percent ? 6 : 5)];
-            text += c;
-        }
-        return text;
-    };
-    for (int i = 0; i < 20000; ++i) {
-        std::string pattern = draw(7, true);
-        std::string name = draw(8, false);
-        auto filter = patternFilter(pattern.c_str(), random() % 2);
-        ASSERT_EQ(filter->_matchesName(str(name.c_str()).get()), filter->matchesNameUsingStringSearch(str(name.c_str()).get()))
-            << pattern << " on " << name << " case-sensitive " << filter->caseSensitive();
-    }
-}
-
 TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
 {
     yk::test::TemporaryFolder folder;
@@ -125,7 +101,8 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
             paths.insert(static_cast<YFile*>(file.get())->path()->utf8());
         return paths;
     };
-    auto all = YFile::fileWithPath(str(root.c_str()).get())->directoryFiles();
+    auto folderFile = YFile::fileWithPath(str(root.c_str()).get());
+    auto all = folderFile->directoryFiles();
     for (const auto& c : cases) {
         auto filter = make<YFileFilter>(c.type, str("%").get(), c.caseSensitive, c.extensions, c.listHidden);
         auto file = YFile::fileWithPath(yk::test::pathIn(folder, c.name).get());
@@ -136,7 +113,6 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
             if (filter->acceptWithFile(static_cast<YFile*>(entry.get())))
                 expected->addObject(entry);
         }
-        auto folderFile = YFile::fileWithPath(str(root.c_str()).get());
         EXPECT_EQ(listed(folderFile->directoryFilesWithFileFilter(filter.get()).get()), listed(expected.get())) << "type " << c.type;
     }
     EXPECT_TRUE(make<YFileFilter>()->acceptWithFile(YFile::fileWithPath(yk::test::pathIn(folder, ".hidden.txt").get()).get()));
