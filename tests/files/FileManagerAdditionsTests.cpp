@@ -44,7 +44,7 @@ using yk::test::ScopedVariable;
 TEST(FileManagerAdditions, CreatePathReportsEveryCode)
 {
     yk::test::TemporaryFolder folder;
-    yk::test::writeFile((folder.path() / "plain").string(), "");
+    folder.write("plain", "");
     fs::create_directory(folder.path() / "exists");
     auto cwd = fs::current_path();
     fs::current_path(folder.path());
@@ -130,7 +130,7 @@ TEST(FileManagerAdditions, TemporaryFilesReplaceTheWholeXRun)
     EXPECT_NE(fs::path(ten->utf8()).filename().string().substr(3), "XXXXXXXXXX");
 
     // No free name left: the mktemp() line instead of a loop.
-    yk::test::writeFile((folder.path() / "fixed").string(), "");
+    folder.write("fixed", "");
     LogCapture capture;
     EXPECT_EQ(YK_createTemporaryFileUsingTemplate(manager(), pathIn(folder, "fixed").get(), 0), nullptr);
     EXPECT_EQ(capture.text(), "-[FileManager YK_createTemporaryFileUsingTemplate:suffixLength:]: mktemp() returned error 17: File exists\n");
@@ -140,9 +140,8 @@ TEST(FileManagerAdditions, PermissionsNeverTouchALinksTarget)
 {
     yk::test::TemporaryFolder folder;
     const auto root = folder.path();
-    fs::create_directories(root / "tree/sub");
-    yk::test::writeFile((root / "tree/sub/f").string(), "");
-    yk::test::writeFile((root / "target").string(), "");
+    folder.write("tree/sub/f", "");
+    folder.write("target", "");
     fs::permissions(root / "target", fs::perms(0600));
     fs::create_symlink(root / "target", root / "tree/link");
 
@@ -185,7 +184,7 @@ TEST(FileManagerAdditions, ErrorReturningFamilyAnswersAlike)
         "No such file or directory");
 
     // A delegate that refuses a rename makes it succeed without renaming.
-    yk::test::writeFile((folder.path() / "a").string(), "");
+    folder.write("a", "");
     auto refuser = make<RenameRefuser>();
     manager()->setDelegate(refuser.get());
     EXPECT_TRUE(YK_renameItemAtPath(manager(), pathIn(folder, "a").get(), pathIn(folder, "b").get(), &error));
@@ -239,7 +238,7 @@ TEST(FileManagerAdditions, NamesThatAreNotUTF8RoundTrip)
     // Shift_JIS "テスト.txt", a lone continuation byte, an encoded surrogate and an overlong "/".
     const std::vector<std::string> names = { "\x83\x65\x83\x58\x83\x67.txt", "a\x80z", "\xED\xB2\x80", "\xC0\xAF", "\xE6\x97\xA5\xE6\x9C\xAC" };
     for (const auto& name : names)
-        yk::test::writeFile((folder.path() / name).string(), name);
+        folder.write(name, name);
     auto listed = manager()->directoryContentsAtPath(str(folder.path().c_str()).get());
     ASSERT_EQ(listed->count(), names.size());
     std::set<std::string> seen;
@@ -259,10 +258,10 @@ TEST(FileManagerAdditions, NamesThatAreNotUTF8RoundTrip)
     EXPECT_FALSE(str("")->getFileSystemRepresentation(small, sizeof small));
 }
 
-TEST(FileManagerAdditions, ExtendedAttributeErrors)
+TEST(FileManagerAdditions, ExtendedAttributesForksAndFinderInformation)
 {
     yk::test::TemporaryFolder folder;
-    yk::test::writeFile((folder.path() / "f").string(), "");
+    folder.write("f", "");
     auto path = pathIn(folder, "f");
     Ref<Error> error;
     EXPECT_EQ(YK_extendedAttributeNamesAtPath(manager(), nullptr, &error), nullptr);
@@ -281,15 +280,8 @@ TEST(FileManagerAdditions, ExtendedAttributeErrors)
     EXPECT_TRUE(YK_removeExtendedAttributeForName(manager(), str("user.yk.test").get(), path.get(), &error));
     EXPECT_FALSE(YK_removeExtendedAttributeForName(manager(), str("user.yk.test").get(), path.get(), &error));
     EXPECT_EQ(error->code(), ENODATA);
-}
 
-TEST(FileManagerAdditions, ForksAndFinderInformation)
-{
-    yk::test::TemporaryFolder folder;
-    if (!yk::test::supportsUserAttributes(folder))
-        GTEST_SKIP() << "the temporary folder's file system keeps no user extended attributes";
-    yk::test::writeFile((folder.path() / "f").string(), "");
-    auto path = pathIn(folder, "f");
+    // Resource forks and Finder information live in attributes too.
     LogCapture capture;
     Ref<Data> fork;
     EXPECT_FALSE(YK_getResourceFork(manager(), &fork, path.get())); // none: quietly
@@ -326,7 +318,7 @@ TEST(FileManagerAdditions, ForksAndFinderInformation)
     FSRef reference;
     EXPECT_TRUE(YK_getFSRef(manager(), &reference, path.get()));
     EXPECT_EQ(YK_pathWithFSRef(manager(), &reference)->utf8(), fs::canonical(folder.path() / "f").string());
-    yk::test::writeFile((folder.path() / "g").string(), "another file, another identity");
+    folder.write("g", "another file, another identity");
     fs::rename(folder.path() / "g", folder.path() / "f");
     EXPECT_EQ(YK_pathWithFSRef(manager(), &reference), nullptr);
 }
@@ -339,8 +331,7 @@ TEST(FileManagerAdditions, FolderSearchFollowsXDG)
     ScopedVariable config("XDG_CONFIG_HOME", (home + "/conf").c_str());
     ScopedVariable data("XDG_DATA_HOME", "relative/ignored");
     ScopedVariable cache("XDG_CACHE_HOME", "");
-    fs::create_directories(home + "/conf");
-    yk::test::writeFile(home + "/conf/user-dirs.dirs", "# comment\nXDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n");
+    folder.write("conf/user-dirs.dirs", "# comment\nXDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n");
     struct Case {
         const char* type;
         int16_t domain;

@@ -37,8 +37,8 @@ protected:
         set("XDG_CONFIG_HOME", root + "/config");
         set("XDG_CONFIG_DIRS", root + "/etc");
         _variables.push_back(std::make_unique<yk::test::ScopedVariable>("XDG_CURRENT_DESKTOP", nullptr));
-        write("home/mime/globs2", "50:text/x-home:*.home\n50:text/x-cleared:__NOGLOBS__\n");
-        write("system/mime/globs2",
+        _folder.write("home/mime/globs2", "50:text/x-home:*.home\n50:text/x-cleared:__NOGLOBS__\n");
+        _folder.write("system/mime/globs2",
             "# comment\n"
             "50:message/rfc822:*.eml\n"
             "50:text/x-csrc:*.c:cs\n"
@@ -52,25 +52,18 @@ protected:
             "50:text/x-readme:README*\n"
             "99999999999:text/x-huge:*.huge\n" // no weight: skipped
             "broken line\n");
-        write("system/mime/message/rfc822.xml",
+        _folder.write("system/mime/message/rfc822.xml",
             "<?xml version=\"1.0\"?>\n<mime-type type=\"message/rfc822\">\n"
             "  <comment>email message</comment>\n  <comment xml:lang=\"ja\">\xE9\x9B\xBB\xE5\xAD\x90\xE3\x83\xA1\xE3\x83\xBC\xE3\x83\xAB</comment>\n"
             "</mime-type>\n");
-        write("home/applications/mutt.desktop", "[Desktop Entry]\nName=Mutt\nExec=mutt %u\n");
-        write("system/applications/thunderbird.desktop", "[Desktop Entry]\nName=Thunderbird\n");
-        write("system/applications/mimeapps.list", "[Default Applications]\nx-scheme-handler/mailto=thunderbird.desktop\n");
+        _folder.write("home/applications/mutt.desktop", "[Desktop Entry]\nName=Mutt\nExec=mutt %u\n");
+        _folder.write("system/applications/thunderbird.desktop", "[Desktop Entry]\nName=Thunderbird\n");
+        _folder.write("system/applications/mimeapps.list", "[Default Applications]\nx-scheme-handler/mailto=thunderbird.desktop\n");
     }
 
     void set(const char* name, const std::string& value)
     {
         _variables.push_back(std::make_unique<yk::test::ScopedVariable>(name, value.c_str()));
-    }
-
-    void write(const std::string& relative, const std::string& text)
-    {
-        auto path = _folder.path() / relative;
-        fs::create_directories(path.parent_path());
-        std::ofstream(path) << text;
     }
 
     yk::test::TemporaryFolder _folder;
@@ -233,7 +226,7 @@ TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
     EXPECT_FALSE(config->getApplicationCreator(&creator, &name, str("news").get()));
     EXPECT_EQ(capture.text(), "");
 
-    write("config/mimeapps.list", "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
+    _folder.write("config/mimeapps.list", "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
                                   "text/html=firefox.desktop\nx-scheme-handler/mailto=gone.desktop;\n");
     // An entry that is not installed is skipped for the next file in the lookup order.
     ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
@@ -242,7 +235,7 @@ TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
     EXPECT_TRUE(config->setApplicationCreator(0, str("mutt.desktop").get(), str("MailTo").get()));
     ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
     EXPECT_EQ(name->utf8(), "mutt.desktop");
-    EXPECT_EQ(yk::test::readFile(_folder.path() / "config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
+    EXPECT_EQ(_folder.read(_folder.path() / "config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
                                             "text/html=firefox.desktop\nx-scheme-handler/mailto=mutt.desktop;\n");
     EXPECT_FALSE(config->setApplicationCreator(0, str(std::string(64, 'n').c_str()).get(), str("mailto").get()));
 

@@ -68,8 +68,8 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
     yk::test::TemporaryFolder folder;
     const auto root = folder.path();
     fs::create_directory(root / "dir");
-    yk::test::writeFile((root / "notes.TXT").string(), "");
-    yk::test::writeFile((root / ".hidden.txt").string(), "");
+    folder.write("notes.TXT", "");
+    folder.write(".hidden.txt", "");
     fs::create_symlink(root / "dir", root / "dirlink");
     fs::create_symlink(root / "notes.TXT", root / "filelink.txt");
     auto txt = Array::arrayWithObjects({ str("txt") });

@@ -96,7 +96,7 @@ TEST(YFile, ParentPathLadder)
     EXPECT_TRUE(typed->parentFile()->isMemberOfClass(MailFile::staticClass()));
 }
 
-TEST(YFile, HashFoldsTheFileSystemBytesOrLogs)
+TEST(YFile, HashAndEqualityAreByteExact)
 {
     EXPECT_EQ(YFile::fileWithPath(str("/a").get())->hash(), 1554u);
     EXPECT_EQ(YFile::fileWithPath(str("/ab").get())->hash(), 1554u * 31 + 'b');
@@ -113,10 +113,7 @@ TEST(YFile, HashFoldsTheFileSystemBytesOrLogs)
     const std::string text = capture.text();
     EXPECT_NE(text.find("Could not interpret x\xEF\xBF\xBD as a system-independent path\n"), std::string::npos) << text;
     EXPECT_NE(text.find("Could not interpret 'x\xEF\xBF\xBD' as system-independent path\n"), std::string::npos) << text;
-}
 
-TEST(YFile, EqualityIsOneSidedAndByteExact)
-{
     auto plain = YFile::fileWithPath(str("/a/b").get());
     auto mail = make<MailFile>(str("/a//b/").get());
     EXPECT_TRUE(plain->isEqual(mail.get()));
@@ -158,7 +155,7 @@ TEST(YFile, AncestryAndRelativePaths)
     }
 }
 
-TEST(YFile, CreatesDeletesAndLists)
+TEST(YFile, CreatesDeletesListsAndNamesURLs)
 {
     yk::test::TemporaryFolder folder;
     const auto root = folder.path();
@@ -175,9 +172,9 @@ TEST(YFile, CreatesDeletesAndLists)
 
     auto note = YFile::fileWithPath(yk::test::pathIn(folder, "x/note.txt").get());
     EXPECT_TRUE(note->createFile());
-    yk::test::writeFile((root / "x/note.txt").string(), "kept");
+    folder.write("x/note.txt", "kept");
     EXPECT_FALSE(note->createFile());
-    EXPECT_EQ(yk::test::readFile((root / "x/note.txt").string()), "kept");
+    EXPECT_EQ(folder.read(root / "x/note.txt"), "kept");
     EXPECT_EQ(note->contents()->stringView(), "kept");
 
     EXPECT_TRUE(note->hasName(str("note.txt").get()));
@@ -189,6 +186,13 @@ TEST(YFile, CreatesDeletesAndLists)
     ASSERT_NE(names, nullptr);
     EXPECT_EQ(names->count(), 2u);
 
+    // A folder's URL ends with a slash; one for a missing file does not.
+    fs::create_directory(root / "a b");
+    auto folderFile = YFile::fileWithPath(yk::test::pathIn(folder, "a b").get());
+    EXPECT_EQ(folderFile->URL()->absoluteString()->utf8(), "file://" + root.string() + "/a%20b/");
+    auto missing = YFile::fileWithPath(yk::test::pathIn(folder, "a b/new").get());
+    EXPECT_EQ(missing->URL()->path()->utf8(), (root / "a b/new").string());
+
     LogCapture capture;
     EXPECT_FALSE(x->deleteFile());
     EXPECT_TRUE(fs::exists(root / "x"));
@@ -197,16 +201,6 @@ TEST(YFile, CreatesDeletesAndLists)
     EXPECT_FALSE(x->deleteAll());
     EXPECT_NE(capture.text().find("Error occurred during file operation: 'No such file or directory' with path: '"),
         std::string::npos);
-}
-
-TEST(YFile, URLsEndFoldersWithASlash)
-{
-    yk::test::TemporaryFolder folder;
-    fs::create_directory(folder.path() / "a b");
-    auto folderFile = YFile::fileWithPath(yk::test::pathIn(folder, "a b").get());
-    EXPECT_EQ(folderFile->URL()->absoluteString()->utf8(), "file://" + folder.path().string() + "/a%20b/");
-    auto missing = YFile::fileWithPath(yk::test::pathIn(folder, "a b/new").get());
-    EXPECT_EQ(missing->URL()->path()->utf8(), (folder.path() / "a b/new").string());
 }
 
 TEST(YFile, DefaultHandlerLogsOneOfFiveLines)
