@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <set>
 #include <sys/stat.h>
+#include <tuple>
 
 #include "core/LogCapture.h"
 #include "files/FilesTestSupport.h"
@@ -48,12 +49,8 @@ TEST(FileManagerAdditions, CreatePathReportsEveryCode)
     fs::create_directory(folder.path() / "exists");
     auto cwd = fs::current_path();
     fs::current_path(folder.path());
-    struct Case {
-        Ref<String> path;
-        bool toFile;
-        bool created;
-        int64_t code;
-    } cases[] = {
+    // Path, to a file rather than a folder, created, error code.
+    const std::tuple<Ref<String>, bool, bool, int64_t> cases[] = {
         { nullptr, false, false, 14 },
         { str(""), false, false, 2 },
         { str("/"), false, false, 21 },
@@ -64,12 +61,12 @@ TEST(FileManagerAdditions, CreatePathReportsEveryCode)
         { str("file.txt"), true, false, 2 }, // one-component relative: its parent is ""
         { pathIn(folder, "made/for/file.txt"), true, true, 0 },
     };
-    for (const auto& c : cases) {
+    for (const auto& [path, toFile, expected, code] : cases) {
         Ref<Error> error;
-        bool created = c.toFile ? YK_createPathToFile(manager(), c.path.get(), nullptr, &error)
-                                : YK_createPath(manager(), c.path.get(), nullptr, &error);
-        EXPECT_EQ(created, c.created) << yk::test::describe(c.path.get());
-        EXPECT_EQ(error ? error->code() : 0, c.code) << yk::test::describe(c.path.get());
+        bool created = toFile ? YK_createPathToFile(manager(), path.get(), nullptr, &error)
+                                : YK_createPath(manager(), path.get(), nullptr, &error);
+        EXPECT_EQ(created, expected) << yk::test::describe(path.get());
+        EXPECT_EQ(error ? error->code() : 0, code) << yk::test::describe(path.get());
         if (error) {
             EXPECT_EQ(error->domain()->utf8(), NSPOSIXErrorDomain);
         }
@@ -106,24 +103,20 @@ TEST(FileManagerAdditions, TemporaryFilesReplaceTheWholeXRun)
 {
     yk::test::TemporaryFolder folder;
     ScopedVariable tmpdir("TMPDIR", folder.path().c_str());
-    struct Case {
-        Ref<String> name;
-        std::string prefix;
-        std::string suffix;
-    } cases[] = {
+    const std::tuple<Ref<String>, std::string, std::string> cases[] = {
         { nullptr, "temp", "" },
         { str("message.eml"), "message", ".eml" },
         { str("archive.tar.gz"), "archive.tar", ".gz" },
     };
-    for (const auto& c : cases) {
-        auto path = YK_createTemporaryFileUsingName(manager(), c.name.get());
+    for (const auto& [given, prefix, suffix] : cases) {
+        auto path = YK_createTemporaryFileUsingName(manager(), given.get());
         ASSERT_NE(path, nullptr);
         std::string name = fs::path(path->utf8()).filename();
         EXPECT_EQ(fs::path(path->utf8()).parent_path(), folder.path());
-        EXPECT_EQ(name.size(), c.prefix.size() + 6 + c.suffix.size()) << name;
-        EXPECT_EQ(name.substr(0, c.prefix.size()), c.prefix);
-        EXPECT_EQ(name.substr(name.size() - c.suffix.size()), c.suffix);
-        EXPECT_NE(name.substr(c.prefix.size(), 6), "XXXXXX");
+        EXPECT_EQ(name.size(), prefix.size() + 6 + suffix.size()) << name;
+        EXPECT_EQ(name.substr(0, prefix.size()), prefix);
+        EXPECT_EQ(name.substr(name.size() - suffix.size()), suffix);
+        EXPECT_NE(name.substr(prefix.size(), 6), "XXXXXX");
         EXPECT_EQ(fs::status(path->utf8()).permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write);
     }
     auto ten = YK_createTemporaryFileUsingTemplate(manager(), pathIn(folder, "tenXXXXXXXXXX").get(), 0);
@@ -195,11 +188,7 @@ TEST(FileManagerAdditions, ErrorReturningFamilyAnswersAlike)
 
 TEST(FileManagerAdditions, PathArithmetic)
 {
-    struct Case {
-        const char* path;
-        const char* backup;
-        const char* normalized;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         { "a/b.txt", "a/b~.txt", "a/b.txt" },
         { "/x/mbox", "/x/mbox~", "/x/mbox" },
         { "a//b///", "a//b///~", "a/b" },
@@ -211,24 +200,19 @@ TEST(FileManagerAdditions, PathArithmetic)
         { "~//x", "~//x~", "~/x" },
         { "", "~", "" },
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(YK_backupPath(str(c.path).get())->utf8(), c.backup) << c.path;
-        EXPECT_EQ(YK_stringByNormalizingPath(str(c.path).get())->utf8(), c.normalized) << c.path;
+    for (auto [path, backup, normalized] : cases) {
+        EXPECT_EQ(YK_backupPath(str(path).get())->utf8(), backup) << path;
+        EXPECT_EQ(YK_stringByNormalizingPath(str(path).get())->utf8(), normalized) << path;
     }
-    struct Relative {
-        const char* from;
-        const char* to;
-        const char* relative;
-        const char* common;
-    } relatives[] = {
+    const std::tuple<const char*, const char*, const char*, const char*> relatives[] = {
         { "/a/b/c", "/a/d", "../../d", "/a" },
         { "/a/b/", "/a/d/e", "../d/e", "/a" },
         { "/a", "/a/b", "b", "/a" },
         { "x/y", "z", "z", "" },
     };
-    for (const auto& r : relatives) {
-        EXPECT_EQ(YK_relativePathToPath(str(r.from).get(), str(r.to).get())->utf8(), r.relative) << r.from << " -> " << r.to;
-        EXPECT_EQ(YK_commonPathPrefixWithPath(str(r.from).get(), str(r.to).get())->utf8(), r.common) << r.from << " & " << r.to;
+    for (auto [from, to, relative, common] : relatives) {
+        EXPECT_EQ(YK_relativePathToPath(str(from).get(), str(to).get())->utf8(), relative) << from << " -> " << to;
+        EXPECT_EQ(YK_commonPathPrefixWithPath(str(from).get(), str(to).get())->utf8(), common) << from << " & " << to;
     }
 }
 
@@ -332,12 +316,7 @@ TEST(FileManagerAdditions, FolderSearchFollowsXDG)
     ScopedVariable data("XDG_DATA_HOME", "relative/ignored");
     ScopedVariable cache("XDG_CACHE_HOME", "");
     folder.write("conf/user-dirs.dirs", "# comment\nXDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n");
-    struct Case {
-        const char* type;
-        int16_t domain;
-        bool create;
-        std::string path;
-    } cases[] = {
+    const std::tuple<const char*, int16_t, bool, std::string> cases[] = {
         { "pref", kUserDomain, false, home + "/conf" },
         { "asup", kUserDomain, true, home + "/.local/share" },
         { "cach", kUserDomain, true, home + "/.cache" },
@@ -348,10 +327,10 @@ TEST(FileManagerAdditions, FolderSearchFollowsXDG)
         { "pref", kNetworkDomain, false, "(nil)" },
     };
     LogCapture capture;
-    for (const auto& c : cases) {
-        uint32_t type = YKFourCharCode(*reinterpret_cast<const char(*)[5]>(c.type));
-        auto found = YKSearchPathForFolderInDomain(type, c.domain, c.create);
-        EXPECT_EQ(found ? found->utf8() : "(nil)", c.path) << c.type;
+    for (const auto& [code, domain, create, path] : cases) {
+        uint32_t type = YKFourCharCode(*reinterpret_cast<const char(*)[5]>(code));
+        auto found = YKSearchPathForFolderInDomain(type, domain, create);
+        EXPECT_EQ(found ? found->utf8() : "(nil)", path) << code;
     }
     EXPECT_EQ(capture.text(), "");
 }

@@ -186,12 +186,8 @@ TEST_F(XDGFixture, FileNameMappings)
     EXPECT_EQ(capture.text(), ""); // not found is quiet
 
     // HFS types: the extension chooses among a type's rows; an unknown type maps by extension.
-    struct HFSCase {
-        const char* type;
-        const char* extension;
-        const char* MIMEType;
-        const char* entryExtension;
-    } hfsCases[] = {
+    // Type, extension asked for, MIME type and extension of the entry found.
+    const std::tuple<const char*, const char*, const char*, const char*> hfsCases[] = {
         { "'TEXT'", nullptr, "text/plain", "txt" },
         { "'TEXT'", "HTML", "text/html", "html" },
         { "'TEXT'", "zzz", "text/plain", "txt" },
@@ -199,14 +195,14 @@ TEST_F(XDGFixture, FileNameMappings)
         { "'zzzz'", "eml", "message/rfc822", "eml" },
         { "''", "eml", "message/rfc822", "eml" }, // not a type code: 0
     };
-    for (const auto& c : hfsCases) {
-        uint32_t type = NSHFSTypeCodeFromFileType(str(c.type).get());
-        auto extension = c.extension ? str(c.extension) : nullptr;
-        ASSERT_TRUE(config->getMapEntry(&entry, type, 0, extension.get())) << c.type;
-        EXPECT_EQ(entry.MIMEType->utf8(), c.MIMEType) << c.type;
-        EXPECT_EQ(entry.extension->utf8(), c.entryExtension) << c.type;
+    for (auto [typeText, asked, MIMEType, entryExtension] : hfsCases) {
+        uint32_t type = NSHFSTypeCodeFromFileType(str(typeText).get());
+        auto extension = asked ? str(asked) : nullptr;
+        ASSERT_TRUE(config->getMapEntry(&entry, type, 0, extension.get())) << typeText;
+        EXPECT_EQ(entry.MIMEType->utf8(), MIMEType) << typeText;
+        EXPECT_EQ(entry.extension->utf8(), entryExtension) << typeText;
         if (type) {
-            EXPECT_EQ(NSFileTypeForHFSTypeCode(type)->utf8(), c.type);
+            EXPECT_EQ(NSFileTypeForHFSTypeCode(type)->utf8(), typeText);
         }
     }
     ASSERT_TRUE(config->getMapEntry(&entry, str("'TEXT'").get()));

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "files/FilesTestSupport.h"
 
@@ -22,12 +23,7 @@ Ref<YFileFilter> patternFilter(const char* pattern, bool caseSensitive)
 
 TEST(YFileFilter, MatchesNames)
 {
-    struct Case {
-        const char* pattern;
-        bool caseSensitive;
-        const char* name;
-        bool matches;
-    } cases[] = {
+    const std::tuple<const char*, bool, const char*, bool> cases[] = {
         { "%", false, "anything", true },
         { "*", false, "anything", true },
         { "%", false, "", false },
@@ -54,10 +50,10 @@ TEST(YFileFilter, MatchesNames)
         { "%stra\xC3\x9F" "e", false, "Hauptstrasse", true }, // full case folding
         { "%strasse", false, "HAUPTSTRA\xC3\x9F" "E", true },
     };
-    for (const auto& c : cases) {
-        auto filter = patternFilter(c.pattern, c.caseSensitive);
-        EXPECT_EQ(filter->_matchesName(str(c.name).get()), c.matches) << c.pattern << " on " << c.name;
-        EXPECT_EQ(filter->matchesNameUsingStringSearch(str(c.name).get()), c.matches) << c.pattern << " on " << c.name;
+    for (auto [pattern, caseSensitive, name, matches] : cases) {
+        auto filter = patternFilter(pattern, caseSensitive);
+        EXPECT_EQ(filter->_matchesName(str(name).get()), matches) << pattern << " on " << name;
+        EXPECT_EQ(filter->matchesNameUsingStringSearch(str(name).get()), matches) << pattern << " on " << name;
     }
     EXPECT_FALSE(patternFilter("%", false)->_matchesName(nullptr));
     EXPECT_FALSE(make<YFileFilter>(0, nullptr, false, nullptr, true)->_matchesName(str("a").get()));

@@ -11,6 +11,7 @@
 #include <Yarkit/core/values/Dictionary.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "core/LogCapture.h"
 #include "files/FilesTestSupport.h"
@@ -134,12 +135,7 @@ TEST(YFile, HashAndEqualityAreByteExact)
 
 TEST(YFile, AncestryAndRelativePaths)
 {
-    struct Case {
-        const char* file;
-        const char* ancestor;
-        bool descendant;
-        const char* relative;
-    } cases[] = {
+    const std::tuple<const char*, const char*, bool, const char*> cases[] = {
         { "/a/b/c", "/a", true, "b/c" },
         { "/a/b/c", "/a/b/c", true, "" },
         { "/a/b/c", "/x", false, "(nil)" },
@@ -147,11 +143,11 @@ TEST(YFile, AncestryAndRelativePaths)
         { "a/b", "a", false, "b" }, // relative: never a descendant, but the walk still finds it
         { "/ab/c", "/a", false, "(nil)" },
     };
-    for (const auto& c : cases) {
-        auto file = YFile::fileWithPath(str(c.file).get());
-        auto ancestor = YFile::fileWithPath(str(c.ancestor).get());
-        EXPECT_EQ(file->isDescendantOfFile(ancestor.get()), c.descendant) << c.file << " in " << c.ancestor;
-        EXPECT_EQ(pathOf(file->relativePathToFile(ancestor.get())), c.relative) << c.file << " to " << c.ancestor;
+    for (auto [path, ancestorPath, descendant, relative] : cases) {
+        auto file = YFile::fileWithPath(str(path).get());
+        auto ancestor = YFile::fileWithPath(str(ancestorPath).get());
+        EXPECT_EQ(file->isDescendantOfFile(ancestor.get()), descendant) << path << " in " << ancestorPath;
+        EXPECT_EQ(pathOf(file->relativePathToFile(ancestor.get())), relative) << path << " to " << ancestorPath;
     }
 }
 
