@@ -74,18 +74,11 @@ TEST(MemoryFunctions, MemmemStaysCorrectOnInputsThatDefeatCandidateFiltering)
     EXPECT_EQ(y_memmem(h, haystack.size(), n, needle.size()), h + planted);
 }
 
-struct StrtollCase {
-    const char* text;
-    int base;
-    long long value;
-    long end; // offset of *endPointer
-    int error; // errno afterwards, 0 when untouched
-};
-
-// The decisions glibc does not share, the limits, and what the comparison below draws rarely.
+// The decisions glibc does not share and the limits (the fuzz target compares the rest with
+// glibc). Text, base, value, offset of *endPointer, errno afterwards (0 when untouched).
 TEST(MemoryFunctions, StrtollParsesLikeTheBSDLibrary)
 {
-    const StrtollCase cases[] = {
+    const std::tuple<const char*, int, long long, long, int> cases[] = {
         { "0x1A", 0, 26, 4, 0 },
         { "xyz", 10, 0, 0, EINVAL },
         { "", 10, 0, 0, EINVAL },
@@ -106,14 +99,14 @@ TEST(MemoryFunctions, StrtollParsesLikeTheBSDLibrary)
         { "12", 37, 0, 0, EINVAL },
         { "12", -2, 0, 0, EINVAL },
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string("\"") + c.text + "\" base " + std::to_string(c.base));
+    for (auto [text, base, value, endOffset, error] : cases) {
+        SCOPED_TRACE(std::string("\"") + text + "\" base " + std::to_string(base));
         char* end = nullptr;
         errno = 0;
-        EXPECT_EQ(y_strtoll(c.text, &end, c.base), c.value);
-        EXPECT_EQ(end - c.text, c.end);
-        EXPECT_EQ(errno, c.error);
-        EXPECT_EQ(y_strtoll(c.text, nullptr, c.base), c.value);
+        EXPECT_EQ(y_strtoll(text, &end, base), value);
+        EXPECT_EQ(end - text, endOffset);
+        EXPECT_EQ(errno, error);
+        EXPECT_EQ(y_strtoll(text, nullptr, base), value);
     }
 }
 

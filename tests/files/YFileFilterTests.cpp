@@ -70,14 +70,8 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
     fs::create_symlink(root / "notes.TXT", root / "filelink.txt");
     auto txt = Array::arrayWithObjects({ str("txt") });
 
-    struct Case {
-        int32_t type;
-        const Array* extensions;
-        bool caseSensitive;
-        bool listHidden;
-        const char* name;
-        bool accepted;
-    } cases[] = {
+    // Type, extensions, case-sensitive, list hidden files; the name and whether it is accepted.
+    const std::tuple<int32_t, const Array*, bool, bool, const char*, bool> cases[] = {
         { 0, nullptr, false, true, "dir", true },
         { 1, nullptr, false, true, "dir", true },
         { 2, nullptr, false, true, "dir", false },
@@ -99,17 +93,17 @@ TEST(YFileFilter, AcceptsByKindExtensionAndVisibility)
     };
     auto folderFile = YFile::fileWithPath(str(root.c_str()).get());
     auto all = folderFile->directoryFiles();
-    for (const auto& c : cases) {
-        auto filter = make<YFileFilter>(c.type, str("%").get(), c.caseSensitive, c.extensions, c.listHidden);
-        auto file = YFile::fileWithPath(yk::test::pathIn(folder, c.name).get());
-        EXPECT_EQ(filter->acceptWithFile(file.get()), c.accepted) << c.name << " type " << c.type;
+    for (auto [type, extensions, caseSensitive, listHidden, name, accepted] : cases) {
+        auto filter = make<YFileFilter>(type, str("%").get(), caseSensitive, extensions, listHidden);
+        auto file = YFile::fileWithPath(yk::test::pathIn(folder, name).get());
+        EXPECT_EQ(filter->acceptWithFile(file.get()), accepted) << name << " type " << type;
         // A listing takes the kinds from readdir: it keeps what acceptWithFile keeps.
         auto expected = make<MutableArray>();
         for (auto& entry : *all) {
             if (filter->acceptWithFile(static_cast<YFile*>(entry.get())))
                 expected->addObject(entry);
         }
-        EXPECT_EQ(listed(folderFile->directoryFilesWithFileFilter(filter.get()).get()), listed(expected.get())) << "type " << c.type;
+        EXPECT_EQ(listed(folderFile->directoryFilesWithFileFilter(filter.get()).get()), listed(expected.get())) << "type " << type;
     }
     EXPECT_TRUE(make<YFileFilter>()->acceptWithFile(YFile::fileWithPath(yk::test::pathIn(folder, ".hidden.txt").get()).get()));
 }
