@@ -63,17 +63,14 @@ std::string pathOf(const Ref<String>& path)
 }
 
 // The stored path is the normalised one (the path fuzz target pins that for every input).
-TEST(YFile, MissingPathsMakeNoFile)
+TEST(YFile, NilPathsAndTheParentLadder)
 {
     EXPECT_EQ(YFile::fileWithPath(nullptr), nullptr);
     EXPECT_EQ(make<YFile>()->path()->utf8(), "");
     EXPECT_EQ(YFile::fileWithParentPath(nullptr, str("n").get())->path()->utf8(), "n");
     EXPECT_EQ(YFile::fileWithParentPath(str("/p//").get(), nullptr)->path()->utf8(), "/p");
     EXPECT_EQ(YFile::fileWithParentPath(nullptr, nullptr), nullptr);
-}
 
-TEST(YFile, ParentPathLadder)
-{
     // parentPath repeatedly until nil.
     const std::pair<const char*, std::vector<std::string>> cases[] = {
         { "/a/b", { "/a", "/", "(nil)" } },
