@@ -40,8 +40,6 @@ FileManager* manager()
     return FileManager::defaultManager();
 }
 
-using yk::test::ScopedVariable;
-
 TEST(FileManagerAdditions, CreatePathReportsEveryCode)
 {
     yk::test::TemporaryFolder folder;
@@ -102,7 +100,7 @@ TEST(FileManagerAdditions, NumberedFilesCountFromTwo)
 TEST(FileManagerAdditions, TemporaryFilesReplaceTheWholeXRun)
 {
     yk::test::TemporaryFolder folder;
-    ScopedVariable tmpdir("TMPDIR", folder.path().c_str());
+    yk::test::ScopedVariable tmpdir("TMPDIR", folder.path().c_str());
     const std::tuple<Ref<String>, std::string, std::string> cases[] = {
         { nullptr, "temp", "" },
         { str("message.eml"), "message", ".eml" },
@@ -311,10 +309,10 @@ TEST(FileManagerAdditions, FolderSearchFollowsXDG)
 {
     yk::test::TemporaryFolder folder;
     const std::string home = folder.path().string();
-    ScopedVariable homeVariable("HOME", home.c_str());
-    ScopedVariable config("XDG_CONFIG_HOME", (home + "/conf").c_str());
-    ScopedVariable data("XDG_DATA_HOME", "relative/ignored");
-    ScopedVariable cache("XDG_CACHE_HOME", "");
+    yk::test::ScopedVariable homeVariable("HOME", home.c_str());
+    yk::test::ScopedVariable config("XDG_CONFIG_HOME", (home + "/conf").c_str());
+    yk::test::ScopedVariable data("XDG_DATA_HOME", "relative/ignored");
+    yk::test::ScopedVariable cache("XDG_CACHE_HOME", "");
     folder.write("conf/user-dirs.dirs", "# comment\nXDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n");
     const std::tuple<const char*, int16_t, bool, std::string> cases[] = {
         { "pref", kUserDomain, false, home + "/conf" },

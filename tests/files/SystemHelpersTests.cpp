@@ -5,9 +5,9 @@
 #include <Yarkit/core/system/FileManager.h>
 #include <Yarkit/core/values/MutableArray.h>
 
+#include <deque>
 #include <filesystem>
 #include <gio/gio.h>
-#include <memory>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -31,11 +31,11 @@ protected:
     void SetUp() override
     {
         const std::string root = _folder.path().string();
-        set("XDG_DATA_HOME", root + "/home");
-        set("XDG_DATA_DIRS", root + "/system:relative/ignored");
-        set("XDG_CONFIG_HOME", root + "/config");
-        set("XDG_CONFIG_DIRS", root + "/etc");
-        _variables.push_back(std::make_unique<yk::test::ScopedVariable>("XDG_CURRENT_DESKTOP", nullptr));
+        _variables.emplace_back("XDG_DATA_HOME", (root + "/home").c_str());
+        _variables.emplace_back("XDG_DATA_DIRS", (root + "/system:relative/ignored").c_str());
+        _variables.emplace_back("XDG_CONFIG_HOME", (root + "/config").c_str());
+        _variables.emplace_back("XDG_CONFIG_DIRS", (root + "/etc").c_str());
+        _variables.emplace_back("XDG_CURRENT_DESKTOP", nullptr);
         _folder.write("home/mime/globs2", "50:text/x-home:*.home\n50:text/x-cleared:__NOGLOBS__\n");
         _folder.write("system/mime/globs2",
             "# comment\n"
@@ -60,16 +60,11 @@ protected:
         _folder.write("system/applications/mimeapps.list", "[Default Applications]\nx-scheme-handler/mailto=thunderbird.desktop\n");
     }
 
-    void set(const char* name, const std::string& value)
-    {
-        _variables.push_back(std::make_unique<yk::test::ScopedVariable>(name, value.c_str()));
-    }
-
     yk::test::TemporaryFolder _folder;
-    std::vector<std::unique_ptr<yk::test::ScopedVariable>> _variables;
+    std::deque<yk::test::ScopedVariable> _variables; // a deque: they cannot move
 };
 
-TEST(HostAdditions, FullyQualifiedNames)
+TEST(HostAdditions, NamesAndSocketAddresses)
 {
     const std::pair<const char*, bool> cases[] = {
         { "mail-1.example", true },
@@ -93,10 +88,8 @@ TEST(HostAdditions, FullyQualifiedNames)
     EXPECT_EQ(IPv4Address(host.get())->utf8(), "192.0.2.1");
     EXPECT_EQ(IPv6Addresses(host.get())->count(), 2u);
     EXPECT_EQ(IPv6Address(host.get())->utf8(), "fe80::1");
-}
 
-TEST(HostAdditions, HostFromSocketAddress)
-{
+    // Hosts from socket addresses.
     sockaddr_in v4 {};
     v4.sin_family = AF_INET;
     v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -107,7 +100,7 @@ TEST(HostAdditions, HostFromSocketAddress)
     local.sun_family = AF_UNIX;
     const sa_family_t inet = AF_INET;
     // Only loopback is looked up (in /etc/hosts); the other rows check the address read.
-    const std::pair<Ref<Data>, const char*> cases[] = {
+    const std::pair<Ref<Data>, const char*> addresses[] = {
         { Data::dataWithBytes(&v4, sizeof v4), "127.0.0.1" },
         { Data::dataWithBytes(&v6, sizeof v6), "::1" },
         { Data::dataWithBytes(&local, sizeof local), "" },
@@ -115,11 +108,11 @@ TEST(HostAdditions, HostFromSocketAddress)
         { Data::dataWithBytes(nullptr, 0), "" },
         { nullptr, "" },
     };
-    for (const auto& [data, address] : cases)
+    for (const auto& [data, address] : addresses)
         EXPECT_EQ(detail::numericTextOfSocketAddress(data.get()), address);
-    EXPECT_EQ(YK_hostWithAddress(cases[0].first.get())->address()->utf8(), "127.0.0.1");
-    EXPECT_EQ(YK_hostWithAddress(cases[1].first.get())->address()->utf8(), "::1");
-    EXPECT_EQ(YK_hostWithAddress(cases[2].first.get()), nullptr);
+    EXPECT_EQ(YK_hostWithAddress(addresses[0].first.get())->address()->utf8(), "127.0.0.1");
+    EXPECT_EQ(YK_hostWithAddress(addresses[1].first.get())->address()->utf8(), "::1");
+    EXPECT_EQ(YK_hostWithAddress(addresses[2].first.get()), nullptr);
     EXPECT_EQ(YK_hostWithAddress(nullptr), nullptr);
 }
 
@@ -170,12 +163,11 @@ TEST_F(XDGFixture, FileNameMappings)
         { "x.huge", "" },
     };
     LogCapture capture;
+    YKMapEntry entry;
     for (auto [fileName, type] : cases) {
-        YKMapEntry entry;
         bool found = config->getMapEntryForFileName(&entry, str(fileName).get());
         EXPECT_EQ(found ? entry.MIMEType->utf8() : "", type) << fileName;
     }
-    YKMapEntry entry;
     ASSERT_TRUE(config->getMapEntry(&entry, str("eml").get()));
     EXPECT_EQ(entry.MIMEType->utf8(), "message/rfc822");
     EXPECT_EQ(entry.extension->utf8(), "eml");
