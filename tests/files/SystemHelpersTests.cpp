@@ -222,8 +222,8 @@ TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
     EXPECT_TRUE(config->setApplicationCreator(0, str("mutt.desktop").get(), str("MailTo").get()));
     ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
     EXPECT_EQ(name->utf8(), "mutt.desktop");
-    EXPECT_EQ(_folder.read(_folder.path() / "config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
-                                            "text/html=firefox.desktop\nx-scheme-handler/mailto=mutt.desktop;\n");
+    EXPECT_EQ(_folder.read(_folder.path() / "config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n"
+        "\n[Default Applications]\ntext/html=firefox.desktop\nx-scheme-handler/mailto=mutt.desktop;\n");
     EXPECT_FALSE(config->setApplicationCreator(0, str(std::string(64, 'n').c_str()).get(), str("mailto").get()));
 
     // The answers are kept until a watched folder changes: an uninstalled entry is noticed.
