@@ -6,7 +6,6 @@
 #include <Yarkit/core/values/String.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <sys/xattr.h>
@@ -20,17 +19,6 @@ namespace yk::test {
 inline Ref<String> pathIn(const TemporaryFolder& folder, const std::string& relative)
 {
     return str((folder.path() / relative).c_str());
-}
-
-inline void writeFile(const std::string& path, const std::string& contents)
-{
-    std::ofstream(path, std::ios::binary) << contents;
-}
-
-inline std::string readFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 // Sets an environment variable (unsets it for null) until the scope ends.
@@ -56,8 +44,7 @@ private:
 // overlay set-ups do not).
 inline bool supportsUserAttributes(const TemporaryFolder& folder)
 {
-    std::string probe = (folder.path() / ".xattr-probe").string();
-    writeFile(probe, "");
+    std::string probe = folder.write(".xattr-probe", "").string();
     bool supported = setxattr(probe.c_str(), "user.yk.probe", "1", 1, 0) == 0;
     std::remove(probe.c_str());
     return supported;

@@ -24,10 +24,7 @@ using yk::test::str;
 
 namespace {
 
-bool longRun()
-{
-    return std::getenv("YK_LONG_TESTS") != nullptr;
-}
+const bool longRun = std::getenv("YK_LONG_TESTS") != nullptr;
 
 // Runs the helper (a process of its own, never a fork of this threaded program) with the
 // arguments; its exit status and the lines it printed.
@@ -75,7 +72,7 @@ std::set<std::string> namesIn(const fs::path& folder)
 
 TEST(FilesReliability, EightProcessesNeverShareAName)
 {
-    const int perProcess = longRun() ? 1000 : 250;
+    const int perProcess = longRun ? 1000 : 250;
     yk::test::TemporaryFolder folder;
     fs::create_directory(folder.path() / "temporary");
     auto temporary = runWorkers({ "temporary", (folder.path() / "temporary").string(), std::to_string(perProcess) });
@@ -91,7 +88,7 @@ TEST(FilesReliability, EightProcessesNeverShareAName)
 TEST(FilesReliability, EightThreadsNeverShareAName)
 {
     yk::test::TemporaryFolder folder;
-    const int perThread = longRun() ? 1000 : 200;
+    const int perThread = longRun ? 1000 : 200;
     auto temporaryTemplate = yk::test::pathIn(folder, "tXXXXXX");
     auto report = yk::test::pathIn(folder, "n/report.txt");
     fs::create_directory(folder.path() / "n");
@@ -116,7 +113,7 @@ TEST(FilesReliability, EightThreadsNeverShareAName)
 
 TEST(FilesReliability, SiblingPathsUnderOneMissingParentAllSucceed)
 {
-    for (int round = 0; round < (longRun() ? 200 : 20); ++round) {
+    for (int round = 0; round < (longRun ? 200 : 20); ++round) {
         yk::test::TemporaryFolder folder;
         std::vector<std::thread> threads;
         std::atomic<int> succeeded { 0 };
@@ -150,6 +147,10 @@ TEST(FilesReliability, SharedFilesHashAndCompareWhileTheHandlerChanges)
     std::atomic<int> equal { 0 };
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&] {
+            // The first calls of the helpers that read once race here too.
+            EXPECT_NE(y_get_domain_name(), nullptr);
+            EXPECT_GT(yk_operatingSystemVersion(ProcessInfo::processInfo()).majorVersion, 0);
+            EXPECT_NE(YDefaultHandler::handler(), nullptr);
             for (int round = 0; round < 2000; ++round) {
                 auto& a = files[round % 16];
                 auto& b = files[(round + 8) % 16];
@@ -158,18 +159,7 @@ TEST(FilesReliability, SharedFilesHashAndCompareWhileTheHandlerChanges)
             }
         });
     }
-    // The first calls of the helpers that read once.
-    std::vector<std::thread> firstCalls;
-    for (int t = 0; t < 4; ++t) {
-        firstCalls.emplace_back([] {
-            EXPECT_NE(y_get_domain_name(), nullptr);
-            EXPECT_GT(yk_operatingSystemVersion(ProcessInfo::processInfo()).majorVersion, 0);
-            EXPECT_NE(YDefaultHandler::handler(), nullptr);
-        });
-    }
     for (auto& thread : threads)
-        thread.join();
-    for (auto& thread : firstCalls)
         thread.join();
     stop = true;
     switcher.join();

@@ -1,7 +1,7 @@
 #pragma once
 
-// Runs y_strtoll or glibc's strtoll on a text with errno cleared first, so the test and the
-// fuzz target compare the same things.
+// Runs y_strtoll or glibc's strtoll on a text with errno cleared first, for the fuzz target
+// that compares the two.
 
 #include <Yarkit/MemoryFunctions.h>
 

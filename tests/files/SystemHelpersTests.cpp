@@ -5,13 +5,13 @@
 #include <Yarkit/core/system/FileManager.h>
 #include <Yarkit/core/values/MutableArray.h>
 
+#include <deque>
 #include <filesystem>
-#include <fstream>
 #include <gio/gio.h>
-#include <memory>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "core/LogCapture.h"
@@ -31,13 +31,13 @@ protected:
     void SetUp() override
     {
         const std::string root = _folder.path().string();
-        set("XDG_DATA_HOME", root + "/home");
-        set("XDG_DATA_DIRS", root + "/system:relative/ignored");
-        set("XDG_CONFIG_HOME", root + "/config");
-        set("XDG_CONFIG_DIRS", root + "/etc");
-        _variables.push_back(std::make_unique<yk::test::ScopedVariable>("XDG_CURRENT_DESKTOP", nullptr));
-        write("home/mime/globs2", "50:text/x-home:*.home\n50:text/x-cleared:__NOGLOBS__\n");
-        write("system/mime/globs2",
+        _variables.emplace_back("XDG_DATA_HOME", (root + "/home").c_str());
+        _variables.emplace_back("XDG_DATA_DIRS", (root + "/system:relative/ignored").c_str());
+        _variables.emplace_back("XDG_CONFIG_HOME", (root + "/config").c_str());
+        _variables.emplace_back("XDG_CONFIG_DIRS", (root + "/etc").c_str());
+        _variables.emplace_back("XDG_CURRENT_DESKTOP", nullptr);
+        _folder.write("home/mime/globs2", "50:text/x-home:*.home\n50:text/x-cleared:__NOGLOBS__\n");
+        _folder.write("system/mime/globs2",
             "# comment\n"
             "50:message/rfc822:*.eml\n"
             "50:text/x-csrc:*.c:cs\n"
@@ -51,42 +51,22 @@ protected:
             "50:text/x-readme:README*\n"
             "99999999999:text/x-huge:*.huge\n" // no weight: skipped
             "broken line\n");
-        write("system/mime/message/rfc822.xml",
+        _folder.write("system/mime/message/rfc822.xml",
             "<?xml version=\"1.0\"?>\n<mime-type type=\"message/rfc822\">\n"
             "  <comment>email message</comment>\n  <comment xml:lang=\"ja\">\xE9\x9B\xBB\xE5\xAD\x90\xE3\x83\xA1\xE3\x83\xBC\xE3\x83\xAB</comment>\n"
             "</mime-type>\n");
-        write("home/applications/mutt.desktop", "[Desktop Entry]\nName=Mutt\nExec=mutt %u\n");
-        write("system/applications/thunderbird.desktop", "[Desktop Entry]\nName=Thunderbird\n");
-        write("system/applications/mimeapps.list", "[Default Applications]\nx-scheme-handler/mailto=thunderbird.desktop\n");
-    }
-
-    void set(const char* name, const std::string& value)
-    {
-        _variables.push_back(std::make_unique<yk::test::ScopedVariable>(name, value.c_str()));
-    }
-
-    void write(const std::string& relative, const std::string& text)
-    {
-        auto path = _folder.path() / relative;
-        fs::create_directories(path.parent_path());
-        std::ofstream(path) << text;
-    }
-
-    std::string read(const std::string& relative)
-    {
-        return yk::test::readFile((_folder.path() / relative).string());
+        _folder.write("home/applications/mutt.desktop", "[Desktop Entry]\nName=Mutt\nExec=mutt %u\n");
+        _folder.write("system/applications/thunderbird.desktop", "[Desktop Entry]\nName=Thunderbird\n");
+        _folder.write("system/applications/mimeapps.list", "[Default Applications]\nx-scheme-handler/mailto=thunderbird.desktop\n");
     }
 
     yk::test::TemporaryFolder _folder;
-    std::vector<std::unique_ptr<yk::test::ScopedVariable>> _variables;
+    std::deque<yk::test::ScopedVariable> _variables; // a deque: they cannot move
 };
 
-TEST(HostAdditions, FullyQualifiedNames)
+TEST(HostAdditions, NamesAndSocketAddresses)
 {
-    struct Case {
-        const char* name;
-        bool qualified;
-    } cases[] = {
+    const std::pair<const char*, bool> cases[] = {
         { "mail-1.example", true },
         { "1.2.3.4", true },
         { "printer.local", false },
@@ -98,8 +78,8 @@ TEST(HostAdditions, FullyQualifiedNames)
         { "\xE4\xBE\x8B.jp", false },
         { "a.localnet", true },
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(_isFQDN(str(c.name).get()), c.qualified) << c.name;
+    for (auto [name, qualified] : cases)
+        EXPECT_EQ(_isFQDN(str(name).get()), qualified) << name;
 
     auto host = make<Host>(Array::arrayWithObjects({ str("mail"), str("mail.example.org"), str("mx.local"), str("smtp.example.org") }),
         Array::arrayWithObjects({ str("fe80::1"), str("192.0.2.1"), str("not an address"), str("::1") }));
@@ -108,10 +88,8 @@ TEST(HostAdditions, FullyQualifiedNames)
     EXPECT_EQ(IPv4Address(host.get())->utf8(), "192.0.2.1");
     EXPECT_EQ(IPv6Addresses(host.get())->count(), 2u);
     EXPECT_EQ(IPv6Address(host.get())->utf8(), "fe80::1");
-}
 
-TEST(HostAdditions, HostFromSocketAddress)
-{
+    // Hosts from socket addresses.
     sockaddr_in v4 {};
     v4.sin_family = AF_INET;
     v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -122,10 +100,7 @@ TEST(HostAdditions, HostFromSocketAddress)
     local.sun_family = AF_UNIX;
     const sa_family_t inet = AF_INET;
     // Only loopback is looked up (in /etc/hosts); the other rows check the address read.
-    struct Case {
-        Ref<Data> data;
-        const char* address;
-    } cases[] = {
+    const std::pair<Ref<Data>, const char*> addresses[] = {
         { Data::dataWithBytes(&v4, sizeof v4), "127.0.0.1" },
         { Data::dataWithBytes(&v6, sizeof v6), "::1" },
         { Data::dataWithBytes(&local, sizeof local), "" },
@@ -133,30 +108,26 @@ TEST(HostAdditions, HostFromSocketAddress)
         { Data::dataWithBytes(nullptr, 0), "" },
         { nullptr, "" },
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(detail::numericTextOfSocketAddress(c.data.get()), c.address);
-    EXPECT_EQ(YK_hostWithAddress(cases[0].data.get())->address()->utf8(), "127.0.0.1");
-    EXPECT_EQ(YK_hostWithAddress(cases[1].data.get())->address()->utf8(), "::1");
-    EXPECT_EQ(YK_hostWithAddress(cases[2].data.get()), nullptr);
+    for (const auto& [data, address] : addresses)
+        EXPECT_EQ(detail::numericTextOfSocketAddress(data.get()), address);
+    EXPECT_EQ(YK_hostWithAddress(addresses[0].first.get())->address()->utf8(), "127.0.0.1");
+    EXPECT_EQ(YK_hostWithAddress(addresses[1].first.get())->address()->utf8(), "::1");
+    EXPECT_EQ(YK_hostWithAddress(addresses[2].first.get()), nullptr);
     EXPECT_EQ(YK_hostWithAddress(nullptr), nullptr);
 }
 
 TEST(ProcessInfoAdditions, VersionFromTheKernelRelease)
 {
-    struct Case {
-        const char* release;
-        OperatingSystemVersion version;
-    } cases[] = {
+    const std::pair<const char*, OperatingSystemVersion> cases[] = {
         { "6.1.0-18-amd64", { 6, 1, 0 } },
         { "5.15", { 5, 15, 0 } },
         { "4.19.260+", { 4, 19, 260 } },
         { "unknown", { 0, 0, 0 } },
     };
-    for (const auto& c : cases) {
-        auto version = ProcessInfo::versionFromRelease(c.release);
-        EXPECT_EQ(version.majorVersion, c.version.majorVersion) << c.release;
-        EXPECT_EQ(version.minorVersion, c.version.minorVersion) << c.release;
-        EXPECT_EQ(version.patchVersion, c.version.patchVersion) << c.release;
+    for (const auto& [release, expected] : cases) {
+        auto version = ProcessInfo::versionFromRelease(release);
+        EXPECT_EQ(std::tie(version.majorVersion, version.minorVersion, version.patchVersion),
+            std::tie(expected.majorVersion, expected.minorVersion, expected.patchVersion)) << release;
     }
     auto* info = ProcessInfo::processInfo();
     auto running = yk_operatingSystemVersion(info);
@@ -176,15 +147,11 @@ TEST(ProcessInfoAdditions, VersionFromTheKernelRelease)
 TEST_F(XDGFixture, FileNameMappings)
 {
     auto config = YInternetConfig::internetConfig();
-    struct Case {
-        const char* fileName;
-        const char* type;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         { "a.eml", "message/rfc822" },
         { "A.EML", "message/rfc822" },
         { "a.c", "text/x-csrc" },
         { "a.C", "text/x-c++src" }, // "cs": case decides
-        { "A.c", "text/x-csrc" },
         { "a.tar.gz", "application/x-compressed-tar" }, // the longest pattern
         { "b.gz", "application/gzip" },
         { "x.dup", "text/x-high" }, // the higher weight
@@ -196,12 +163,11 @@ TEST_F(XDGFixture, FileNameMappings)
         { "x.huge", "" },
     };
     LogCapture capture;
-    for (const auto& c : cases) {
-        YKMapEntry entry;
-        bool found = config->getMapEntryForFileName(&entry, str(c.fileName).get());
-        EXPECT_EQ(found ? entry.MIMEType->utf8() : "", c.type) << c.fileName;
-    }
     YKMapEntry entry;
+    for (auto [fileName, type] : cases) {
+        bool found = config->getMapEntryForFileName(&entry, str(fileName).get());
+        EXPECT_EQ(found ? entry.MIMEType->utf8() : "", type) << fileName;
+    }
     ASSERT_TRUE(config->getMapEntry(&entry, str("eml").get()));
     EXPECT_EQ(entry.MIMEType->utf8(), "message/rfc822");
     EXPECT_EQ(entry.extension->utf8(), "eml");
@@ -211,12 +177,8 @@ TEST_F(XDGFixture, FileNameMappings)
     EXPECT_EQ(capture.text(), ""); // not found is quiet
 
     // HFS types: the extension chooses among a type's rows; an unknown type maps by extension.
-    struct HFSCase {
-        const char* type;
-        const char* extension;
-        const char* MIMEType;
-        const char* entryExtension;
-    } hfsCases[] = {
+    // Type, extension asked for, MIME type and extension of the entry found.
+    const std::tuple<const char*, const char*, const char*, const char*> hfsCases[] = {
         { "'TEXT'", nullptr, "text/plain", "txt" },
         { "'TEXT'", "HTML", "text/html", "html" },
         { "'TEXT'", "zzz", "text/plain", "txt" },
@@ -224,14 +186,14 @@ TEST_F(XDGFixture, FileNameMappings)
         { "'zzzz'", "eml", "message/rfc822", "eml" },
         { "''", "eml", "message/rfc822", "eml" }, // not a type code: 0
     };
-    for (const auto& c : hfsCases) {
-        uint32_t type = NSHFSTypeCodeFromFileType(str(c.type).get());
-        auto extension = c.extension ? str(c.extension) : nullptr;
-        ASSERT_TRUE(config->getMapEntry(&entry, type, 0, extension.get())) << c.type;
-        EXPECT_EQ(entry.MIMEType->utf8(), c.MIMEType) << c.type;
-        EXPECT_EQ(entry.extension->utf8(), c.entryExtension) << c.type;
+    for (auto [typeText, asked, MIMEType, entryExtension] : hfsCases) {
+        uint32_t type = NSHFSTypeCodeFromFileType(str(typeText).get());
+        auto extension = asked ? str(asked) : nullptr;
+        ASSERT_TRUE(config->getMapEntry(&entry, type, 0, extension.get())) << typeText;
+        EXPECT_EQ(entry.MIMEType->utf8(), MIMEType) << typeText;
+        EXPECT_EQ(entry.extension->utf8(), entryExtension) << typeText;
         if (type) {
-            EXPECT_EQ(NSFileTypeForHFSTypeCode(type)->utf8(), c.type);
+            EXPECT_EQ(NSFileTypeForHFSTypeCode(type)->utf8(), typeText);
         }
     }
     ASSERT_TRUE(config->getMapEntry(&entry, str("'TEXT'").get()));
@@ -251,7 +213,7 @@ TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
     EXPECT_FALSE(config->getApplicationCreator(&creator, &name, str("news").get()));
     EXPECT_EQ(capture.text(), "");
 
-    write("config/mimeapps.list", "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
+    _folder.write("config/mimeapps.list", "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
                                   "text/html=firefox.desktop\nx-scheme-handler/mailto=gone.desktop;\n");
     // An entry that is not installed is skipped for the next file in the lookup order.
     ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
@@ -260,8 +222,8 @@ TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
     EXPECT_TRUE(config->setApplicationCreator(0, str("mutt.desktop").get(), str("MailTo").get()));
     ASSERT_TRUE(config->getApplicationCreator(nullptr, &name, str("mailto").get()));
     EXPECT_EQ(name->utf8(), "mutt.desktop");
-    EXPECT_EQ(read("config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n\n[Default Applications]\n"
-                                            "text/html=firefox.desktop\nx-scheme-handler/mailto=mutt.desktop;\n");
+    EXPECT_EQ(_folder.read(_folder.path() / "config/mimeapps.list"), "# mine\n[Added Associations]\ntext/plain=mutt.desktop;\n"
+        "\n[Default Applications]\ntext/html=firefox.desktop\nx-scheme-handler/mailto=mutt.desktop;\n");
     EXPECT_FALSE(config->setApplicationCreator(0, str(std::string(64, 'n').c_str()).get(), str("mailto").get()));
 
     // The answers are kept until a watched folder changes: an uninstalled entry is noticed.
@@ -272,10 +234,9 @@ TEST_F(XDGFixture, SchemeHelpersRoundTripAndKeepOtherLines)
 
 TEST(SharedMimeInfo, ExtensionsAgreeWithGIOWhereItIsCertain)
 {
-    if (!fs::exists("/usr/share/mime/globs2"))
+    const std::string text = yk::test::TemporaryFolder::read("/usr/share/mime/globs2");
+    if (text.empty())
         GTEST_SKIP() << "no system shared-mime-info database";
-    std::ifstream file("/usr/share/mime/globs2");
-    std::string text((std::istreambuf_iterator<char>(file)), {});
     detail::MimeDatabase database(std::vector<std::string> { "/usr/share/mime" });
     int compared = 0;
     for (auto& glob : detail::parseGlobs2(text)) {
