@@ -1,6 +1,6 @@
 // y_strtoll against glibc's strtoll where their contracts agree: the value, the end pointer
 // and overflow must match; where glibc finds no digits we must report EINVAL.
-#include "tests/files/StrtollComparison.h"
+#include "fuzz/StrtollComparison.h"
 
 #include <cerrno>
 #include <cstdint>
