@@ -21,6 +21,7 @@
 #include <Yarkit/core/values/Exception.h>
 
 #include "tools/CommandLine.h"
+#include "tools/Pieces.h"
 #include "tools/ProgressBar.h"
 
 namespace yk::tool {
@@ -150,39 +151,25 @@ int decode(const std::string& name, bool pad)
     Ref<YFileStream> file = openInputStream(name);
     if (!file)
         return ExitError;
-    std::vector<uint8_t> text(2 * blockSize);
     std::vector<uint8_t> bytes;
-    size_t held = 0;
-    try {
-        for (;;) {
-            if (text.size() < held + blockSize)
-                text.resize(held + blockSize);
-            uint32_t n = file->readBytes(text.data() + held, blockSize);
-            held += n;
-            size_t cut = n ? groupStart({ text.data(), held }, pad) : held;
-            if (cut) {
-                bytes.resize(cut * 3 / 4);
-                const auto* chars = reinterpret_cast<const char*>(text.data());
-                int32_t length = pad ? yk_decode_base64(bytes.data(), chars, static_cast<uint32_t>(cut))
-                                     : yk_decode_base64_no_pad(bytes.data(), chars, static_cast<uint32_t>(cut));
-                if (length < 0) {
-                    std::fprintf(stderr, "yarkit base64: %s: not valid base64 text\n", name == "-" ? "(standard input)" : name.c_str());
-                    return ExitChanged;
-                }
-                if (!writeOutput(bytes.data(), static_cast<size_t>(length)))
-                    return ExitError;
-                if (pad && std::memchr(text.data(), '=', cut))
-                    return ExitSuccess;
-                std::memmove(text.data(), text.data() + cut, held - cut);
-                held -= cut;
-            }
-            if (!n)
-                return ExitSuccess;
+    int failure = ExitError;
+    bool padded = false;
+    auto decodePiece = [&](const uint8_t* text, uint32_t length) {
+        bytes.resize(size_t(length) * 3 / 4);
+        const auto* chars = reinterpret_cast<const char*>(text);
+        int32_t decoded = pad ? yk_decode_base64(bytes.data(), chars, length) : yk_decode_base64_no_pad(bytes.data(), chars, length);
+        if (decoded < 0) {
+            std::fprintf(stderr, "yarkit base64: %s: not valid base64 text\n", name == "-" ? "(standard input)" : name.c_str());
+            failure = ExitChanged;
+            return false;
         }
-    } catch (const Exception& e) {
-        std::fprintf(stderr, "yarkit base64: %s\n", e.what());
-        return ExitError;
-    }
+        if (!writeOutput(bytes.data(), static_cast<size_t>(decoded)))
+            return false;
+        padded = pad && std::memchr(text, '=', length);
+        return !padded;
+    };
+    auto groupEnd = [pad](const uint8_t* text, size_t held) { return groupStart({ text, held }, pad); };
+    return (forEachPiece(*file, blockSize, "base64", groupEnd, decodePiece) || padded) ? ExitSuccess : failure;
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include <Yarkit/core/values/Exception.h>
 
 #include "tools/CommandLine.h"
+#include "tools/Pieces.h"
 
 namespace yk::tool {
 
@@ -104,36 +105,13 @@ size_t safeEndForModifiedUTF7Decoding(const uint8_t* bytes, size_t length)
     return dash > ampersand ? length : static_cast<size_t>(static_cast<const uint8_t*>(dash) - bytes) + 1;
 }
 
-// Reads standard input and hands `convert` one piece at a time, each cut by `safeEnd`; the
-// last piece is whatever is left at the end of the input. False when reading fails (after a
-// message) or `convert` returns false, which stops at once.
+// Streams standard input through `convert` in pieces cut by `safeEnd`; false when it cannot be
+// opened or read, or `convert` stopped.
 template <typename SafeEnd, typename Convert>
-bool forEachPiece(SafeEnd safeEnd, Convert convert)
+bool forEachStandardInputPiece(SafeEnd safeEnd, Convert convert)
 {
     Ref<YFileStream> input = openInputStream("-");
-    if (!input)
-        return false;
-    std::vector<uint8_t> buffer(2 * pieceSize);
-    size_t held = 0;
-    try {
-        for (;;) {
-            // Input with no safe point for a long stretch is held whole until one comes.
-            if (buffer.size() - held < pieceSize)
-                buffer.resize(buffer.size() * 2);
-            const uint32_t read = input->readBytes(buffer.data() + held, pieceSize);
-            held += read;
-            const size_t end = read ? safeEnd(buffer.data(), held) : held;
-            if (end && !convert(buffer.data(), static_cast<uint32_t>(end)))
-                return false;
-            std::memmove(buffer.data(), buffer.data() + end, held - end);
-            held -= end;
-            if (!read)
-                return true;
-        }
-    } catch (const Exception& e) {
-        std::fprintf(stderr, "yarkit utf7: %s\n", e.what());
-        return false;
-    }
+    return input && forEachPiece(*input, pieceSize, "utf7", safeEnd, convert);
 }
 
 // Writes decoded units as UTF-8. A high surrogate that ends a piece waits for the next one, so
@@ -196,7 +174,8 @@ int decode(bool imap)
         auto text = imap ? stringWithModifiedUTF7Bytes(bytes, length) : stringWithUTF7Bytes(bytes, length);
         return writer.write(text->view());
     };
-    const bool done = imap ? forEachPiece(safeEndForModifiedUTF7Decoding, decodePiece) : forEachPiece(safeEndForUTF7Decoding, decodePiece);
+    const bool done = imap ? forEachStandardInputPiece(safeEndForModifiedUTF7Decoding, decodePiece)
+                           : forEachStandardInputPiece(safeEndForUTF7Decoding, decodePiece);
     if (!done || !writer.finish())
         return ExitError;
     if (size_t unpaired = writer.unpairedSurrogates()) {
@@ -224,7 +203,8 @@ int encode(bool imap)
         auto data = imap ? encodeModifiedUTF7Data(text.get()) : encodeUTF7Data(text.get());
         return writeOutput(data->bytes(), data->length());
     };
-    if (imap ? forEachPiece(safeEndForModifiedUTF7Encoding, encodePiece) : forEachPiece(safeEndForUTF7Encoding, encodePiece))
+    if (imap ? forEachStandardInputPiece(safeEndForModifiedUTF7Encoding, encodePiece)
+             : forEachStandardInputPiece(safeEndForUTF7Encoding, encodePiece))
         return ExitSuccess;
     if (!wellFormed)
         std::fprintf(stderr, "yarkit utf7: (standard input): not well-formed UTF-8\n");
