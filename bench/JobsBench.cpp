@@ -168,6 +168,16 @@ public:
         _go = 1;
     }
     bool done() const { return _done.load(); }
+    // Starts the body and calls `poll` on this thread, yielding between calls, until it is done.
+    template <typename Poll>
+    void roundTrip(Poll poll)
+    {
+        go();
+        while (!done()) {
+            poll();
+            std::this_thread::yield();
+        }
+    }
 
 private:
     std::function<void()> _body;
@@ -188,14 +198,8 @@ void BM_MainThreadRoundTrip(benchmark::State& state)
         spinUntil([&] { return counter->count.load() == start + 1; });
     });
     yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
-    for (auto _ : state) {
-        poster.go();
-        while (!poster.done())
-        {
-            loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now());
-            std::this_thread::yield();
-        }
-    }
+    for (auto _ : state)
+        poster.roundTrip([&] { loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now()); });
 }
 BENCHMARK(BM_MainThreadRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
@@ -204,14 +208,8 @@ void BM_WaitingPerformRoundTrip(benchmark::State& state)
     auto counter = yk::make<Counter>();
     Poster poster([&] { yk::YK_performSelectorOnMainThread(counter.get(), "hit", nullptr, true); });
     yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
-    for (auto _ : state) {
-        poster.go();
-        while (!poster.done())
-        {
-            loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now());
-            std::this_thread::yield();
-        }
-    }
+    for (auto _ : state)
+        poster.roundTrip([&] { loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now()); });
 }
 BENCHMARK(BM_WaitingPerformRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
@@ -271,14 +269,8 @@ void BM_GLibInvokeRoundTrip(benchmark::State& state)
         spinUntil([&] { return count.load() == start + 1; });
     });
     g_main_context_acquire(context);
-    for (auto _ : state) {
-        poster.go();
-        while (!poster.done())
-        {
-            g_main_context_iteration(context, FALSE);
-            std::this_thread::yield();
-        }
-    }
+    for (auto _ : state)
+        poster.roundTrip([&] { g_main_context_iteration(context, FALSE); });
     g_main_context_release(context);
 }
 BENCHMARK(BM_GLibInvokeRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
