@@ -1,5 +1,6 @@
 #include "streams/InPlaceSource.h"
 
+#include <algorithm>
 #include <cstring>
 
 #ifdef __x86_64__
@@ -33,6 +34,24 @@ InPlaceSource InPlaceSource::find(YStream* stream)
     return source;
 }
 
+bool InPlaceSource::rejoinPushedBack()
+{
+    if (!_pushback || _pushback->stream() != _source || _pushback->_bufferSize - _pushback->_pos != 1)
+        return false;
+    uint8_t pushedBack = _pushback->_buffer[_pushback->_pos];
+    if (_buffered) {
+        if (!_buffered->_pos || _buffered->_buffer[_buffered->_pos - 1] != pushedBack)
+            return false;
+        --_buffered->_pos;
+    } else {
+        if (_data->_cursor <= _data->_offset || _data->_cursor > _data->_length || _data->_bytes[_data->_cursor - 1] != pushedBack)
+            return false;
+        --_data->_cursor;
+    }
+    ++_pushback->_pos;
+    return true;
+}
+
 bool InPlaceSource::refill()
 {
     return _buffered && _buffered->refillBuffer();
@@ -49,7 +68,43 @@ const uint8_t* findLineBreakBytewise(const uint8_t* next, const uint8_t* end)
     return nullptr;
 }
 
+const uint8_t* copyThroughLineBreakBytewise(const uint8_t* next, const uint8_t* end, uint8_t* to)
+{
+    for (; next < end; ++next) {
+        *to++ = *next;
+        if (*next == '\r' || *next == '\n')
+            return next;
+    }
+    return nullptr;
+}
+
 #ifdef __x86_64__
+// The block loops end with one block that overlaps the last one scanned, its bits for bytes
+// already scanned cleared, so that only a range shorter than a block goes byte by byte.
+__attribute__((target("avx2"))) const uint8_t* copyThroughLineBreakAVX2(const uint8_t* next, const uint8_t* end, uint8_t* to)
+{
+    if (end - next < 32)
+        return copyThroughLineBreakBytewise(next, end, to);
+    const __m256i cr = _mm256_set1_epi8('\r');
+    const __m256i lf = _mm256_set1_epi8('\n');
+    const uint8_t* last = end - 32;
+    unsigned seen = 0;
+    for (;;) {
+        __m256i block = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(next));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), block);
+        auto mask = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_or_si256(_mm256_cmpeq_epi8(block, cr), _mm256_cmpeq_epi8(block, lf))));
+        mask = mask >> seen << seen;
+        if (mask)
+            return next + __builtin_ctz(mask);
+        if (next == last)
+            return nullptr;
+        const uint8_t* following = std::min(next + 32, last);
+        seen = static_cast<unsigned>(next + 32 - following);
+        to += following - next;
+        next = following;
+    }
+}
+
 __attribute__((target("avx2"))) const uint8_t* findLineBreakAVX2(const uint8_t* next, const uint8_t* end)
 {
     const __m256i cr = _mm256_set1_epi8('\r');
@@ -64,7 +119,54 @@ __attribute__((target("avx2"))) const uint8_t* findLineBreakAVX2(const uint8_t* 
 }
 #endif
 
+#ifdef __SSE2__
+const uint8_t* copyThroughLineBreakSSE2(const uint8_t* next, const uint8_t* end, uint8_t* to)
+{
+    if (end - next < 16)
+        return copyThroughLineBreakBytewise(next, end, to);
+    const __m128i cr = _mm_set1_epi8('\r');
+    const __m128i lf = _mm_set1_epi8('\n');
+    const uint8_t* last = end - 16;
+    unsigned seen = 0;
+    for (;;) {
+        __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(next));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
+        auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(block, cr), _mm_cmpeq_epi8(block, lf))));
+        mask = mask >> seen << seen;
+        if (mask)
+            return next + __builtin_ctz(mask);
+        if (next == last)
+            return nullptr;
+        const uint8_t* following = std::min(next + 16, last);
+        seen = static_cast<unsigned>(next + 16 - following);
+        to += following - next;
+        next = following;
+    }
+}
+#endif
+
+using CopyThroughLineBreak = const uint8_t* (*)(const uint8_t*, const uint8_t*, uint8_t*);
+
+CopyThroughLineBreak chooseCopyThroughLineBreak()
+{
+#ifdef __x86_64__
+    if (cpuFeatures().avx2)
+        return copyThroughLineBreakAVX2;
+#endif
+#ifdef __SSE2__
+    return copyThroughLineBreakSSE2;
+#else
+    return copyThroughLineBreakBytewise;
+#endif
+}
+
 } // namespace
+
+const uint8_t* copyThroughLineBreak(std::span<const uint8_t> bytes, uint8_t* to)
+{
+    static const CopyThroughLineBreak copy = chooseCopyThroughLineBreak();
+    return copy(bytes.data(), bytes.data() + bytes.size(), to);
+}
 
 const uint8_t* findLineBreak(std::span<const uint8_t> bytes)
 {

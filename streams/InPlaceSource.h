@@ -27,6 +27,12 @@ public:
     // of it and the pushback wrapper still holds it (its close lets it go).
     bool isReady() const { return !_pushback || (!_pushback->hasPushedBack() && _pushback->stream() == _source); }
 
+    // After a lone CR the line reader pushes back the byte that follows it, which is then
+    // usually the byte just before the unread ones: when it is, drops it from the pushback
+    // stream and steps the source back over it, so the next scan starts there. The same bytes
+    // are read either way. Answers whether it did (and the source is then ready).
+    bool rejoinPushedBack();
+
     std::span<const uint8_t> unread() const
     {
         if (_buffered) {
@@ -55,5 +61,9 @@ private:
 
 // The first CR or LF in the bytes, or null.
 const uint8_t* findLineBreak(std::span<const uint8_t> bytes);
+// The same, copying the bytes to `to` as it scans: every byte before the break, and perhaps
+// some after it (whole blocks are copied), never more than bytes.size(); all of them when there
+// is no break.
+const uint8_t* copyThroughLineBreak(std::span<const uint8_t> bytes, uint8_t* to);
 
 } // namespace yk::detail

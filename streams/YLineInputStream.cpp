@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <optional>
 
 namespace yk {
 
@@ -23,7 +24,13 @@ constexpr uint32_t initialLineBufferSize = 128;
 // The least room a line's object is made with, so that most lines fit one made before.
 constexpr uint32_t lineDataRoom = 120;
 
-// A line's data with its bytes after the object, in room that may exceed its length.
+} // namespace
+
+namespace detail {
+
+// A line's data with its bytes after the object, in room that may exceed its length. It keeps
+// its own count so that the reader, holding the only reference, can hand out a second one with
+// a plain store: nobody else can touch the count then.
 class LineData final : public Data {
 public:
     static Ref<LineData> withRoom(uint32_t room)
@@ -33,7 +40,26 @@ public:
     }
     uint32_t room() const { return _room; }
     uint8_t* storage() { return reinterpret_cast<uint8_t*>(this) + sizeof(LineData); }
-    void setLength(uint32_t length) { _length = length; }
+
+    void retain() const noexcept override { _count.fetch_add(1, std::memory_order_relaxed); }
+    void release() const noexcept override
+    {
+        if (_count.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete this;
+    }
+    uint32_t retainCount() const noexcept override { return _count.load(std::memory_order_relaxed); }
+
+    // Whether the caller's reference is the only one. True also orders what follows after
+    // everything the last other holder did with the line (pairing with its release).
+    bool isUnshared() const { return _count.load(std::memory_order_acquire) == 1; }
+    // Sets the length and makes a second reference for the caller to hand out, while the
+    // caller holds the only one.
+    Ref<Data> share(uint32_t length)
+    {
+        _length = length;
+        _count.store(2, std::memory_order_relaxed);
+        return Ref<Data>::adopt(this);
+    }
 
 private:
     explicit LineData(uint32_t room)
@@ -42,22 +68,12 @@ private:
         _bytes = storage();
     }
     uint32_t _room;
+    mutable std::atomic<uint32_t> _count { 1 };
 };
 
-// Orders the refill of a line after everything its last other holder did with it: an acquire
-// fence pairing with that holder's release of its reference. ThreadSanitizer does not model
-// fences (and GCC warns of them under it), so there an acquiring release of a reference of
-// our own, taken for the purpose, does the same.
-void acquireAfterLastRelease([[maybe_unused]] Data* line)
-{
-#if defined(__SANITIZE_THREAD__)
-    Ref<Data> held(line); // its release on leaving acquires; the count goes back to 1
-#else
-    std::atomic_thread_fence(std::memory_order_acquire);
-#endif
-}
+} // namespace detail
 
-} // namespace
+using detail::LineData;
 
 YLineInputStream::YLineInputStream(Ref<YStream> stream)
     : YFilterStream(std::move(stream))
@@ -113,27 +129,30 @@ void YLineInputStream::pushBack(uint8_t byte)
 }
 
 // The previous line's object is filled again when the caller has let it go (nobody can tell it
-// from a new one) and it has room; otherwise a new one is made. Either way the caller holds
-// the only other reference.
+// from a new one) and it has the room; otherwise a new one is made. Either way the caller then
+// holds the only other reference.
+LineData* YLineInputStream::lineToFill(uint32_t room)
+{
+    auto* line = static_cast<LineData*>(_lastLine.get());
+    if (!line || !line->isUnshared() || line->room() < room) {
+        _lastLine = LineData::withRoom(std::max(room, lineDataRoom));
+        line = static_cast<LineData*>(_lastLine.get());
+    }
+    return line;
+}
+
 Ref<Data> YLineInputStream::makeLine(const uint8_t* bytes, uint32_t length)
 {
     if (uint64_t(_lineLength) + length > UINT32_MAX)
         raiseLineTooLong();
     uint32_t total = _lineLength + length;
-    auto* line = static_cast<LineData*>(_lastLine.get());
-    if (line && line->retainCount() == 1 && line->room() >= total) {
-        acquireAfterLastRelease(line);
-    } else {
-        _lastLine = LineData::withRoom(std::max(total, lineDataRoom));
-        line = static_cast<LineData*>(_lastLine.get());
-    }
+    LineData* line = lineToFill(total);
     if (_lineLength)
         std::memcpy(line->storage(), _lineBuffer.get(), _lineLength);
     if (length)
         std::memcpy(line->storage() + _lineLength, bytes, length);
-    line->setLength(total);
     _lineLength = 0;
-    return _lastLine;
+    return line->share(total);
 }
 
 Ref<Data> YLineInputStream::takeLine(bool nilWhenEmpty)
@@ -159,28 +178,64 @@ Ref<Data> YLineInputStream::finishAfterCR(bool trim)
     return takeLine(false);
 }
 
+// The terminator at `lineBreak` in the unread bytes: LF, CR LF, or a lone CR whose next byte is
+// consumed with it (and pushed back). Null when a CR ends the unread bytes: its next byte
+// must be read.
+std::optional<YLineInputStream::Terminator> YLineInputStream::terminatorAt(std::span<const uint8_t> unread, const uint8_t* lineBreak)
+{
+    if (*lineBreak == LF)
+        return Terminator { 1, false };
+    if (lineBreak + 1 == unread.data() + unread.size())
+        return std::nullopt;
+    if (lineBreak[1] == LF)
+        return Terminator { 2, false };
+    return Terminator { 1, true };
+}
+
+// Consumes a line of `run` bytes and its terminator from the unread bytes. The byte after a
+// lone CR is read and pushed back, as a one-byte read would.
+void YLineInputStream::consumeInPlace(detail::InPlaceSource& source, const uint8_t* bytes, uint32_t run, Terminator terminator)
+{
+    source.consume(run + terminator.length + terminator.pushesBack);
+    if (terminator.pushesBack)
+        pushBack(bytes[run + 1]);
+}
+
 // A line whose terminator lies in the source's unread bytes, made in one allocation from the
 // bytes collected so far and the run before the terminator; null when a CR ends the unread
-// bytes (its next byte must be read).
+// bytes.
 Ref<Data> YLineInputStream::lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim)
 {
-    const uint8_t* bytes = unread.data();
-    uint32_t terminator = 1;
-    bool pushesBack = false;
-    if (bytes[run] == CR) {
-        if (run + 1 == unread.size())
-            return nullptr;
-        if (bytes[run + 1] == LF)
-            terminator = 2;
-        else
-            pushesBack = true;
-    }
-    Ref<Data> line = makeLine(bytes, trim ? run : run + terminator);
-    // The byte after a lone CR is read and pushed back, as a one-byte read would.
-    source.consume(run + terminator + pushesBack);
-    if (pushesBack)
-        pushBack(bytes[run + 1]);
+    std::optional<Terminator> terminator = terminatorAt(unread, unread.data() + run);
+    if (!terminator)
+        return nullptr;
+    Ref<Data> line = makeLine(unread.data(), trim ? run : run + terminator->length);
+    consumeInPlace(source, unread.data(), run, *terminator);
     return line;
+}
+
+// The usual line, in one pass: nothing was collected before it, it ends in the unread bytes
+// and fits the room of the line object to fill, into which it is copied while it is scanned.
+// Null, having consumed nothing, otherwise.
+Ref<Data> YLineInputStream::quickLine(detail::InPlaceSource& source, std::span<const uint8_t> unread, bool trim)
+{
+    LineData* line = lineToFill(0);
+    uint8_t* storage = line->storage();
+    const uint8_t* bytes = unread.data();
+    const uint8_t* lineBreak = detail::copyThroughLineBreak(unread.first(std::min<size_t>(unread.size(), line->room())), storage);
+    if (!lineBreak)
+        return nullptr;
+    std::optional<Terminator> terminator = terminatorAt(unread, lineBreak);
+    if (!terminator)
+        return nullptr;
+    auto run = static_cast<uint32_t>(lineBreak - bytes);
+    uint32_t length = trim ? run : run + terminator->length;
+    if (length > line->room())
+        return nullptr;
+    if (!trim)
+        std::memcpy(storage + run, lineBreak, terminator->length);
+    consumeInPlace(source, bytes, run, *terminator);
+    return line->share(length);
 }
 
 detail::InPlaceSource* YLineInputStream::inPlaceSource()
@@ -189,7 +244,9 @@ detail::InPlaceSource* YLineInputStream::inPlaceSource()
         *_source = detail::InPlaceSource::find(_stream.get());
         _scannedStream = _stream.get();
     }
-    return *_source && _source->isReady() ? _source.get() : nullptr;
+    if (!*_source)
+        return nullptr;
+    return _source->isReady() || _source->rejoinPushedBack() ? _source.get() : nullptr;
 }
 
 Ref<Data> YLineInputStream::readLineData()
@@ -212,6 +269,10 @@ Ref<Data> YLineInputStream::readLineDataTrimmingNewline(bool trim)
                 if (!source->refill())
                     return takeLine(true);
                 continue;
+            }
+            if (!_lineLength) {
+                if (Ref<Data> line = quickLine(*source, unread, trim))
+                    return line;
             }
             const uint8_t* lineBreak = detail::findLineBreak(unread);
             if (!lineBreak) {
