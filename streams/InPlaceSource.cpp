@@ -81,28 +81,27 @@ const uint8_t* copyThroughLineBreakBytewise(const uint8_t* next, const uint8_t* 
 #ifdef __x86_64__
 // The block loops end with one block that overlaps the last one scanned, its bits for bytes
 // already scanned cleared, so that only a range shorter than a block goes byte by byte.
+// Copies 32 bytes and answers the mask of their CRs and LFs.
+__attribute__((target("avx2"))) inline unsigned copyBlockAVX2(const uint8_t* from, uint8_t* into)
+{
+    __m256i block = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(into), block);
+    __m256i breaks = _mm256_or_si256(_mm256_cmpeq_epi8(block, _mm256_set1_epi8('\r')), _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\n')));
+    return static_cast<unsigned>(_mm256_movemask_epi8(breaks));
+}
+
 __attribute__((target("avx2"))) const uint8_t* copyThroughLineBreakAVX2(const uint8_t* next, const uint8_t* end, uint8_t* to)
 {
     if (end - next < 32)
         return copyThroughLineBreakBytewise(next, end, to);
-    const __m256i cr = _mm256_set1_epi8('\r');
-    const __m256i lf = _mm256_set1_epi8('\n');
     const uint8_t* last = end - 32;
-    unsigned seen = 0;
-    for (;;) {
-        __m256i block = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(next));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), block);
-        auto mask = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_or_si256(_mm256_cmpeq_epi8(block, cr), _mm256_cmpeq_epi8(block, lf))));
-        mask = mask >> seen << seen;
-        if (mask)
+    for (; next < last; next += 32, to += 32) {
+        if (unsigned mask = copyBlockAVX2(next, to))
             return next + __builtin_ctz(mask);
-        if (next == last)
-            return nullptr;
-        const uint8_t* following = std::min(next + 32, last);
-        seen = static_cast<unsigned>(next + 32 - following);
-        to += following - next;
-        next = following;
     }
+    auto seen = static_cast<unsigned>(next - last);
+    unsigned mask = copyBlockAVX2(last, to - seen) >> seen << seen;
+    return mask ? last + __builtin_ctz(mask) : nullptr;
 }
 
 __attribute__((target("avx2"))) const uint8_t* findLineBreakAVX2(const uint8_t* next, const uint8_t* end)
@@ -120,32 +119,29 @@ __attribute__((target("avx2"))) const uint8_t* findLineBreakAVX2(const uint8_t* 
 #endif
 
 #ifdef __SSE2__
+// Copies 16 bytes and answers the mask of their CRs and LFs.
+inline unsigned copyBlockSSE2(const uint8_t* from, uint8_t* into)
+{
+    __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(into), block);
+    __m128i breaks = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\r')), _mm_cmpeq_epi8(block, _mm_set1_epi8('\n')));
+    return static_cast<unsigned>(_mm_movemask_epi8(breaks));
+}
+
 const uint8_t* copyThroughLineBreakSSE2(const uint8_t* next, const uint8_t* end, uint8_t* to)
 {
     if (end - next < 16)
         return copyThroughLineBreakBytewise(next, end, to);
-    const __m128i cr = _mm_set1_epi8('\r');
-    const __m128i lf = _mm_set1_epi8('\n');
     const uint8_t* last = end - 16;
-    unsigned seen = 0;
-    for (;;) {
-        __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(next));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
-        auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(block, cr), _mm_cmpeq_epi8(block, lf))));
-        mask = mask >> seen << seen;
-        if (mask)
+    for (; next < last; next += 16, to += 16) {
+        if (unsigned mask = copyBlockSSE2(next, to))
             return next + __builtin_ctz(mask);
-        if (next == last)
-            return nullptr;
-        const uint8_t* following = std::min(next + 16, last);
-        seen = static_cast<unsigned>(next + 16 - following);
-        to += following - next;
-        next = following;
     }
+    auto seen = static_cast<unsigned>(next - last);
+    unsigned mask = copyBlockSSE2(last, to - seen) >> seen << seen;
+    return mask ? last + __builtin_ctz(mask) : nullptr;
 }
 #endif
-
-using CopyThroughLineBreak = const uint8_t* (*)(const uint8_t*, const uint8_t*, uint8_t*);
 
 CopyThroughLineBreak chooseCopyThroughLineBreak()
 {
@@ -162,11 +158,7 @@ CopyThroughLineBreak chooseCopyThroughLineBreak()
 
 } // namespace
 
-const uint8_t* copyThroughLineBreak(std::span<const uint8_t> bytes, uint8_t* to)
-{
-    static const CopyThroughLineBreak copy = chooseCopyThroughLineBreak();
-    return copy(bytes.data(), bytes.data() + bytes.size(), to);
-}
+const CopyThroughLineBreak copyThroughLineBreak = chooseCopyThroughLineBreak();
 
 const uint8_t* findLineBreak(std::span<const uint8_t> bytes)
 {

@@ -214,28 +214,34 @@ Ref<Data> YLineInputStream::lineInPlace(detail::InPlaceSource& source, std::span
     return line;
 }
 
-// The usual line, in one pass: nothing was collected before it, it ends in the unread bytes
-// and fits the room of the line object to fill, into which it is copied while it is scanned.
-// Null, having consumed nothing, otherwise.
-Ref<Data> YLineInputStream::quickLine(detail::InPlaceSource& source, std::span<const uint8_t> unread, bool trim)
+// The usual line, in one pass: it ends in the unread bytes and fits the room of the line
+// object to fill, into which it is copied while it is scanned. Null, having consumed nothing,
+// otherwise. The same as lineInPlace with nothing collected, with fewer branches.
+Ref<Data> YLineInputStream::quickLine(detail::InPlaceSource& source, bool trim)
 {
+    auto unread = source.unread();
     LineData* line = lineToFill(0);
     uint8_t* storage = line->storage();
     const uint8_t* bytes = unread.data();
-    const uint8_t* lineBreak = detail::copyThroughLineBreak(unread.first(std::min<size_t>(unread.size(), line->room())), storage);
+    // One byte of the room is kept for the LF of a CR LF, which the scan stops before.
+    const uint8_t* lineBreak = detail::copyThroughLineBreak(bytes, bytes + std::min<size_t>(unread.size(), line->room() - 1), storage);
     if (!lineBreak)
         return nullptr;
-    std::optional<Terminator> terminator = terminatorAt(unread, lineBreak);
-    if (!terminator)
-        return nullptr;
+    // Few branches below: which terminator comes is anybody's guess.
     auto run = static_cast<uint32_t>(lineBreak - bytes);
-    uint32_t length = trim ? run : run + terminator->length;
-    if (length > line->room())
+    bool isCR = *lineBreak == CR;
+    bool endsUnread = run + 1 == unread.size();
+    if (isCR & endsUnread)
         return nullptr;
-    if (!trim)
-        std::memcpy(storage + run, lineBreak, terminator->length);
-    consumeInPlace(source, bytes, run, *terminator);
-    return line->share(length);
+    uint8_t next = lineBreak[!endsUnread];
+    bool isCRLF = isCR & (next == LF);
+    bool pushesBack = isCR & !isCRLF;
+    storage[run + 1] = LF;
+    uint32_t terminator = 1 + isCRLF;
+    source.consume(run + terminator + pushesBack);
+    if (pushesBack && !source.pushBack(next))
+        pushBack(next);
+    return line->share(trim ? run : run + terminator);
 }
 
 detail::InPlaceSource* YLineInputStream::inPlaceSource()
@@ -254,12 +260,21 @@ Ref<Data> YLineInputStream::readLineData()
     return readLineDataTrimmingNewline(false);
 }
 
-// The byte-at-a-time reading below is the reference; the in-place scan takes whole runs of
-// line bytes from the source's unread bytes and meets the same terminator.
 Ref<Data> YLineInputStream::readLineDataTrimmingNewline(bool trim)
 {
     if (!_stream)
         return nullptr;
+    if (detail::InPlaceSource* source = inPlaceSource(); source && !source->unread().empty()) {
+        if (Ref<Data> line = quickLine(*source, trim))
+            return line;
+    }
+    return assembleLine(trim);
+}
+
+// The byte-at-a-time reading below is the reference; the in-place scan takes whole runs of
+// line bytes from the source's unread bytes and meets the same terminator.
+Ref<Data> YLineInputStream::assembleLine(bool trim)
+{
     _lineLength = 0;
     for (;;) {
         uint8_t byte;
@@ -268,11 +283,11 @@ Ref<Data> YLineInputStream::readLineDataTrimmingNewline(bool trim)
             if (unread.empty()) {
                 if (!source->refill())
                     return takeLine(true);
+                if (!_lineLength) {
+                    if (Ref<Data> line = quickLine(*source, trim))
+                        return line;
+                }
                 continue;
-            }
-            if (!_lineLength) {
-                if (Ref<Data> line = quickLine(*source, unread, trim))
-                    return line;
             }
             const uint8_t* lineBreak = detail::findLineBreak(unread);
             if (!lineBreak) {

@@ -55,7 +55,9 @@ private:
     static std::optional<Terminator> terminatorAt(std::span<const uint8_t> unread, const uint8_t* lineBreak);
     void consumeInPlace(detail::InPlaceSource& source, const uint8_t* bytes, uint32_t run, Terminator terminator);
     Ref<Data> lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim);
-    Ref<Data> quickLine(detail::InPlaceSource& source, std::span<const uint8_t> unread, bool trim);
+    Ref<Data> quickLine(detail::InPlaceSource& source, bool trim);
+    // Collects the line's bytes from wherever they come; the rest of readLineDataTrimmingNewline.
+    Ref<Data> assembleLine(bool trim);
     // After a CR: takes a following LF, pushes back anything else.
     Ref<Data> finishAfterCR(bool trim);
     // The source whose unread bytes are scanned in place, when one-byte reads would come
