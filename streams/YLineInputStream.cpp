@@ -134,11 +134,15 @@ void YLineInputStream::pushBack(uint8_t byte)
 LineData* YLineInputStream::lineToFill(uint32_t room)
 {
     auto* line = static_cast<LineData*>(_lastLine.get());
-    if (!line || !line->isUnshared() || line->room() < room) {
-        _lastLine = LineData::withRoom(std::max(room, lineDataRoom));
-        line = static_cast<LineData*>(_lastLine.get());
-    }
-    return line;
+    if (line && line->isUnshared() && line->room() >= room)
+        return line;
+    return newLineToFill(room);
+}
+
+LineData* YLineInputStream::newLineToFill(uint32_t room)
+{
+    _lastLine = LineData::withRoom(std::max(room, lineDataRoom));
+    return static_cast<LineData*>(_lastLine.get());
 }
 
 Ref<Data> YLineInputStream::makeLine(const uint8_t* bytes, uint32_t length)

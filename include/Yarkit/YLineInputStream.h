@@ -48,6 +48,7 @@ private:
     };
     // The object the next line is written into, with room for at least `room` bytes.
     detail::LineData* lineToFill(uint32_t room);
+    [[gnu::noinline]] detail::LineData* newLineToFill(uint32_t room);
     // A line of the collected bytes followed by `length` more.
     Ref<Data> makeLine(const uint8_t* bytes, uint32_t length);
     // The collected bytes as a line; null when `nilWhenEmpty` and nothing was collected.
