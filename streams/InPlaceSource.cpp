@@ -79,8 +79,8 @@ const uint8_t* copyThroughLineBreakBytewise(const uint8_t* next, const uint8_t* 
 }
 
 #ifdef __x86_64__
-// The block loops end with one block that overlaps the last one scanned, its bits for bytes
-// already scanned cleared, so that only a range shorter than a block goes byte by byte.
+// The block loops end with one block that overlaps the last one scanned (whose bytes held no
+// break), so that only a range shorter than a block goes byte by byte.
 // Copies 32 bytes and answers the mask of their CRs and LFs.
 __attribute__((target("avx2"))) inline unsigned copyBlockAVX2(const uint8_t* from, uint8_t* into)
 {
@@ -99,8 +99,7 @@ __attribute__((target("avx2"))) const uint8_t* copyThroughLineBreakAVX2(const ui
         if (unsigned mask = copyBlockAVX2(next, to))
             return next + __builtin_ctz(mask);
     }
-    auto seen = static_cast<unsigned>(next - last);
-    unsigned mask = copyBlockAVX2(last, to - seen) >> seen << seen;
+    unsigned mask = copyBlockAVX2(last, to - (next - last));
     return mask ? last + __builtin_ctz(mask) : nullptr;
 }
 
@@ -137,8 +136,7 @@ const uint8_t* copyThroughLineBreakSSE2(const uint8_t* next, const uint8_t* end,
         if (unsigned mask = copyBlockSSE2(next, to))
             return next + __builtin_ctz(mask);
     }
-    auto seen = static_cast<unsigned>(next - last);
-    unsigned mask = copyBlockSSE2(last, to - seen) >> seen << seen;
+    unsigned mask = copyBlockSSE2(last, to - (next - last));
     return mask ? last + __builtin_ctz(mask) : nullptr;
 }
 #endif
