@@ -68,19 +68,16 @@ const uint8_t* findLineBreakBytewise(const uint8_t* next, const uint8_t* end)
     return nullptr;
 }
 
-const uint8_t* copyThroughLineBreakBytewise(const uint8_t* next, const uint8_t* end, uint8_t* to)
+// Where AVX2 is missing: the scan, then one copy.
+const uint8_t* copyThroughLineBreakPortable(const uint8_t* next, const uint8_t* end, uint8_t* to)
 {
-    for (; next < end; ++next) {
-        *to++ = *next;
-        if (*next == '\r' || *next == '\n')
-            return next;
-    }
-    return nullptr;
+    const uint8_t* lineBreak = findLineBreak({ next, end });
+    if (next != end)
+        std::memcpy(to, next, static_cast<size_t>((lineBreak ? lineBreak + 1 : end) - next));
+    return lineBreak;
 }
 
 #ifdef __x86_64__
-// The block loops end with one block that overlaps the last one scanned (whose bytes held no
-// break), so that only a range shorter than a block goes byte by byte.
 // Copies 32 bytes and answers the mask of their CRs and LFs.
 __attribute__((target("avx2"))) inline unsigned copyBlockAVX2(const uint8_t* from, uint8_t* into)
 {
@@ -90,10 +87,12 @@ __attribute__((target("avx2"))) inline unsigned copyBlockAVX2(const uint8_t* fro
     return static_cast<unsigned>(_mm256_movemask_epi8(breaks));
 }
 
+// The block loop ends with one block that overlaps the last one scanned (whose bytes held no
+// break), so that only a range shorter than a block is left to the portable path.
 __attribute__((target("avx2"))) const uint8_t* copyThroughLineBreakAVX2(const uint8_t* next, const uint8_t* end, uint8_t* to)
 {
     if (end - next < 32)
-        return copyThroughLineBreakBytewise(next, end, to);
+        return copyThroughLineBreakPortable(next, end, to);
     const uint8_t* last = end - 32;
     for (; next < last; next += 32, to += 32) {
         if (unsigned mask = copyBlockAVX2(next, to))
@@ -117,41 +116,13 @@ __attribute__((target("avx2"))) const uint8_t* findLineBreakAVX2(const uint8_t* 
 }
 #endif
 
-#ifdef __SSE2__
-// Copies 16 bytes and answers the mask of their CRs and LFs.
-inline unsigned copyBlockSSE2(const uint8_t* from, uint8_t* into)
-{
-    __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(into), block);
-    __m128i breaks = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\r')), _mm_cmpeq_epi8(block, _mm_set1_epi8('\n')));
-    return static_cast<unsigned>(_mm_movemask_epi8(breaks));
-}
-
-const uint8_t* copyThroughLineBreakSSE2(const uint8_t* next, const uint8_t* end, uint8_t* to)
-{
-    if (end - next < 16)
-        return copyThroughLineBreakBytewise(next, end, to);
-    const uint8_t* last = end - 16;
-    for (; next < last; next += 16, to += 16) {
-        if (unsigned mask = copyBlockSSE2(next, to))
-            return next + __builtin_ctz(mask);
-    }
-    unsigned mask = copyBlockSSE2(last, to - (next - last));
-    return mask ? last + __builtin_ctz(mask) : nullptr;
-}
-#endif
-
 CopyThroughLineBreak chooseCopyThroughLineBreak()
 {
 #ifdef __x86_64__
     if (cpuFeatures().avx2)
         return copyThroughLineBreakAVX2;
 #endif
-#ifdef __SSE2__
-    return copyThroughLineBreakSSE2;
-#else
-    return copyThroughLineBreakBytewise;
-#endif
+    return copyThroughLineBreakPortable;
 }
 
 } // namespace

@@ -18,15 +18,6 @@
 using namespace yk;
 using yk::test::expectRaise;
 
-namespace {
-
-std::string text(const Ref<Data>& data)
-{
-    return data ? std::string(data->stringView()) : std::string("(null)");
-}
-
-} // namespace
-
 TEST(FileHandle, PathOpenersAnswerNullWhenThePathCannotBeOpened)
 {
     test::TemporaryFolder folder;
@@ -47,7 +38,7 @@ TEST(FileHandle, PathOpenersAnswerNullWhenThePathCannotBeOpened)
     writer->seekToFileOffset(2);
     writer->writeData(Data::dataWithString("ab").get());
     EXPECT_EQ(writer->offsetInFile(), 4u);
-    EXPECT_EQ(text(reader->readDataToEndOfFile()), "01ab456789");
+    EXPECT_EQ(reader->readDataToEndOfFile()->stringView(), "01ab456789");
 }
 
 TEST(FileHandle, SeekingTruncatingAndEndOfFile)
@@ -61,22 +52,22 @@ TEST(FileHandle, SeekingTruncatingAndEndOfFile)
     auto handle = FileHandle::fileHandleForUpdatingAtPath(path);
     ASSERT_TRUE(handle);
 
-    EXPECT_EQ(text(handle->readDataOfLength(4)), bytes.substr(0, 4));
+    EXPECT_EQ(handle->readDataOfLength(4)->stringView(), bytes.substr(0, 4));
     EXPECT_EQ(handle->offsetInFile(), 4u);
-    EXPECT_EQ(text(handle->readDataOfLength(200000)), bytes.substr(4, 200000));
-    EXPECT_EQ(text(handle->readDataToEndOfFile()), bytes.substr(200004)) << "in growing pieces";
+    EXPECT_EQ(handle->readDataOfLength(200000)->stringView(), bytes.substr(4, 200000));
+    EXPECT_EQ(handle->readDataToEndOfFile()->stringView(), bytes.substr(200004)) << "in growing pieces";
     EXPECT_EQ(handle->readDataOfLength(100)->length(), 0u) << "end of file is empty data";
     EXPECT_EQ(handle->readDataOfLength(0)->length(), 0u);
     handle->seekToFileOffset(299990);
-    EXPECT_EQ(text(handle->readDataOfLength(100)), bytes.substr(299990)) << "a regular file gathers to its end";
+    EXPECT_EQ(handle->readDataOfLength(100)->stringView(), bytes.substr(299990)) << "a regular file gathers to its end";
     handle->seekToFileOffset(8);
-    EXPECT_EQ(text(handle->availableData()), bytes.substr(8));
+    EXPECT_EQ(handle->availableData()->stringView(), bytes.substr(8));
     handle->truncateFileAtOffset(3);
     EXPECT_EQ(handle->offsetInFile(), 3u);
     EXPECT_EQ(handle->seekToEndOfFile(), 3u);
     handle->truncateFileAtOffset(5);
     handle->seekToFileOffset(0);
-    EXPECT_EQ(text(handle->readDataToEndOfFile()), bytes.substr(0, 3) + std::string("\0\0", 2));
+    EXPECT_EQ(handle->readDataToEndOfFile()->stringView(), bytes.substr(0, 3) + std::string("\0\0", 2));
     handle->synchronizeFile();
 }
 
@@ -85,16 +76,16 @@ TEST(FileHandle, PipeReadsReturnWhatArrivedWithoutWaitingForMore)
     auto pipe = Pipe::pipe();
     FileHandle* reader = pipe->fileHandleForReading();
     pipe->fileHandleForWriting()->writeData(Data::dataWithString("line\n").get());
-    EXPECT_EQ(text(reader->readDataOfLength(4096)), "line\n");
+    EXPECT_EQ(reader->readDataOfLength(4096)->stringView(), "line\n");
     pipe->fileHandleForWriting()->writeData(Data::dataWithString("more").get());
-    EXPECT_EQ(text(reader->availableData()), "more");
+    EXPECT_EQ(reader->availableData()->stringView(), "more");
 
     // A writer on another thread: the reader waits for it, then sees end of file.
     std::thread writer([&] {
         pipe->fileHandleForWriting()->writeData(Data::dataWithString("late").get());
         pipe->fileHandleForWriting()->closeFile();
     });
-    EXPECT_EQ(text(reader->readDataOfLength(10)), "late");
+    EXPECT_EQ(reader->readDataOfLength(10)->stringView(), "late");
     writer.join();
     EXPECT_EQ(reader->readDataOfLength(10)->length(), 0u);
 }
