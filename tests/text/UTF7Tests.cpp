@@ -1,6 +1,12 @@
 #include <Yarkit/StringUTF7.h>
 
+#include <Yarkit/Base64Units.h>
+
+#include "streams/Base64Codec.h"
+
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 using namespace yk;
 
@@ -42,6 +48,7 @@ TEST(StringUTF7, MalformedShiftsStayLiteral)
         { "&", u"&", u"&" }, { "&A-", u"&A-", u"&A-" }, { "&ZeVnLA", u"&ZeVnLA", u"&ZeVnLA" },
         { "&AGEAYg==-", u"&AGEAYg==-", u"&AGEAYg==-" }, { "&AGEA YQ-", u"&AGEA YQ-", u"aa" }, { "&AGE&AGE-", u"&AGE&AGE-", u"&AGEa" },
         { "\xE9\xFF", u"\u00E9\u00FF", u"\u00E9\u00FF" }, { "a+AGE+AGE-b", u"a+AGEab", u"a+AGE+AGE-b" },
+        { "&AP8A/w-", u"&AP8A/w-", u"\u00FF\u00FF" },
     };
     for (const auto& row : cases) {
         EXPECT_TRUE(stringWithUTF7String(row.bytes)->isEqualToString(row.utf7)) << row.bytes << " -> " << stringWithUTF7String(row.bytes)->utf8();
@@ -49,4 +56,37 @@ TEST(StringUTF7, MalformedShiftsStayLiteral)
     }
     EXPECT_EQ(stringWithUTF7String(nullptr)->length(), 0u);
     EXPECT_EQ(stringWithModifiedUTF7Bytes("&-", 0)->length(), 0u);
+}
+
+// The codec's entry for unit runs answers as its portable path on the big-endian bytes: text of
+// every run length in both alphabets, and the units of every prefix of that text.
+TEST(Base64Units, AnswerAsThePortableCodec)
+{
+    std::u16string units;
+    for (uint32_t i = 0; i < 40; ++i)
+        units += static_cast<char16_t>(0xFFFF - i * 0x1357);
+    for (auto alphabet : { Base64UnitAlphabet::Standard, Base64UnitAlphabet::MailboxName }) {
+        std::string bytes, expected;
+        for (uint32_t count = 0; count <= units.size(); ++count) {
+            expected.resize(bytes.size() * 2 + 8);
+            expected.resize(static_cast<size_t>(detail::encodeBase64Using(detail::Base64Path::Portable, expected.data(),
+                reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()), -1, 0)));
+            if (alphabet == Base64UnitAlphabet::MailboxName)
+                std::replace(expected.begin(), expected.end(), '/', ',');
+            std::string text(8 * (count / 3 + 1), '\0');
+            text.resize(static_cast<size_t>(encodeBase64Units(text.data(), units.data(), count, alphabet)));
+            EXPECT_EQ(text, expected) << count << " units";
+            if (count < units.size())
+                bytes += { static_cast<char>(units[count] >> 8), static_cast<char>(units[count]) };
+        }
+        for (uint32_t length = 0; length <= expected.size(); ++length) {
+            std::string run = expected.substr(0, length), decoded(length, '\0');
+            std::replace(run.begin(), run.end(), ',', '/');
+            const int32_t byteCount = detail::decodeBase64Using(detail::Base64Path::Portable, reinterpret_cast<uint8_t*>(decoded.data()), run.data(), length, 0);
+            std::u16string out(length, u'\0');
+            out.resize(static_cast<size_t>(decodeBase64Units(out.data(), expected.data(), length, alphabet)));
+            EXPECT_EQ(out, byteCount > 0 && byteCount % 2 == 0 ? units.substr(0, static_cast<size_t>(byteCount) / 2) : u"") << length << " characters";
+        }
+        EXPECT_EQ(decodeBase64Units(units.data(), "AGEA YQ", 7, alphabet), -1);
+    }
 }
