@@ -247,20 +247,30 @@ void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& outp
     }
 }
 
+// Runs from this many characters on, in the standard alphabet, go through the codec's vector
+// path, which is faster there than the unit entry.
+constexpr uint32_t longRunCharacters = 64;
+
 // Decodes `length` base64 characters into units at `out`; the number of units, or 0 when the
 // text is not a positive whole number of units. The room at `out` must hold 3 * length / 4
 // bytes, which the decoder may use as scratch space.
 uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out, Base64UnitAlphabet alphabet)
 {
-    const int32_t units = decodeBase64Units(out, characters, length, alphabet);
-    if (units >= 0)
-        return static_cast<uint32_t>(units);
-    // A character outside the alphabet: the codec's lenient rules for stray characters decide,
-    // on the run with "/" for every ",".
-    std::string run(characters, length);
-    if (alphabet == Base64UnitAlphabet::MailboxName)
-        std::replace(run.begin(), run.end(), ',', '/');
-    const int32_t bytes = yk_decode_base64_no_pad(reinterpret_cast<uint8_t*>(out), run.data(), length);
+    const bool mailbox = alphabet == Base64UnitAlphabet::MailboxName;
+    if (mailbox || length < longRunCharacters) {
+        const int32_t units = decodeBase64Units(out, characters, length, alphabet);
+        if (units >= 0)
+            return static_cast<uint32_t>(units);
+    }
+    // The codec's own decoder, whose rules for stray characters decide where the run holds a
+    // character outside the alphabet, on the run with "/" for every ",".
+    std::string commasReplaced;
+    if (mailbox) {
+        commasReplaced.assign(characters, length);
+        std::replace(commasReplaced.begin(), commasReplaced.end(), ',', '/');
+        characters = commasReplaced.data();
+    }
+    const int32_t bytes = yk_decode_base64_no_pad(reinterpret_cast<uint8_t*>(out), characters, length);
     if (bytes <= 0 || bytes % 2)
         return 0;
     const uint32_t count = static_cast<uint32_t>(bytes) / 2;
