@@ -10,11 +10,9 @@
 
 namespace yk::detail {
 
-// The codec's alphabets: the standard one, and that of mailbox names ("," for "/"), which only
-// the unit runs of Yarkit/Base64Units.h use.
+// The codec's alphabets; only the first, the standard one, is used.
 const char* const base64_alphabets[] = {
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/",
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,",
 };
 
 namespace {
@@ -364,6 +362,7 @@ constexpr std::array<uint8_t, 256> makeSextetTable(bool commaIsSlash)
 }
 
 constexpr std::array<uint8_t, 256> sextetTables[] = { makeSextetTable(false), makeSextetTable(true) };
+// Mailbox names' alphabet has "," for "/".
 constexpr auto mailboxPairTable = detail::makePairTable("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,");
 constexpr const std::array<char, 2 * 4096>* unitPairTables[] = { &detail::pairTable, &mailboxPairTable };
 

@@ -12,7 +12,7 @@
 
 namespace yk::detail {
 
-// Alphabets of the codec: the standard one, then that of mailbox names ("," for "/").
+// Alphabets of the codec; the first (and only) entry is the standard one.
 extern const char* const base64_alphabets[];
 
 // Sextet value of every character code below 128; 255 marks a non-alphabet character.
