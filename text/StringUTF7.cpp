@@ -1,9 +1,8 @@
 #include <Yarkit/StringUTF7.h>
 
 #include <Yarkit/Base64.h>
+#include <Yarkit/Base64Units.h>
 #include <Yarkit/core/values/Exception.h>
-
-#include "streams/Base64Codec.h"
 
 #include <algorithm>
 #include <array>
@@ -22,8 +21,8 @@ namespace {
 // per 3 units) with their shifts; rarer text makes the data grow once.
 constexpr uint64_t reservedBytesPerUnit = 3;
 
-// Units per base64 call: 3072 bytes, a multiple of 3, so the pieces of a run join without
-// padding in between; they encode to 4096 characters.
+// Units per base64 call: a multiple of 3, so the pieces of a run join without padding in
+// between; they encode to 4096 characters.
 constexpr uint32_t unitsPerChunk = 1536;
 constexpr size_t charactersPerChunk = unitsPerChunk * 2 / 3 * 4;
 
@@ -65,26 +64,6 @@ constexpr char16_t fromBigEndian(char16_t unit)
     if constexpr (std::endian::native == std::endian::little)
         return static_cast<char16_t>(__builtin_bswap16(unit));
     return unit;
-}
-
-// Writes "," for every "/" in place, eight bytes at a time: a byte of `word ^ "////////"` is
-// zero exactly where a "/" was, and "/" less 3 is ",".
-void replaceSlashesWithCommas(char* text, size_t length)
-{
-    constexpr uint64_t slashes = 0x2F2F2F2F2F2F2F2Full, low7 = 0x7F7F7F7F7F7F7F7Full;
-    size_t i = 0;
-    for (; i + 8 <= length; i += 8) {
-        uint64_t word;
-        std::memcpy(&word, text + i, 8);
-        const uint64_t x = word ^ slashes;
-        const uint64_t zeroBytes = ~(((x & low7) + low7) | x | low7);
-        if (!zeroBytes)
-            continue;
-        word -= (zeroBytes >> 7) * 3;
-        std::memcpy(text + i, &word, 8);
-    }
-    for (; i < length; ++i)
-        text[i] = text[i] == '/' ? ',' : text[i];
 }
 
 // The units in [i, end) from i up to the first one outside 0x20-0x7E or equal to "&", which
@@ -142,41 +121,15 @@ private:
     char _buffer[16384];
 };
 
-// Runs of a mailbox name are short: below 32 characters (24 bytes) the codec's vector path
-// does nothing, so they go straight to its table path, which gives the same answer.
-constexpr uint32_t shortRunBytes = 24;
-
-int32_t encodeBase64NoPad(char* out, const uint8_t* bytes, uint32_t length)
-{
-    if (length < shortRunBytes)
-        return detail::encodeBase64Using(detail::Base64Path::Tables, out, bytes, length, -1, 0);
-    return yk_encode_base64_no_pad(out, bytes, length, -1);
-}
-
-int32_t decodeBase64NoPad(uint8_t* out, const char* characters, uint32_t length)
-{
-    if (length < shortRunBytes / 3 * 4)
-        return detail::decodeBase64Using(detail::Base64Path::Tables, out, characters, length, 0);
-    return yk_decode_base64_no_pad(out, characters, length);
-}
-
-// Writes the base64 text of `count` units, big-endian, unpadded, with "," for "/" when asked.
-// Raises when the codec's count is not ceil(16n / 6).
-void encodeRun(const char16_t* units, uint32_t count, Output& output, bool commaForSlash)
+// Writes the base64 text of `count` units in the given alphabet. Raises when the codec's count
+// is not ceil(16n / 6).
+void encodeRun(const char16_t* units, uint32_t count, Output& output, Base64UnitAlphabet alphabet)
 {
     const uint64_t expected = (uint64_t(count) * 16 + 5) / 6;
-    uint8_t bigEndian[unitsPerChunk * 2];
     uint64_t written = 0;
     for (uint32_t done = 0; done < count;) {
         const uint32_t chunk = std::min(count - done, unitsPerChunk);
-        for (uint32_t i = 0; i < chunk; ++i) {
-            bigEndian[2 * i] = static_cast<uint8_t>(units[done + i] >> 8);
-            bigEndian[2 * i + 1] = static_cast<uint8_t>(units[done + i]);
-        }
-        char* out = output.reserve(charactersPerChunk);
-        const int32_t chunkWritten = std::max(encodeBase64NoPad(out, bigEndian, chunk * 2), 0);
-        if (commaForSlash)
-            replaceSlashesWithCommas(out, static_cast<size_t>(chunkWritten));
+        const int32_t chunkWritten = std::max(encodeBase64Units(output.reserve(charactersPerChunk), units + done, chunk, alphabet), 0);
         output.commit(static_cast<size_t>(chunkWritten));
         written += static_cast<uint64_t>(chunkWritten);
         done += chunk;
@@ -264,7 +217,7 @@ void encodeUTF7Units(const char16_t* units, uint32_t count, Output& output)
         while (end < count && !isDirectUTF7(units[end]))
             ++end;
         output.put('+');
-        encodeRun(units + i, end - i, output, false);
+        encodeRun(units + i, end - i, output, Base64UnitAlphabet::Standard);
         i = end;
     }
 }
@@ -288,18 +241,36 @@ void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& outp
         while (end < count && !isPrintableASCII(units[end]))
             ++end;
         output.put('&');
-        encodeRun(units + i, end - i, output, true);
+        encodeRun(units + i, end - i, output, Base64UnitAlphabet::MailboxName);
         output.put('-');
         i = end;
     }
 }
 
+// Runs from this many characters on, in the standard alphabet, go through the codec's vector
+// path, which is faster there than the unit entry.
+constexpr uint32_t longRunCharacters = 64;
+
 // Decodes `length` base64 characters into units at `out`; the number of units, or 0 when the
 // text is not a positive whole number of units. The room at `out` must hold 3 * length / 4
 // bytes, which the decoder may use as scratch space.
-uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out)
+uint32_t decodeRun(const char* characters, uint32_t length, char16_t* out, Base64UnitAlphabet alphabet)
 {
-    const int32_t bytes = decodeBase64NoPad(reinterpret_cast<uint8_t*>(out), characters, length);
+    const bool mailbox = alphabet == Base64UnitAlphabet::MailboxName;
+    if (mailbox || length < longRunCharacters) {
+        const int32_t units = decodeBase64Units(out, characters, length, alphabet);
+        if (units >= 0)
+            return static_cast<uint32_t>(units);
+    }
+    // The codec's own decoder, whose rules for stray characters decide where the run holds a
+    // character outside the alphabet, on the run with "/" for every ",".
+    std::string commasReplaced;
+    if (mailbox) {
+        commasReplaced.assign(characters, length);
+        std::replace(commasReplaced.begin(), commasReplaced.end(), ',', '/');
+        characters = commasReplaced.data();
+    }
+    const int32_t bytes = yk_decode_base64_no_pad(reinterpret_cast<uint8_t*>(out), characters, length);
     if (bytes <= 0 || bytes % 2)
         return 0;
     const uint32_t count = static_cast<uint32_t>(bytes) / 2;
@@ -422,7 +393,7 @@ Ref<String> stringWithUTF7Bytes(const void* bytes, uint32_t length)
             continue;
         }
         const uint32_t end = base64RunEnd(in, i + 1, length);
-        const uint32_t count = end > i + 1 ? decodeRun(in + i + 1, end - i - 1, &units[out]) : 0;
+        const uint32_t count = end > i + 1 ? decodeRun(in + i + 1, end - i - 1, &units[out], Base64UnitAlphabet::Standard) : 0;
         if (!count) {
             units[out++] = '+';
             ++i;
@@ -443,9 +414,6 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
 {
     const char* in = static_cast<const char*>(bytes);
     std::u16string units = unitBufferFor(length);
-    // The run's characters with "/" for ","; mailbox names' runs fit on the stack.
-    char shortRun[64];
-    std::string longRun;
     // Where the next "-" at or after a position is; `length` when there is none, which stays
     // true for every later position, so a run of "&" without a closing "-" is scanned once.
     const char* dash = nullptr;
@@ -465,17 +433,8 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
                 dash = in + length;
         }
         uint32_t count = 0;
-        if (dash != in + length) {
-            const auto runLength = static_cast<uint32_t>(dash - (in + i + 1));
-            char* run = shortRun;
-            if (runLength > sizeof shortRun) {
-                longRun.resize(runLength);
-                run = longRun.data();
-            }
-            for (uint32_t k = 0; k < runLength; ++k)
-                run[k] = in[i + 1 + k] == ',' ? '/' : in[i + 1 + k];
-            count = decodeRun(run, runLength, &units[out]);
-        }
+        if (dash != in + length)
+            count = decodeRun(in + i + 1, static_cast<uint32_t>(dash - (in + i + 1)), &units[out], Base64UnitAlphabet::MailboxName);
         if (!count) {
             units[out++] = '&';
             ++i;

@@ -1,10 +1,15 @@
 // The input as UTF-16 units: both encoders round-trip through their decoders (lone surrogates
 // included), and on well-formed text the modified encoder writes what ICU's IMAP-mailbox-name
-// converter writes and the decoder reads ICU's UTF-7.
+// converter writes and the decoder reads ICU's UTF-7. The codec's entry for unit runs writes
+// what its portable path writes for the big-endian bytes.
 
+#include <Yarkit/Base64Units.h>
 #include <Yarkit/StringUTF7.h>
 
 #include "TextFuzzSupport.h"
+#include "streams/Base64Codec.h"
+
+#include <algorithm>
 
 #include <cstddef>
 #include <cstdint>
@@ -38,6 +43,23 @@ std::string icuEncode(const char* name, const std::u16string& units)
     return out;
 }
 
+void requireUnitRunsAsPortableCodec(const std::u16string& units)
+{
+    std::string bytes;
+    for (char16_t unit : units)
+        bytes += { static_cast<char>(unit >> 8), static_cast<char>(unit) };
+    std::string expected(bytes.size() * 2 + 8, '\0');
+    expected.resize(static_cast<size_t>(yk::detail::encodeBase64Using(yk::detail::Base64Path::Portable, expected.data(),
+        reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()), -1, 0)));
+    for (auto alphabet : { yk::Base64UnitAlphabet::Standard, yk::Base64UnitAlphabet::MailboxName }) {
+        std::string text(8 * (units.size() / 3 + 1), '\0');
+        text.resize(static_cast<size_t>(yk::encodeBase64Units(text.data(), units.data(), static_cast<uint32_t>(units.size()), alphabet)));
+        if (alphabet == yk::Base64UnitAlphabet::MailboxName)
+            std::replace(text.begin(), text.end(), ',', '/');
+        textfuzz::require(text == expected, "unit runs encode as the portable codec");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -45,6 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::u16string units(size / 2, u'\0');
     std::memcpy(units.data(), data, units.size() * 2);
     auto string = yk::make<yk::String>(units);
+    requireUnitRunsAsPortableCodec(units);
 
     const std::string utf7 = yk::UTF7String(string.get());
     const std::string modified = yk::modifiedUTF7String(string.get());

@@ -3,6 +3,7 @@
 // The umbrella header: everything an application uses from Yarkit.
 
 #include <Yarkit/Base64.h>
+#include <Yarkit/Base64Units.h>
 #include <Yarkit/ByteClasses.h>
 #include <Yarkit/ByteSearch.h>
 #include <Yarkit/ByteSequenceRepair.h>

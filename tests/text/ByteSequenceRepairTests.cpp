@@ -155,14 +155,10 @@ const struct {
     Bytes repaired;
 } exportedRepairs[] = {
     { "YKFixUTF8Bytes", YKFixUTF8Bytes, "a\xE3\x81\x82", "a\xE3\x81", "a?" },
-    { "YKFixShiftJISBytes",
-        [](const unsigned char* b, uint32_t l, unsigned char** o, uint32_t* ol) {
-            return YKFixShiftJISBytes(b, l, o, ol, 0);
-        },
+    { "YKFixShiftJISBytes", [](const unsigned char* b, uint32_t l, unsigned char** o, uint32_t* ol) { return YKFixShiftJISBytes(b, l, o, ol, 0); },
         "a\x82\xA0", "a\x85\x40", "a?" },
     { "YKFixEUCJPBytes", YKFixEUCJPBytes, "a\xA4\xA2", "a\xF6\xA1", "a?" },
-    { "YKFixISO2022JPBytes", YKFixISO2022JPBytes, "\x1B$B\x24\x22\x1B(B", "a\x1B$B\x24\n",
-        "a\x1B$B\x1B(B?\x1B$B" },
+    { "YKFixISO2022JPBytes", YKFixISO2022JPBytes, "\x1B$B\x24\x22\x1B(B", "a\x1B$B\x24\n", "a\x1B$B\x1B(B?\x1B$B" },
 };
 
 // Clean or empty input reports no repair and leaves the outputs alone; a repair

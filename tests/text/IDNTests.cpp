@@ -1,16 +1,14 @@
 #include <Yarkit/StringIDN.h>
 
+#include "core/CoreTestSupport.h"
+
 #include <gtest/gtest.h>
 #include <unicode/uidna.h>
 
 using namespace yk;
+using yk::test::describe;
 
 namespace {
-
-std::string describe(const Ref<String>& string)
-{
-    return string ? string->utf8() : "(null)";
-}
 
 // Names of `length` units made of labels of `label` letters.
 std::u16string nameOfLength(size_t length, size_t label = 9)
@@ -48,7 +46,7 @@ TEST(StringIDN, IDNA2003Answers)
         auto result = convert(name.get(), row.options);
         const std::string shown = (row.toASCII ? "to ASCII " : "to Unicode ") + name->utf8() + " options " + std::to_string(row.options);
         const std::string expected = !row.expected ? "(null)" : *row.expected ? row.expected : name->utf8();
-        EXPECT_EQ(describe(result), expected) << shown;
+        EXPECT_EQ(describe(result.get()), expected) << shown;
     }
 }
 
@@ -69,7 +67,7 @@ TEST(StringIDN, UTS46AnswersAndErrorBits)
         uint32_t errors = 12345;
         auto name = String::withUTF8(row.name);
         auto result = row.toASCII ? YK_UTS46ToASCII(name.get(), &errors) : YK_UTS46ToUnicode(name.get(), &errors);
-        EXPECT_EQ(describe(result), row.expected ? row.expected : "(null)") << row.name;
+        EXPECT_EQ(describe(result.get()), row.expected ? row.expected : "(null)") << row.name;
         EXPECT_EQ(errors & row.errors, row.errors) << row.name;
         EXPECT_EQ(errors == 0, row.errors == 0) << row.name << ": " << errors;
     }

@@ -136,12 +136,8 @@ TEST(YKDetectJapaneseEncoding, StepsDownToAnISO2022JPVariantThatCanBeConverted)
 }
 
 const std::pair<const char*, Validator> validators[] = {
-    { "UTF-8", _detectUTF8 },
-    { "ISO-2022-JP", _detectISO_2022_JP },
-    { "EUC-JP", _detectEUC_JP },
-    { "DOS Japanese", _detectDOSJapanese },
-    { "Mac Japanese", _detectMacJapanese },
-    { "Shift_JIS X0213", _detectShiftJIS_X0213 },
+    { "UTF-8", _detectUTF8 }, { "ISO-2022-JP", _detectISO_2022_JP }, { "EUC-JP", _detectEUC_JP },
+    { "DOS Japanese", _detectDOSJapanese }, { "Mac Japanese", _detectMacJapanese }, { "Shift_JIS X0213", _detectShiftJIS_X0213 },
 };
 
 void expectScannersAgree(const Bytes& bytes)

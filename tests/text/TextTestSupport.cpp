@@ -2,6 +2,7 @@
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
+#include <unicode/utf8.h>
 
 #include <iterator>
 #include <memory>
@@ -58,16 +59,11 @@ Bytes InputGenerator::longText()
             continue;
         }
         if (encoding == 0) {
-            char32_t c = below(4) ? 0x3000 + below(0x6000) : below(0x110000);
-            if (c < 0x80)
-                add(c);
-            else if (c < 0x800)
-                add(0xC0 | c >> 6), add(0x80 | (c & 0x3F));
-            else if (c < 0x10000)
-                add(0xE0 | c >> 12), add(0x80 | (c >> 6 & 0x3F)), add(0x80 | (c & 0x3F));
-            else
-                add(0xF0 | c >> 18), add(0x80 | (c >> 12 & 0x3F)), add(0x80 | (c >> 6 & 0x3F)),
-                    add(0x80 | (c & 0x3F));
+            const UChar32 c = static_cast<UChar32>(below(4) ? 0x3000 + below(0x6000) : below(0x110000));
+            char utf8[4];
+            int32_t written = 0;
+            U8_APPEND_UNSAFE(utf8, written, c); // surrogates too, as three bytes
+            bytes.append(utf8, static_cast<size_t>(written));
         } else if (encoding == 1) {
             if (!below(10))
                 add(0x8E), add(byteIn(0xA1, 0xDF));

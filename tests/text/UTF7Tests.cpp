@@ -1,6 +1,12 @@
 #include <Yarkit/StringUTF7.h>
 
+#include <Yarkit/Base64Units.h>
+
+#include "streams/Base64Codec.h"
+
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 using namespace yk;
 
@@ -42,6 +48,8 @@ TEST(StringUTF7, MalformedShiftsStayLiteral)
         { "&", u"&", u"&" }, { "&A-", u"&A-", u"&A-" }, { "&ZeVnLA", u"&ZeVnLA", u"&ZeVnLA" },
         { "&AGEAYg==-", u"&AGEAYg==-", u"&AGEAYg==-" }, { "&AGEA YQ-", u"&AGEA YQ-", u"aa" }, { "&AGE&AGE-", u"&AGE&AGE-", u"&AGEa" },
         { "\xE9\xFF", u"\u00E9\u00FF", u"\u00E9\u00FF" }, { "a+AGE+AGE-b", u"a+AGEab", u"a+AGE+AGE-b" },
+        { "&AP8A/w-", u"&AP8A/w-", u"\u00FF\u00FF" }, { "+AG-", u"+AG-", u"+AG-" }, { "&AGEAY-", u"&AGEAY-", u"&AGEAY-" },
+        { "+AGEAYQB.", u"+AGEAYQB.", u"+AGEAYQB." }, { "+AGEAYQBiA", u"aab", u"+AGEAYQBiA" }, { "&AGEAYQBi-", u"&AGEAYQBi-", u"aab" },
     };
     for (const auto& row : cases) {
         EXPECT_TRUE(stringWithUTF7String(row.bytes)->isEqualToString(row.utf7)) << row.bytes << " -> " << stringWithUTF7String(row.bytes)->utf8();
@@ -49,4 +57,30 @@ TEST(StringUTF7, MalformedShiftsStayLiteral)
     }
     EXPECT_EQ(stringWithUTF7String(nullptr)->length(), 0u);
     EXPECT_EQ(stringWithModifiedUTF7Bytes("&-", 0)->length(), 0u);
+}
+
+// The codec's entry for unit runs writes what its portable path writes for the big-endian
+// bytes, in both alphabets at every run length, and reads it back. (The decode fuzz target holds
+// its reading of any text, cut short or with stray characters, to the portable path.)
+TEST(Base64Units, AnswerAsThePortableCodec)
+{
+    std::u16string units;
+    std::string bytes;
+    for (char16_t i = 0; i < 40; ++i) {
+        units += static_cast<char16_t>(0xFFFF - i * 0x1357);
+        bytes += { static_cast<char>(units[i] >> 8), static_cast<char>(units[i]) };
+    }
+    for (uint32_t count = 0; count <= units.size(); ++count) {
+        for (auto alphabet : { Base64UnitAlphabet::Standard, Base64UnitAlphabet::MailboxName }) {
+            std::string expected(4 * count + 4, '\0'), text(8 * (count / 3 + 1), '\0');
+            expected.resize(static_cast<size_t>(detail::encodeBase64Using(detail::Base64Path::Portable, expected.data(), reinterpret_cast<const uint8_t*>(bytes.data()), 2 * count, -1, 0)));
+            if (alphabet == Base64UnitAlphabet::MailboxName)
+                std::replace(expected.begin(), expected.end(), '/', ',');
+            text.resize(static_cast<size_t>(encodeBase64Units(text.data(), units.data(), count, alphabet)));
+            EXPECT_EQ(text, expected) << count << " units";
+            std::u16string decoded(text.size(), u'\0');
+            decoded.resize(static_cast<size_t>(std::max(decodeBase64Units(decoded.data(), text.data(), static_cast<uint32_t>(text.size()), alphabet), 0)));
+            EXPECT_EQ(decoded, units.substr(0, count)) << count << " units";
+        }
+    }
 }
