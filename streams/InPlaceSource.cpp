@@ -1,5 +1,6 @@
 #include "streams/InPlaceSource.h"
 
+#include <algorithm>
 #include <cstring>
 
 #ifdef __x86_64__
@@ -33,6 +34,24 @@ InPlaceSource InPlaceSource::find(YStream* stream)
     return source;
 }
 
+bool InPlaceSource::rejoinPushedBack()
+{
+    if (!_pushback || _pushback->stream() != _source || _pushback->_bufferSize - _pushback->_pos != 1)
+        return false;
+    uint8_t pushedBack = _pushback->_buffer[_pushback->_pos];
+    if (_buffered) {
+        if (!_buffered->_pos || _buffered->_buffer[_buffered->_pos - 1] != pushedBack)
+            return false;
+        --_buffered->_pos;
+    } else {
+        if (_data->_cursor <= _data->_offset || _data->_cursor > _data->_length || _data->_bytes[_data->_cursor - 1] != pushedBack)
+            return false;
+        --_data->_cursor;
+    }
+    ++_pushback->_pos;
+    return true;
+}
+
 bool InPlaceSource::refill()
 {
     return _buffered && _buffered->refillBuffer();
@@ -49,7 +68,40 @@ const uint8_t* findLineBreakBytewise(const uint8_t* next, const uint8_t* end)
     return nullptr;
 }
 
+// Where AVX2 is missing: the scan, then one copy.
+const uint8_t* copyThroughLineBreakPortable(const uint8_t* next, const uint8_t* end, uint8_t* to)
+{
+    const uint8_t* lineBreak = findLineBreak({ next, end });
+    if (next != end)
+        std::memcpy(to, next, static_cast<size_t>((lineBreak ? lineBreak + 1 : end) - next));
+    return lineBreak;
+}
+
 #ifdef __x86_64__
+// Copies 32 bytes and answers the mask of their CRs and LFs.
+__attribute__((target("avx2"))) inline unsigned copyBlockAVX2(const uint8_t* from, uint8_t* into)
+{
+    __m256i block = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(into), block);
+    __m256i breaks = _mm256_or_si256(_mm256_cmpeq_epi8(block, _mm256_set1_epi8('\r')), _mm256_cmpeq_epi8(block, _mm256_set1_epi8('\n')));
+    return static_cast<unsigned>(_mm256_movemask_epi8(breaks));
+}
+
+// The block loop ends with one block that overlaps the last one scanned (whose bytes held no
+// break), so that only a range shorter than a block is left to the portable path.
+__attribute__((target("avx2"))) const uint8_t* copyThroughLineBreakAVX2(const uint8_t* next, const uint8_t* end, uint8_t* to)
+{
+    if (end - next < 32)
+        return copyThroughLineBreakPortable(next, end, to);
+    const uint8_t* last = end - 32;
+    for (; next < last; next += 32, to += 32) {
+        if (unsigned mask = copyBlockAVX2(next, to))
+            return next + __builtin_ctz(mask);
+    }
+    unsigned mask = copyBlockAVX2(last, to - (next - last));
+    return mask ? last + __builtin_ctz(mask) : nullptr;
+}
+
 __attribute__((target("avx2"))) const uint8_t* findLineBreakAVX2(const uint8_t* next, const uint8_t* end)
 {
     const __m256i cr = _mm256_set1_epi8('\r');
@@ -64,7 +116,18 @@ __attribute__((target("avx2"))) const uint8_t* findLineBreakAVX2(const uint8_t* 
 }
 #endif
 
+CopyThroughLineBreak chooseCopyThroughLineBreak()
+{
+#ifdef __x86_64__
+    if (cpuFeatures().avx2)
+        return copyThroughLineBreakAVX2;
+#endif
+    return copyThroughLineBreakPortable;
+}
+
 } // namespace
+
+const CopyThroughLineBreak copyThroughLineBreak = chooseCopyThroughLineBreak();
 
 const uint8_t* findLineBreak(std::span<const uint8_t> bytes)
 {

@@ -27,6 +27,12 @@ public:
     // of it and the pushback wrapper still holds it (its close lets it go).
     bool isReady() const { return !_pushback || (!_pushback->hasPushedBack() && _pushback->stream() == _source); }
 
+    // After a lone CR the line reader pushes back the byte that follows it, which is then
+    // usually the byte just before the unread ones: when it is, drops it from the pushback
+    // stream and steps the source back over it, so the next scan starts there. The same bytes
+    // are read either way. Answers whether it did (and the source is then ready).
+    bool rejoinPushedBack();
+
     std::span<const uint8_t> unread() const
     {
         if (_buffered) {
@@ -42,6 +48,15 @@ public:
         else
             _data->_cursor += count;
     }
+    // Puts a byte back in front of the source when it is read through a pushback stream
+    // with room for it; answers whether it did.
+    bool pushBack(uint8_t byte)
+    {
+        if (!_pushback || !_pushback->_pos)
+            return false;
+        _pushback->_buffer[--_pushback->_pos] = byte;
+        return true;
+    }
     // What a one-byte read does when nothing is unread: one refill of the buffer (a data
     // stream is at its end). Answers whether bytes came.
     bool refill();
@@ -55,5 +70,11 @@ private:
 
 // The first CR or LF in the bytes, or null.
 const uint8_t* findLineBreak(std::span<const uint8_t> bytes);
+// The first CR or LF in bytes .. end, or null, copying the bytes to `to` as it scans: every
+// byte up to and including the break, perhaps some after it (whole blocks are copied), never
+// more than end - bytes; all of them when there is no break. The fastest the processor allows,
+// chosen when the library loads.
+using CopyThroughLineBreak = const uint8_t* (*)(const uint8_t* bytes, const uint8_t* end, uint8_t* to);
+extern const CopyThroughLineBreak copyThroughLineBreak;
 
 } // namespace yk::detail

@@ -54,13 +54,19 @@ uint32_t YBufferedInputStream::readBytesFromBuffer(uint8_t* buffer, uint32_t len
     return n;
 }
 
+// A one-byte read from the buffer returns before anything else is set up: the loop below is
+// kept out of line so that this path saves no registers.
 uint32_t YBufferedInputStream::readBytes(void* buffer, uint32_t length)
 {
     if (length == 1 && _pos < _count) {
         *static_cast<uint8_t*>(buffer) = _buffer[_pos++];
         return 1;
     }
-    auto* next = static_cast<uint8_t*>(buffer);
+    return readBytesInSteps(static_cast<uint8_t*>(buffer), length);
+}
+
+uint32_t YBufferedInputStream::readBytesInSteps(uint8_t* next, uint32_t length)
+{
     uint32_t total = 0;
     while (total < length) {
         uint32_t n = readBytesFromBuffer(next + total, length - total);

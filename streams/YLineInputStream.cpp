@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <optional>
 
 namespace yk {
 
@@ -23,7 +24,13 @@ constexpr uint32_t initialLineBufferSize = 128;
 // The least room a line's object is made with, so that most lines fit one made before.
 constexpr uint32_t lineDataRoom = 120;
 
-// A line's data with its bytes after the object, in room that may exceed its length.
+} // namespace
+
+namespace detail {
+
+// A line's data with its bytes after the object, in room that may exceed its length. It keeps
+// its own count so that the reader, holding the only reference, can hand out a second one with
+// a plain store: nobody else can touch the count then.
 class LineData final : public Data {
 public:
     static Ref<LineData> withRoom(uint32_t room)
@@ -33,7 +40,26 @@ public:
     }
     uint32_t room() const { return _room; }
     uint8_t* storage() { return reinterpret_cast<uint8_t*>(this) + sizeof(LineData); }
-    void setLength(uint32_t length) { _length = length; }
+
+    void retain() const noexcept override { _count.fetch_add(1, std::memory_order_relaxed); }
+    void release() const noexcept override
+    {
+        if (_count.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete this;
+    }
+    uint32_t retainCount() const noexcept override { return _count.load(std::memory_order_relaxed); }
+
+    // Whether the caller's reference is the only one. True also orders what follows after
+    // everything the last other holder did with the line (pairing with its release).
+    bool isUnshared() const { return _count.load(std::memory_order_acquire) == 1; }
+    // Sets the length and makes a second reference for the caller to hand out, while the
+    // caller holds the only one.
+    Ref<Data> share(uint32_t length)
+    {
+        _length = length;
+        _count.store(2, std::memory_order_relaxed);
+        return Ref<Data>::adopt(this);
+    }
 
 private:
     explicit LineData(uint32_t room)
@@ -42,22 +68,12 @@ private:
         _bytes = storage();
     }
     uint32_t _room;
+    mutable std::atomic<uint32_t> _count { 1 };
 };
 
-// Orders the refill of a line after everything its last other holder did with it: an acquire
-// fence pairing with that holder's release of its reference. ThreadSanitizer does not model
-// fences (and GCC warns of them under it), so there an acquiring release of a reference of
-// our own, taken for the purpose, does the same.
-void acquireAfterLastRelease([[maybe_unused]] Data* line)
-{
-#if defined(__SANITIZE_THREAD__)
-    Ref<Data> held(line); // its release on leaving acquires; the count goes back to 1
-#else
-    std::atomic_thread_fence(std::memory_order_acquire);
-#endif
-}
+} // namespace detail
 
-} // namespace
+using detail::LineData;
 
 YLineInputStream::YLineInputStream(Ref<YStream> stream)
     : YFilterStream(std::move(stream))
@@ -113,27 +129,34 @@ void YLineInputStream::pushBack(uint8_t byte)
 }
 
 // The previous line's object is filled again when the caller has let it go (nobody can tell it
-// from a new one) and it has room; otherwise a new one is made. Either way the caller holds
-// the only other reference.
+// from a new one) and it has the room; otherwise a new one is made. Either way the caller then
+// holds the only other reference.
+LineData* YLineInputStream::lineToFill(uint32_t room)
+{
+    auto* line = static_cast<LineData*>(_lastLine.get());
+    if (line && line->isUnshared() && line->room() >= room)
+        return line;
+    return newLineToFill(room);
+}
+
+LineData* YLineInputStream::newLineToFill(uint32_t room)
+{
+    _lastLine = LineData::withRoom(std::max(room, lineDataRoom));
+    return static_cast<LineData*>(_lastLine.get());
+}
+
 Ref<Data> YLineInputStream::makeLine(const uint8_t* bytes, uint32_t length)
 {
     if (uint64_t(_lineLength) + length > UINT32_MAX)
         raiseLineTooLong();
     uint32_t total = _lineLength + length;
-    auto* line = static_cast<LineData*>(_lastLine.get());
-    if (line && line->retainCount() == 1 && line->room() >= total) {
-        acquireAfterLastRelease(line);
-    } else {
-        _lastLine = LineData::withRoom(std::max(total, lineDataRoom));
-        line = static_cast<LineData*>(_lastLine.get());
-    }
+    LineData* line = lineToFill(total);
     if (_lineLength)
         std::memcpy(line->storage(), _lineBuffer.get(), _lineLength);
     if (length)
         std::memcpy(line->storage() + _lineLength, bytes, length);
-    line->setLength(total);
     _lineLength = 0;
-    return _lastLine;
+    return line->share(total);
 }
 
 Ref<Data> YLineInputStream::takeLine(bool nilWhenEmpty)
@@ -159,28 +182,70 @@ Ref<Data> YLineInputStream::finishAfterCR(bool trim)
     return takeLine(false);
 }
 
+// The terminator at `lineBreak` in the unread bytes: LF, CR LF, or a lone CR whose next byte is
+// consumed with it (and pushed back). Null when a CR ends the unread bytes: its next byte
+// must be read.
+std::optional<YLineInputStream::Terminator> YLineInputStream::terminatorAt(std::span<const uint8_t> unread, const uint8_t* lineBreak)
+{
+    if (*lineBreak == LF)
+        return Terminator { 1, false };
+    if (lineBreak + 1 == unread.data() + unread.size())
+        return std::nullopt;
+    if (lineBreak[1] == LF)
+        return Terminator { 2, false };
+    return Terminator { 1, true };
+}
+
+// Consumes a line of `run` bytes and its terminator from the unread bytes. The byte after a
+// lone CR is read and pushed back, as a one-byte read would.
+void YLineInputStream::consumeInPlace(detail::InPlaceSource& source, const uint8_t* bytes, uint32_t run, Terminator terminator)
+{
+    source.consume(run + terminator.length + terminator.pushesBack);
+    if (terminator.pushesBack)
+        pushBack(bytes[run + 1]);
+}
+
 // A line whose terminator lies in the source's unread bytes, made in one allocation from the
 // bytes collected so far and the run before the terminator; null when a CR ends the unread
-// bytes (its next byte must be read).
+// bytes.
 Ref<Data> YLineInputStream::lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim)
 {
-    const uint8_t* bytes = unread.data();
-    uint32_t terminator = 1;
-    bool pushesBack = false;
-    if (bytes[run] == CR) {
-        if (run + 1 == unread.size())
-            return nullptr;
-        if (bytes[run + 1] == LF)
-            terminator = 2;
-        else
-            pushesBack = true;
-    }
-    Ref<Data> line = makeLine(bytes, trim ? run : run + terminator);
-    // The byte after a lone CR is read and pushed back, as a one-byte read would.
-    source.consume(run + terminator + pushesBack);
-    if (pushesBack)
-        pushBack(bytes[run + 1]);
+    std::optional<Terminator> terminator = terminatorAt(unread, unread.data() + run);
+    if (!terminator)
+        return nullptr;
+    Ref<Data> line = makeLine(unread.data(), trim ? run : run + terminator->length);
+    consumeInPlace(source, unread.data(), run, *terminator);
     return line;
+}
+
+// The usual line, in one pass: it ends in the unread bytes and fits the room of the line
+// object to fill, into which it is copied while it is scanned. Null, having consumed nothing,
+// otherwise. The same as lineInPlace with nothing collected, with fewer branches.
+Ref<Data> YLineInputStream::quickLine(detail::InPlaceSource& source, bool trim)
+{
+    auto unread = source.unread();
+    LineData* line = lineToFill(0);
+    uint8_t* storage = line->storage();
+    const uint8_t* bytes = unread.data();
+    // One byte of the room is kept for the LF of a CR LF, which the scan stops before.
+    const uint8_t* lineBreak = detail::copyThroughLineBreak(bytes, bytes + std::min<size_t>(unread.size(), line->room() - 1), storage);
+    if (!lineBreak)
+        return nullptr;
+    // Few branches below: which terminator comes is anybody's guess.
+    auto run = static_cast<uint32_t>(lineBreak - bytes);
+    bool isCR = *lineBreak == CR;
+    bool endsUnread = run + 1 == unread.size();
+    if (isCR & endsUnread)
+        return nullptr;
+    uint8_t next = lineBreak[!endsUnread];
+    bool isCRLF = isCR & (next == LF);
+    bool pushesBack = isCR & !isCRLF;
+    storage[run + 1] = LF;
+    uint32_t terminator = 1 + isCRLF;
+    source.consume(run + terminator + pushesBack);
+    if (pushesBack && !source.pushBack(next))
+        pushBack(next);
+    return line->share(trim ? run : run + terminator);
 }
 
 detail::InPlaceSource* YLineInputStream::inPlaceSource()
@@ -189,7 +254,9 @@ detail::InPlaceSource* YLineInputStream::inPlaceSource()
         *_source = detail::InPlaceSource::find(_stream.get());
         _scannedStream = _stream.get();
     }
-    return *_source && _source->isReady() ? _source.get() : nullptr;
+    if (!*_source)
+        return nullptr;
+    return _source->isReady() || _source->rejoinPushedBack() ? _source.get() : nullptr;
 }
 
 Ref<Data> YLineInputStream::readLineData()
@@ -197,12 +264,21 @@ Ref<Data> YLineInputStream::readLineData()
     return readLineDataTrimmingNewline(false);
 }
 
-// The byte-at-a-time reading below is the reference; the in-place scan takes whole runs of
-// line bytes from the source's unread bytes and meets the same terminator.
 Ref<Data> YLineInputStream::readLineDataTrimmingNewline(bool trim)
 {
     if (!_stream)
         return nullptr;
+    if (detail::InPlaceSource* source = inPlaceSource(); source && !source->unread().empty()) {
+        if (Ref<Data> line = quickLine(*source, trim))
+            return line;
+    }
+    return assembleLine(trim);
+}
+
+// The byte-at-a-time reading below is the reference; the in-place scan takes whole runs of
+// line bytes from the source's unread bytes and meets the same terminator.
+Ref<Data> YLineInputStream::assembleLine(bool trim)
+{
     _lineLength = 0;
     for (;;) {
         uint8_t byte;
@@ -211,6 +287,10 @@ Ref<Data> YLineInputStream::readLineDataTrimmingNewline(bool trim)
             if (unread.empty()) {
                 if (!source->refill())
                     return takeLine(true);
+                if (!_lineLength) {
+                    if (Ref<Data> line = quickLine(*source, trim))
+                        return line;
+                }
                 continue;
             }
             const uint8_t* lineBreak = detail::findLineBreak(unread);

@@ -34,6 +34,8 @@ private:
     // One step of a read: buffered bytes if any, else one refill for a small request, else one
     // read straight into the caller's memory. 0 at the end.
     uint32_t readBytesFromBuffer(uint8_t* buffer, uint32_t length);
+    // readBytes beyond its one-byte path: steps until `length` bytes or the end.
+    [[gnu::noinline]] uint32_t readBytesInSteps(uint8_t* buffer, uint32_t length);
     // Empties the buffer and reads up to _bufferSize bytes into it with one wrapped read;
     // answers whether any came.
     bool refillBuffer();

@@ -3,12 +3,14 @@
 #include <Yarkit/YFilterStream.h>
 
 #include <memory>
+#include <optional>
 #include <span>
 
 namespace yk {
 
 namespace detail {
 class InPlaceSource;
+class LineData;
 }
 
 // Reads lines ended by LF, CR or CR LF, one data object per line that nobody else holds (the
@@ -40,11 +42,23 @@ private:
     void append(const uint8_t* bytes, uint32_t length);
     void append(uint8_t byte) { append(&byte, 1); }
     void pushBack(uint8_t byte);
+    struct Terminator {
+        uint32_t length;
+        bool pushesBack;
+    };
+    // The object the next line is written into, with room for at least `room` bytes.
+    detail::LineData* lineToFill(uint32_t room);
+    [[gnu::noinline]] detail::LineData* newLineToFill(uint32_t room);
     // A line of the collected bytes followed by `length` more.
     Ref<Data> makeLine(const uint8_t* bytes, uint32_t length);
     // The collected bytes as a line; null when `nilWhenEmpty` and nothing was collected.
     Ref<Data> takeLine(bool nilWhenEmpty);
+    static std::optional<Terminator> terminatorAt(std::span<const uint8_t> unread, const uint8_t* lineBreak);
+    void consumeInPlace(detail::InPlaceSource& source, const uint8_t* bytes, uint32_t run, Terminator terminator);
     Ref<Data> lineInPlace(detail::InPlaceSource& source, std::span<const uint8_t> unread, uint32_t run, bool trim);
+    Ref<Data> quickLine(detail::InPlaceSource& source, bool trim);
+    // Collects the line's bytes from wherever they come; the rest of readLineDataTrimmingNewline.
+    Ref<Data> assembleLine(bool trim);
     // After a CR: takes a following LF, pushes back anything else.
     Ref<Data> finishAfterCR(bool trim);
     // The source whose unread bytes are scanned in place, when one-byte reads would come

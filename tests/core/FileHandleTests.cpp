@@ -2,6 +2,7 @@
 #include "TemporaryFolder.h"
 
 #include <Yarkit/core/system/FileHandle.h>
+#include <Yarkit/core/system/Pipe.h>
 #include <Yarkit/core/values/Data.h>
 
 #include <gtest/gtest.h>
@@ -16,27 +17,6 @@
 
 using namespace yk;
 using yk::test::expectRaise;
-
-namespace {
-
-std::string text(const Ref<Data>& data)
-{
-    return data ? std::string(data->stringView()) : std::string("(null)");
-}
-
-struct Pipe {
-    int fds[2];
-    Pipe() { EXPECT_EQ(pipe(fds), 0); }
-    ~Pipe()
-    {
-        for (int fd : fds)
-            if (fd >= 0)
-                close(fd);
-    }
-    void write(std::string_view bytes) { ASSERT_EQ(::write(fds[1], bytes.data(), bytes.size()), ssize_t(bytes.size())); }
-};
-
-} // namespace
 
 TEST(FileHandle, PathOpenersAnswerNullWhenThePathCannotBeOpened)
 {
@@ -58,34 +38,10 @@ TEST(FileHandle, PathOpenersAnswerNullWhenThePathCannotBeOpened)
     writer->seekToFileOffset(2);
     writer->writeData(Data::dataWithString("ab").get());
     EXPECT_EQ(writer->offsetInFile(), 4u);
-    EXPECT_EQ(text(reader->readDataToEndOfFile()), "01ab456789");
+    EXPECT_EQ(reader->readDataToEndOfFile()->stringView(), "01ab456789");
 }
 
 TEST(FileHandle, SeekingTruncatingAndEndOfFile)
-{
-    test::TemporaryFolder folder;
-    std::string path = (folder.path() / "f").string();
-    std::ofstream(path) << "0123456789";
-    auto handle = FileHandle::fileHandleForUpdatingAtPath(path);
-    ASSERT_TRUE(handle);
-
-    EXPECT_EQ(text(handle->readDataOfLength(4)), "0123");
-    EXPECT_EQ(handle->offsetInFile(), 4u);
-    EXPECT_EQ(text(handle->readDataOfLength(100)), "456789") << "a regular file gathers to its end";
-    EXPECT_EQ(handle->readDataOfLength(100)->length(), 0u) << "end of file is empty data";
-    EXPECT_EQ(handle->readDataOfLength(0)->length(), 0u);
-    handle->seekToFileOffset(8);
-    EXPECT_EQ(text(handle->availableData()), "89");
-    handle->truncateFileAtOffset(3);
-    EXPECT_EQ(handle->offsetInFile(), 3u);
-    EXPECT_EQ(handle->seekToEndOfFile(), 3u);
-    handle->truncateFileAtOffset(5);
-    handle->seekToFileOffset(0);
-    EXPECT_EQ(text(handle->readDataToEndOfFile()), std::string("012\0\0", 5));
-    handle->synchronizeFile();
-}
-
-TEST(FileHandle, LargeFilesReadWhole)
 {
     test::TemporaryFolder folder;
     std::string path = (folder.path() / "f").string();
@@ -93,29 +49,45 @@ TEST(FileHandle, LargeFilesReadWhole)
     for (size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = char(i * 7 + i / 251);
     std::ofstream(path, std::ios::binary) << bytes;
-    auto handle = FileHandle::fileHandleForReadingAtPath(path);
-    EXPECT_EQ(text(handle->readDataOfLength(200000)), bytes.substr(0, 200000));
-    EXPECT_EQ(text(handle->readDataToEndOfFile()), bytes.substr(200000));
+    auto handle = FileHandle::fileHandleForUpdatingAtPath(path);
+    ASSERT_TRUE(handle);
+
+    EXPECT_EQ(handle->readDataOfLength(4)->stringView(), bytes.substr(0, 4));
+    EXPECT_EQ(handle->offsetInFile(), 4u);
+    EXPECT_EQ(handle->readDataOfLength(200000)->stringView(), bytes.substr(4, 200000));
+    EXPECT_EQ(handle->readDataToEndOfFile()->stringView(), bytes.substr(200004)) << "in growing pieces";
+    EXPECT_EQ(handle->readDataOfLength(100)->length(), 0u) << "end of file is empty data";
+    EXPECT_EQ(handle->readDataOfLength(0)->length(), 0u);
+    handle->seekToFileOffset(299990);
+    EXPECT_EQ(handle->readDataOfLength(100)->stringView(), bytes.substr(299990)) << "a regular file gathers to its end";
+    handle->seekToFileOffset(8);
+    EXPECT_EQ(handle->availableData()->stringView(), bytes.substr(8));
+    handle->truncateFileAtOffset(3);
+    EXPECT_EQ(handle->offsetInFile(), 3u);
+    EXPECT_EQ(handle->seekToEndOfFile(), 3u);
+    handle->truncateFileAtOffset(5);
+    handle->seekToFileOffset(0);
+    EXPECT_EQ(handle->readDataToEndOfFile()->stringView(), bytes.substr(0, 3) + std::string("\0\0", 2));
+    handle->synchronizeFile();
 }
 
 TEST(FileHandle, PipeReadsReturnWhatArrivedWithoutWaitingForMore)
 {
-    Pipe pipe;
-    FileHandle reader(pipe.fds[0]);
-    pipe.write("line\n");
-    EXPECT_EQ(text(reader.readDataOfLength(4096)), "line\n");
-    pipe.write("more");
-    EXPECT_EQ(text(reader.availableData()), "more");
+    auto pipe = Pipe::pipe();
+    FileHandle* reader = pipe->fileHandleForReading();
+    pipe->fileHandleForWriting()->writeData(Data::dataWithString("line\n").get());
+    EXPECT_EQ(reader->readDataOfLength(4096)->stringView(), "line\n");
+    pipe->fileHandleForWriting()->writeData(Data::dataWithString("more").get());
+    EXPECT_EQ(reader->availableData()->stringView(), "more");
 
     // A writer on another thread: the reader waits for it, then sees end of file.
     std::thread writer([&] {
-        FileHandle handle(pipe.fds[1], true);
-        pipe.fds[1] = -1;
-        handle.writeData(Data::dataWithString("late").get());
+        pipe->fileHandleForWriting()->writeData(Data::dataWithString("late").get());
+        pipe->fileHandleForWriting()->closeFile();
     });
-    EXPECT_EQ(text(reader.readDataOfLength(10)), "late");
+    EXPECT_EQ(reader->readDataOfLength(10)->stringView(), "late");
     writer.join();
-    EXPECT_EQ(reader.readDataOfLength(10)->length(), 0u);
+    EXPECT_EQ(reader->readDataOfLength(10)->length(), 0u);
 }
 
 TEST(FileHandle, FailuresRaiseNamingTheSelectorAndTheSystemError)
@@ -135,11 +107,10 @@ TEST(FileHandle, FailuresRaiseNamingTheSelectorAndTheSystemError)
     expectRaise([&] { (void)handle.offsetInFile(); }, NSFileHandleOperationException,
         "*** -[FileHandle offsetInFile]: Bad file descriptor");
 
-    Pipe pipe;
-    FileHandle onPipe(pipe.fds[0]);
-    expectRaise([&] { onPipe.seekToFileOffset(1); }, NSFileHandleOperationException,
+    auto pipe = Pipe::pipe();
+    expectRaise([&] { pipe->fileHandleForReading()->seekToFileOffset(1); }, NSFileHandleOperationException,
         "*** -[FileHandle seekToFileOffset:]: Illegal seek");
-    onPipe.synchronizeFile();
+    pipe->fileHandleForReading()->synchronizeFile();
 }
 
 TEST(FileHandle, StandardHandlesAreSharedAndNeverClosed)

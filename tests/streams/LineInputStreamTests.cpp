@@ -5,14 +5,13 @@
 #include <Yarkit/YFileStream.h>
 #include <Yarkit/YLineInputStream.h>
 #include <Yarkit/YPushbackInputStream.h>
+#include <Yarkit/core/system/Pipe.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <random>
 #include <thread>
-
-#include <unistd.h>
 
 using namespace yk;
 using yk::test::ChunkedSource;
@@ -50,27 +49,34 @@ std::string mixedLines(std::mt19937& random, size_t lines)
 
 TEST(YLineInputStream, LinesAndTerminators)
 {
+    // `wrapped`: whether a lone CR followed by another byte made the reader wrap its stream
+    // in a pushback stream, which stream() then answers.
     struct Case {
         const char* input;
         bool trim;
         std::vector<std::string> lines;
+        bool wrapped;
     } cases[] = {
-        { "a\r\nb\rc\n", false, { "a\r\n", "b\r", "c\n" } },
-        { "a\r\nb\rc\n", true, { "a", "b", "c" } },
-        { "\n", true, { "" } },
-        { "\r", true, {} },
-        { "\r", false, { "\r" } },
-        { "x\r", true, { "x" } },
-        { "\r\r\n\n", true, { "", "", "" } },
-        { "no end", false, { "no end" } },
-        { "", false, {} },
+        { "a\r\nb\rc\n", false, { "a\r\n", "b\r", "c\n" }, true },
+        { "a\r\nb\rc\n", true, { "a", "b", "c" }, true },
+        { "\n", true, { "" }, false },
+        { "\r", true, {}, false },
+        { "\r", false, { "\r" }, false },
+        { "x\r", true, { "x" }, false },
+        { "\r\r\n\n", true, { "", "", "" }, true },
+        { "a\r\nb", true, { "a", "b" }, false },
+        { "no end", false, { "no end" }, false },
+        { "", false, {}, false },
     };
     for (const auto& c : cases) {
-        // In place over a data stream, and byte by byte through a plain filter.
+        // In place over a data and a buffered stream, and byte by byte through a plain filter.
         auto direct = YLineInputStream::streamWithStream(YDataInputStream::streamWithData(Data::dataWithString(c.input).get()).get());
+        auto buffered = YLineInputStream::streamWithStream(YBufferedInputStream::streamWithStream(make<ChunkedSource>(c.input).get()).get());
         auto byByte = YLineInputStream::streamWithStream(YFilterStream::streamWithStream(make<ChunkedSource>(c.input, 1).get()).get());
         EXPECT_EQ(readLines(direct.get(), c.trim), c.lines) << c.input << " trim " << c.trim;
+        EXPECT_EQ(readLines(buffered.get(), c.trim), c.lines) << c.input << " trim " << c.trim;
         EXPECT_EQ(readLines(byByte.get(), c.trim), c.lines) << c.input << " trim " << c.trim;
+        EXPECT_EQ(buffered->stream()->isKindOfClass(YPushbackInputStream::staticClass()), c.wrapped) << c.input;
     }
 
     // A long line, and lines the caller keeps: the next line never refills them.
@@ -81,22 +87,14 @@ TEST(YLineInputStream, LinesAndTerminators)
     EXPECT_EQ(text(reader->readLineDataTrimmingNewline(true)), "y");
     EXPECT_EQ(text(first), longLine);
     EXPECT_EQ(text(second), "x");
-}
 
-TEST(YLineInputStream, WrapsItsStreamInAPushbackStreamAfterALoneCR)
-{
-    struct Case {
-        const char* input;
-        bool wrapped;
-    } cases[] = { { "a\rb", true }, { "a\r\nb", false }, { "a\nb", false } };
-    for (const auto& c : cases) {
-        auto buffered = YBufferedInputStream::streamWithStream(make<ChunkedSource>(c.input).get());
-        auto reader = YLineInputStream::streamWithStream(buffered.get());
-        EXPECT_EQ(text(reader->readLineDataTrimmingNewline(true)), "a");
-        EXPECT_EQ(reader->stream() != buffered.get(), c.wrapped) << c.input;
-        EXPECT_EQ(reader->stream()->isKindOfClass(YPushbackInputStream::staticClass()), c.wrapped) << c.input;
-        EXPECT_EQ(text(reader->readLineDataTrimmingNewline(true)), "b");
-    }
+    // A byte the caller puts back in place of the one after a lone CR is read first.
+    auto swapped = YLineInputStream::streamWithStream(YBufferedInputStream::streamWithStream(make<ChunkedSource>("a\rbc\n").get()).get());
+    EXPECT_EQ(text(swapped->readLineData()), "a\r");
+    char byte;
+    ASSERT_EQ(swapped->stream()->readBytes(&byte, 1), 1u);
+    static_cast<YPushbackInputStream*>(swapped->stream())->unreadBytes("z", 0, 1);
+    EXPECT_EQ(text(swapped->readLineData()), "zc\n");
 }
 
 // The in-place scan of a buffered stream against byte-at-a-time reads of the same chain
@@ -106,8 +104,9 @@ TEST(YLineInputStream, InPlaceScanConsumesWhatByteReadsConsume)
     std::mt19937 random(7);
     for (int round = 0; round < 40; ++round) {
         std::string input = mixedLines(random, 30);
-        for (uint32_t bufferSize = 0; bufferSize <= 8; ++bufferSize) {
-            uint32_t chunk = 1 + random() % 5;
+        // Tiny buffers split lines and terminators everywhere; larger ones take the block scans.
+        for (uint32_t bufferSize : { 0, 1, 2, 3, 4, 5, 6, 7, 8, 64, 4096 }) {
+            uint32_t chunk = bufferSize > 8 ? UINT32_MAX : 1 + random() % 5;
             bool trim = random() % 2;
             size_t stopAfter = random() % 35;
             auto chain = [&](bool plainFilter) {
@@ -125,17 +124,16 @@ TEST(YLineInputStream, InPlaceScanConsumesWhatByteReadsConsume)
 
 TEST(YLineInputStream, ALineOnAPipeArrivesBeforeTheBufferFills)
 {
-    int fds[2];
-    ASSERT_EQ(pipe(fds), 0);
+    auto pipe = Pipe::pipe();
     std::atomic<bool> firstRead { false };
     std::thread writer([&] {
-        EXPECT_EQ(write(fds[1], "first\r\n", 7), 7);
+        pipe->fileHandleForWriting()->writeData(Data::dataWithString("first\r\n").get());
         while (!firstRead)
             std::this_thread::yield();
-        EXPECT_EQ(write(fds[1], "second", 6), 6);
-        close(fds[1]);
+        pipe->fileHandleForWriting()->writeData(Data::dataWithString("second").get());
+        pipe->fileHandleForWriting()->closeFile();
     });
-    auto file = YFileStream::streamWithFileHandle(make<FileHandle>(fds[0], true).get());
+    auto file = YFileStream::streamWithFileHandle(pipe->fileHandleForReading());
     auto reader = YLineInputStream::streamWithStream(YBufferedInputStream::streamWithStream(file.get(), 65536).get());
     EXPECT_EQ(text(reader->readLineData()), "first\r\n");
     firstRead = true;

@@ -35,7 +35,6 @@ public:
         _offset += n;
         return static_cast<uint32_t>(n);
     }
-    size_t offset() const { return _offset; }
 
     std::vector<uint32_t> requests;
 

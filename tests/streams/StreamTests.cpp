@@ -17,6 +17,7 @@
 
 #include <fstream>
 #include <functional>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -29,21 +30,13 @@ using yk::test::text;
 TEST(YStream, ReadDataOfLengthMakesOneReadUpTo65536AndLoopsBeyond)
 {
     const std::string bytes(100000, 'x');
-    struct Case {
-        uint32_t length;
-        size_t expected;
-        size_t reads;
-    } cases[] = {
-        { 0, 0, 0 },
-        { 65536, 1000, 1 },
-        { 65537, 65537, 66 },
-        { UINT32_MAX, 100000, 101 },
-    };
-    for (const auto& c : cases) {
+    // Length asked for, length read, reads made.
+    std::tuple<uint32_t, uint32_t, size_t> cases[] = { { 0, 0, 0 }, { 65536, 1000, 1 }, { 65537, 65537, 66 }, { UINT32_MAX, 100000, 101 } };
+    for (const auto& [length, expected, reads] : cases) {
         auto source = make<ChunkedSource>(bytes, 1000);
-        Ref<Data> data = source->readDataOfLength(c.length);
-        EXPECT_EQ(data ? data->length() : 0, c.expected) << c.length;
-        EXPECT_EQ(source->requests.size(), c.reads) << c.length;
+        Ref<Data> data = source->readDataOfLength(length);
+        EXPECT_EQ(data ? data->length() : 0, expected) << length;
+        EXPECT_EQ(source->requests.size(), reads) << length;
     }
     EXPECT_FALSE(make<ChunkedSource>("")->availableData()) << "an empty source gives nil";
     EXPECT_FALSE(make<ChunkedSource>("")->readDataOfLength(10));
@@ -121,19 +114,12 @@ TEST(YFileStream, ACloseThatFailsStillClosesAndDiskErrorsPassThrough)
 TEST(YDataInputStream, RangesCursorAndSharedBytes)
 {
     auto source = MutableData::dataWithBytes("0123456789", 10);
-    struct Case {
-        uint32_t offset, length;
-        const char* expected;
-    } cases[] = {
-        { 0, 10, "0123456789" },
-        { 3, 4, "3456" },
-        { 8, 100, "89" },
-        { 12, 3, "" },
-        { 5, UINT32_MAX, "56789" },
+    std::tuple<uint32_t, uint32_t, const char*> cases[] = {
+        { 0, 10, "0123456789" }, { 3, 4, "3456" }, { 8, 100, "89" }, { 12, 3, "" }, { 5, UINT32_MAX, "56789" }
     };
-    for (const auto& c : cases) {
-        YDataInputStream stream(source.get(), c.offset, c.length);
-        EXPECT_EQ(test::readAll(&stream, 3), c.expected) << c.offset << "+" << c.length;
+    for (const auto& [offset, length, expected] : cases) {
+        YDataInputStream stream(source.get(), offset, length);
+        EXPECT_EQ(test::readAll(&stream, 3), expected) << offset << "+" << length;
     }
 
     YDataInputStream stream(source.get(), 2, 6);
