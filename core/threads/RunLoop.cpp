@@ -54,17 +54,6 @@ namespace {
 
 thread_local Ref<RunLoop> currentLoop;
 
-// The main thread's handle: asked on the main thread, or from another while it waits.
-pthread_t mainThreadHandle()
-{
-    static pthread_t handle = [] {
-        pthread_t main {};
-        if (Thread::isMainThread())
-            return pthread_self();
-        return main;
-    }();
-    return handle;
-}
 Mutex mainLoopLock;
 std::atomic<RunLoop*> mainLoop { nullptr };
 
@@ -100,8 +89,9 @@ private:
     RunLoop& _loop;
 };
 
-RunLoop::RunLoop(pthread_t thread)
-    : _thread(thread)
+RunLoop::RunLoop(bool isMain)
+    : _isMain(isMain)
+    , _thread(isMain ? pthread_t {} : pthread_self())
     , _epoll(epoll_create1(EPOLL_CLOEXEC))
     , _wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
     , _timerFd(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC))
@@ -140,12 +130,17 @@ RunLoop::~RunLoop()
     close(_timerFd);
 }
 
+bool RunLoop::isLoopThread() const
+{
+    return _isMain ? Thread::isMainThread() : pthread_equal(pthread_self(), _thread) != 0;
+}
+
 RunLoop* RunLoop::currentRunLoop()
 {
     if (Thread::isMainThread())
         return mainRunLoop();
     if (!currentLoop)
-        currentLoop = make<RunLoop>(pthread_self());
+        currentLoop = make<RunLoop>(false);
     return currentLoop.get();
 }
 
@@ -155,7 +150,7 @@ RunLoop* RunLoop::mainRunLoop()
         return loop;
     Locker guard(mainLoopLock);
     if (!mainLoop.load(std::memory_order_relaxed))
-        mainLoop.store(make<RunLoop>(mainThreadHandle()).leakRef(), std::memory_order_release); // lives for the process
+        mainLoop.store(make<RunLoop>(true).leakRef(), std::memory_order_release); // lives for the process
     return mainLoop.load(std::memory_order_relaxed);
 }
 

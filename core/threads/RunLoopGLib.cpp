@@ -177,10 +177,8 @@ void RunLoop::BackEndDeleter::operator()(BackEnd* backEnd) const
 
 void RunLoop::startBackEnd()
 {
-    // The main loop may be made from another thread; every other loop on its own thread.
-    const bool isMain = pthread_equal(_thread, pthread_self()) ? Thread::isMainThread() : true;
     _backEnd.reset(new BackEnd());
-    _backEnd->context = isMain ? g_main_context_ref(g_main_context_default()) : g_main_context_new();
+    _backEnd->context = _isMain ? g_main_context_ref(g_main_context_default()) : g_main_context_new();
     GSource* source = g_source_new(&sourceFunctions, sizeof(BackEnd::Source));
     reinterpret_cast<BackEnd::Source*>(source)->loop = this;
     g_source_set_name(source, "yk::RunLoop");

@@ -116,7 +116,7 @@ public:
     struct BackEnd;
 
 private:
-    explicit RunLoop(pthread_t thread);
+    explicit RunLoop(bool isMain);
     template <typename T, typename... Args>
     friend Ref<T> make(Args&&... args);
 
@@ -157,7 +157,12 @@ private:
     bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
 
-    const pthread_t _thread; // the loop's own thread
+    // Whether the calling thread is the loop's own. The main loop may be made on any thread, so
+    // it asks Thread rather than recording the thread that made it.
+    bool isLoopThread() const;
+
+    const bool _isMain;
+    const pthread_t _thread; // the loop's own thread; unused for the main loop
     int _epoll { -1 };
     int _wakeFd { -1 };
     int _timerFd { -1 };
@@ -178,6 +183,9 @@ private:
     std::set<int> _watched;
     std::string _watchedMode;
     uint64_t _watchedGeneration { ~uint64_t(0) };
+    // wakeUp called on the loop's own thread since the pass began (a callout or an observer
+    // added work): the pass does not sleep.
+    bool _wokenOnLoopThread { false };
     struct BackEndDeleter {
         void operator()(BackEnd*) const;
     };
