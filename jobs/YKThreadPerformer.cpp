@@ -18,7 +18,9 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace yk {
 
@@ -29,9 +31,16 @@ namespace {
 
 std::atomic<YKThreadPerformer*> mainThreadPerformerInstance { nullptr }; // lives for the process
 
-Ref<Array> commonModes()
+// The modes of the two-argument form, made once: an array and its names for the run loop.
+const Array* commonModes()
 {
-    return Array::arrayWithObjects({ String::withUTF8(kCFRunLoopCommonModes) });
+    static Array* const modes = Array::arrayWithObjects({ String::withUTF8(kCFRunLoopCommonModes) }).leakRef(); // lives for the process
+    return modes;
+}
+const std::vector<std::string>& commonModeNames()
+{
+    static const std::vector<std::string> names { kCFRunLoopCommonModes };
+    return names;
 }
 
 // Waits until the holder has run. The main thread usually answers within a few microseconds, so
@@ -76,11 +85,15 @@ YKThreadPerformer* YKThreadPerformer::mainThreadPerformer()
 
 void YKThreadPerformer::addHolder(YKPerformHolder* holder)
 {
+    bool wasEmpty;
     {
         Locker guard(_lock);
+        wasEmpty = _holders.empty();
         _holders.emplace_back(holder);
     }
-    [[maybe_unused]] const bool sent = _port->send(); // a failed or merged wake-up loses nothing
+    // Holders already waiting have a message on its way, whose drain takes this one too.
+    if (wasEmpty)
+        static_cast<void>(_port->send()); // a failed or merged wake-up loses nothing
 }
 
 void YKThreadPerformer::handleMachMessage(PortMessage*)
@@ -94,8 +107,13 @@ void YKThreadPerformer::handleMachMessage(PortMessage*)
                 return;
             holders.swap(_holders);
         }
-        for (auto& holder : holders)
-            loop->performSelector("fire", holder.get(), nullptr, 0, holder->modes());
+        static const Selector fire("fire");
+        for (auto& holder : holders) {
+            if (holder->modes() == commonModes())
+                loop->performSelector(fire, holder.get(), nullptr, 0, commonModeNames());
+            else
+                loop->performSelector(fire, holder.get(), nullptr, 0, holder->modes());
+        }
     }
 }
 
@@ -173,7 +191,7 @@ void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object*
 
 void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object* argument, bool waitUntilDone)
 {
-    YK_performSelectorOnMainThread(receiver, selector, argument, waitUntilDone, commonModes().get());
+    YK_performSelectorOnMainThread(receiver, selector, argument, waitUntilDone, commonModes());
 }
 
 } // namespace yk
