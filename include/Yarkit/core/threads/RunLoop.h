@@ -114,6 +114,13 @@ public:
     struct Mode;
     struct Perform;
     struct BackEnd;
+    // A mode's items and whether it is common, as looked up.
+    struct ModeLookup {
+        std::string name;
+        uint64_t generation { ~uint64_t(0) };
+        Mode* items { nullptr };
+        bool isCommon { false };
+    };
 
 private:
     explicit RunLoop(bool isMain);
@@ -129,7 +136,9 @@ private:
     void cancelPerforms(const std::function<bool(const Perform&)>& matches) YK_EXCLUDES(_lock);
 
     // One pass in the mode; true when a source, port message or perform was handled.
-    bool runPass(const std::string& mode, Clock::time_point limit, bool mayWait);
+    // limitPassed, when given, tells whether the pass ended without waiting because the limit
+    // had passed.
+    bool runPass(const std::string& mode, Clock::time_point limit, bool mayWait, bool* limitPassed = nullptr);
     bool hasItems(const std::string& mode) YK_EXCLUDES(_lock);
     void notifyObservers(const std::string& mode, RunLoopActivity activity);
     uint32_t fireTimers(const std::string& mode);
@@ -154,6 +163,7 @@ private:
     template <typename Function>
     void forEachItemsOf(const std::string& mode, Function&& function) YK_REQUIRES(_lock);
     Mode& modeForAdding(std::string_view mode) YK_REQUIRES(_lock);
+    const ModeLookup& lookUpMode(std::string_view mode) YK_REQUIRES(_lock);
     bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
 
@@ -172,12 +182,21 @@ private:
     std::set<std::string, std::less<>> _commonModes YK_GUARDED_BY(_lock);
     std::unique_ptr<Mode> _commonItems YK_GUARDED_BY(_lock);
     std::vector<Perform> _performs YK_GUARDED_BY(_lock);
-    uint64_t _nextPerformSequence YK_GUARDED_BY(_lock) { 0 };
+    // Changed under _lock, read without it: a pass notes the sequence as it begins and skips
+    // the lock when no perform waits. The count is stored before the sequence is released.
+    std::atomic<uint64_t> _nextPerformSequence { 0 };
+    std::atomic<size_t> _performCount { 0 };
     uint64_t _itemsGeneration YK_GUARDED_BY(_lock) { 0 };
+    // Advanced when a mode is made or made common.
+    uint64_t _modesGeneration YK_GUARDED_BY(_lock) { 0 };
+    // The last mode looked up, valid while _modesGeneration is unchanged (modes are never
+    // erased, so the pointer stays good).
+    ModeLookup _lastLookup YK_GUARDED_BY(_lock);
     // Every activity an observer of this loop has asked for, so passes skip the others.
     std::atomic<uint32_t> _observedActivities { 0 };
-    // The mode stack of the loop's own thread; only that thread changes it.
-    std::vector<std::string> _modeStack YK_GUARDED_BY(_lock);
+    // The mode stack of the loop's own thread; only that thread changes it. Each name is the
+    // one its run holds, which outlives its place here.
+    std::vector<const std::string*> _modeStack YK_GUARDED_BY(_lock);
 
     // Read and changed only by the loop's thread: which descriptors epoll watches now.
     std::set<int> _watched;
