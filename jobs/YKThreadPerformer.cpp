@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace yk {
@@ -44,11 +45,12 @@ const std::vector<std::string>& commonModeNames()
 }
 
 // Waits until the holder has run. The main thread usually answers within a few microseconds, so
-// the caller first yields for a moment, which costs less than sleeping and being woken.
-void waitForHolder(ConditionLock& lock)
+// the caller first yields for a moment, which costs less than sleeping and being woken, watching
+// the holder's done flag rather than the lock, whose mutex the main thread needs to signal it.
+void waitForHolder(ConditionLock& lock, const std::atomic<bool>& done)
 {
     const auto spinLimit = std::chrono::steady_clock::now() + std::chrono::microseconds(50);
-    while (lock.condition() != 1 && std::chrono::steady_clock::now() < spinLimit)
+    while (!done.load(std::memory_order_acquire) && std::chrono::steady_clock::now() < spinLimit)
         std::this_thread::yield();
     lock.lockWhenCondition(1);
     lock.unlock();
@@ -153,6 +155,8 @@ void YKPerformHolder::cleanup()
     _argument = nullptr;
     _modes = nullptr;
     if (Ref<ConditionLock> lock = std::move(_lock)) {
+        if (std::atomic<bool>* done = std::exchange(_done, nullptr))
+            done->store(true, std::memory_order_release);
         lock->lock();
         lock->unlockWithCondition(1);
     }
@@ -164,12 +168,15 @@ void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object*
         return;
     if (!Thread::isMainThread()) {
         Ref<ConditionLock> lock = waitUntilDone ? make<ConditionLock>(0) : nullptr;
+        std::atomic<bool> done { false };
         {
             auto holder = make<YKPerformHolder>(receiver, selector, argument, const_cast<Array*>(modes), lock.get());
+            if (lock)
+                holder->setDoneFlag(&done);
             YKThreadPerformer::mainThreadPerformer()->addHolder(holder.get());
         }
         if (lock)
-            waitForHolder(*lock);
+            waitForHolder(*lock, done);
         return;
     }
     if (!waitUntilDone) {
