@@ -80,11 +80,7 @@ public:
 class JobWatcher : public Object {
     YK_OBJECT(JobWatcher, Object)
 public:
-    JobWatcher(std::string name, EventLog* log)
-        : name(std::move(name))
-        , log(log)
-    {
-    }
+    JobWatcher(std::string name, EventLog* log) : name(std::move(name)), log(log) { }
     bool shouldAdd(YJobCenter* center, YJob* job, Array* waiting, Array* running) { return !shouldAddJob || shouldAddJob(center, job, waiting, running); }
     bool shouldExecute(YJobCenter* center, YJob* job, Array* running) { return !shouldExecuteJob || shouldExecuteJob(center, job, running); }
     void notice(Notification* notification)
