@@ -275,6 +275,28 @@ void BM_GLibInvokeRoundTrip(benchmark::State& state)
 }
 BENCHMARK(BM_GLibInvokeRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
+// One pass of the main loop with nothing to do, against the poll it cannot do without: what a
+// pass costs beyond finding out that nothing is ready.
+void BM_IdlePass(benchmark::State& state)
+{
+    yk::YJobCenter::mainThreadCenter(); // the loop watches the center's port, as it does in an application
+    yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
+    for (auto _ : state)
+        loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now());
+}
+BENCHMARK(BM_IdlePass);
+
+void BM_IdlePoll(benchmark::State& state)
+{
+    const int wake = eventfd(0, EFD_NONBLOCK);
+    for (auto _ : state) {
+        pollfd descriptor { wake, POLLIN, 0 };
+        benchmark::DoNotOptimize(poll(&descriptor, 1, 0));
+    }
+    close(wake);
+}
+BENCHMARK(BM_IdlePoll);
+
 // 10,000 posts from another thread, drained by the main thread.
 void BM_MainThreadPostsDrained(benchmark::State& state)
 {

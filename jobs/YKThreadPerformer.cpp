@@ -18,7 +18,10 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace yk {
 
@@ -29,17 +32,25 @@ namespace {
 
 std::atomic<YKThreadPerformer*> mainThreadPerformerInstance { nullptr }; // lives for the process
 
-Ref<Array> commonModes()
+// The modes of the two-argument form, made once: an array and its names for the run loop.
+const Array* commonModes()
 {
-    return Array::arrayWithObjects({ String::withUTF8(kCFRunLoopCommonModes) });
+    static Array* const modes = Array::arrayWithObjects({ String::withUTF8(kCFRunLoopCommonModes) }).leakRef(); // lives for the process
+    return modes;
+}
+const std::vector<std::string>& commonModeNames()
+{
+    static const std::vector<std::string> names { kCFRunLoopCommonModes };
+    return names;
 }
 
 // Waits until the holder has run. The main thread usually answers within a few microseconds, so
-// the caller first yields for a moment, which costs less than sleeping and being woken.
-void waitForHolder(ConditionLock& lock)
+// the caller first yields for a moment, which costs less than sleeping and being woken, watching
+// the holder's done flag rather than the lock, whose mutex the main thread needs to signal it.
+void waitForHolder(ConditionLock& lock, const std::atomic<bool>& done)
 {
     const auto spinLimit = std::chrono::steady_clock::now() + std::chrono::microseconds(50);
-    while (lock.condition() != 1 && std::chrono::steady_clock::now() < spinLimit)
+    while (!done.load(std::memory_order_acquire) && std::chrono::steady_clock::now() < spinLimit)
         std::this_thread::yield();
     lock.lockWhenCondition(1);
     lock.unlock();
@@ -76,11 +87,15 @@ YKThreadPerformer* YKThreadPerformer::mainThreadPerformer()
 
 void YKThreadPerformer::addHolder(YKPerformHolder* holder)
 {
+    bool wasEmpty;
     {
         Locker guard(_lock);
+        wasEmpty = _holders.empty();
         _holders.emplace_back(holder);
     }
-    [[maybe_unused]] const bool sent = _port->send(); // a failed or merged wake-up loses nothing
+    // Holders already waiting have a message on its way, whose drain takes this one too.
+    if (wasEmpty)
+        static_cast<void>(_port->send()); // a failed or merged wake-up loses nothing
 }
 
 void YKThreadPerformer::handleMachMessage(PortMessage*)
@@ -94,8 +109,13 @@ void YKThreadPerformer::handleMachMessage(PortMessage*)
                 return;
             holders.swap(_holders);
         }
-        for (auto& holder : holders)
-            loop->performSelector("fire", holder.get(), nullptr, 0, holder->modes());
+        static const Selector fire("fire");
+        for (auto& holder : holders) {
+            if (holder->modes() == commonModes())
+                loop->performSelector(fire, holder.get(), nullptr, 0, commonModeNames());
+            else
+                loop->performSelector(fire, holder.get(), nullptr, 0, holder->modes());
+        }
     }
 }
 
@@ -135,6 +155,8 @@ void YKPerformHolder::cleanup()
     _argument = nullptr;
     _modes = nullptr;
     if (Ref<ConditionLock> lock = std::move(_lock)) {
+        if (std::atomic<bool>* done = std::exchange(_done, nullptr))
+            done->store(true, std::memory_order_release);
         lock->lock();
         lock->unlockWithCondition(1);
     }
@@ -146,12 +168,15 @@ void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object*
         return;
     if (!Thread::isMainThread()) {
         Ref<ConditionLock> lock = waitUntilDone ? make<ConditionLock>(0) : nullptr;
+        std::atomic<bool> done { false };
         {
             auto holder = make<YKPerformHolder>(receiver, selector, argument, const_cast<Array*>(modes), lock.get());
+            if (lock)
+                holder->setDoneFlag(&done);
             YKThreadPerformer::mainThreadPerformer()->addHolder(holder.get());
         }
         if (lock)
-            waitForHolder(*lock);
+            waitForHolder(*lock, done);
         return;
     }
     if (!waitUntilDone) {
@@ -173,7 +198,7 @@ void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object*
 
 void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object* argument, bool waitUntilDone)
 {
-    YK_performSelectorOnMainThread(receiver, selector, argument, waitUntilDone, commonModes().get());
+    YK_performSelectorOnMainThread(receiver, selector, argument, waitUntilDone, commonModes());
 }
 
 } // namespace yk

@@ -84,6 +84,9 @@ bool YMainThreadJobCenter::postJob(YJob* job, bool allowDuplication, Object* sen
 
 void YMainThreadJobCenter::handlePortMessage(PortMessage*)
 {
+    // Cleared before the list is read, so a post that finds it set has its job in this drain,
+    // and a later one sends again.
+    _portMessagePending.store(false);
     if (_disabled.load(std::memory_order_acquire) > 0)
         return;
     doExecuteJobsUntilEmpty();
@@ -133,7 +136,10 @@ void YMainThreadJobCenter::notifyObserversOfName(const char* name)
 
 void YMainThreadJobCenter::_firePortMessage()
 {
-    [[maybe_unused]] const bool sent = _portMessage->sendBeforeDate(nullptr); // never blocks; a failure is harmless
+    if (_portMessagePending.exchange(true))
+        return; // a message is on its way; its drain runs this job too
+    if (!_portMessage->sendBeforeDate(nullptr)) // never blocks
+        _portMessagePending.store(false);
 }
 
 } // namespace yk

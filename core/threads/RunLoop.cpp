@@ -54,17 +54,6 @@ namespace {
 
 thread_local Ref<RunLoop> currentLoop;
 
-// The main thread's handle: asked on the main thread, or from another while it waits.
-pthread_t mainThreadHandle()
-{
-    static pthread_t handle = [] {
-        pthread_t main {};
-        if (Thread::isMainThread())
-            return pthread_self();
-        return main;
-    }();
-    return handle;
-}
 Mutex mainLoopLock;
 std::atomic<RunLoop*> mainLoop { nullptr };
 
@@ -88,7 +77,7 @@ public:
         : _loop(loop)
     {
         Locker guard(_loop._lock);
-        _loop._modeStack.push_back(mode);
+        _loop._modeStack.push_back(&mode);
     }
     ~CurrentModeScope()
     {
@@ -100,8 +89,9 @@ private:
     RunLoop& _loop;
 };
 
-RunLoop::RunLoop(pthread_t thread)
-    : _thread(thread)
+RunLoop::RunLoop(bool isMain)
+    : _isMain(isMain)
+    , _thread(isMain ? pthread_t {} : pthread_self())
     , _epoll(epoll_create1(EPOLL_CLOEXEC))
     , _wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
     , _timerFd(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC))
@@ -140,12 +130,17 @@ RunLoop::~RunLoop()
     close(_timerFd);
 }
 
+bool RunLoop::isLoopThread() const
+{
+    return _isMain ? Thread::isMainThread() : pthread_equal(pthread_self(), _thread) != 0;
+}
+
 RunLoop* RunLoop::currentRunLoop()
 {
     if (Thread::isMainThread())
         return mainRunLoop();
     if (!currentLoop)
-        currentLoop = make<RunLoop>(pthread_self());
+        currentLoop = make<RunLoop>(false);
     return currentLoop.get();
 }
 
@@ -155,7 +150,7 @@ RunLoop* RunLoop::mainRunLoop()
         return loop;
     Locker guard(mainLoopLock);
     if (!mainLoop.load(std::memory_order_relaxed))
-        mainLoop.store(make<RunLoop>(mainThreadHandle()).leakRef(), std::memory_order_release); // lives for the process
+        mainLoop.store(make<RunLoop>(true).leakRef(), std::memory_order_release); // lives for the process
     return mainLoop.load(std::memory_order_relaxed);
 }
 
@@ -164,7 +159,7 @@ Ref<String> RunLoop::currentMode() const
     Locker guard(_lock);
     if (_modeStack.empty())
         return nullptr;
-    return String::withUTF8(_modeStack.back());
+    return String::withUTF8(*_modeStack.back());
 }
 
 void RunLoop::addCommonMode(std::string_view mode)
@@ -173,6 +168,7 @@ void RunLoop::addCommonMode(std::string_view mode)
     if (mode != kCFRunLoopCommonModes)
         _commonModes.emplace(mode);
     ++_itemsGeneration;
+    ++_modesGeneration;
 }
 
 bool RunLoop::isCommonMode(std::string_view mode) const
@@ -181,23 +177,34 @@ bool RunLoop::isCommonMode(std::string_view mode) const
     return _commonModes.find(mode) != _commonModes.end();
 }
 
+const RunLoop::ModeLookup& RunLoop::lookUpMode(std::string_view mode)
+{
+    if (_lastLookup.generation != _modesGeneration || _lastLookup.name != mode) {
+        auto found = _modes.find(mode);
+        _lastLookup = { std::string(mode), _modesGeneration, found == _modes.end() ? nullptr : found->second.get(), _commonModes.count(mode) > 0 };
+    }
+    return _lastLookup;
+}
+
 RunLoop::Mode& RunLoop::modeForAdding(std::string_view mode)
 {
     ++_itemsGeneration;
     if (mode == kCFRunLoopCommonModes)
         return *_commonItems;
-    auto found = _modes.find(mode);
-    if (found == _modes.end())
-        found = _modes.emplace(std::string(mode), std::make_unique<Mode>()).first;
-    return *found->second;
+    if (Mode* items = lookUpMode(mode).items)
+        return *items;
+    auto& made = *_modes.emplace(std::string(mode), std::make_unique<Mode>()).first->second;
+    ++_modesGeneration;
+    return made;
 }
 
 template <typename Function>
 void RunLoop::forEachItemsOf(const std::string& mode, Function&& function)
 {
-    if (auto found = _modes.find(mode); found != _modes.end())
-        function(*found->second);
-    if (_commonModes.count(mode))
+    const ModeLookup& lookup = lookUpMode(mode);
+    if (lookup.items)
+        function(*lookup.items);
+    if (lookup.isCommon)
         function(*_commonItems);
 }
 
@@ -265,7 +272,10 @@ void RunLoop::performSelector(Selector selector, Object* target, Object* argumen
         return;
     {
         Locker guard(_lock);
-        _performs.push_back(Perform { selector, target, argument, order, _nextPerformSequence++, modes });
+        const uint64_t sequence = _nextPerformSequence.load(std::memory_order_relaxed);
+        _performs.push_back(Perform { selector, target, argument, order, sequence, modes });
+        _performCount.store(_performs.size(), std::memory_order_relaxed);
+        _nextPerformSequence.store(sequence + 1, std::memory_order_release);
     }
     wakeUp();
 }
@@ -277,6 +287,7 @@ void RunLoop::cancelPerforms(const std::function<bool(const Perform&)>& matches)
     auto end = std::stable_partition(_performs.begin(), _performs.end(), [&](const Perform& perform) { return !matches(perform); });
     std::move(end, _performs.end(), std::back_inserter(cancelled));
     _performs.erase(end, _performs.end());
+    _performCount.store(_performs.size(), std::memory_order_relaxed);
 }
 
 void RunLoop::cancelPerformSelector(Selector selector, Object* target, Object* argument)
@@ -349,26 +360,32 @@ uint32_t RunLoop::fireTimers(const std::string& mode)
 {
     std::vector<Ref<Timer>> timers;
     std::vector<Ref<Object>> released;
-    const auto now = Clock::now();
+    std::optional<Clock::time_point> now; // read only when the mode has timers
     {
         Locker guard(_lock);
         auto collect = [&](RunLoopMode& items) {
+            if (items.timers.empty())
+                return;
+            if (!now)
+                now = Clock::now();
             // Invalidated timers leave the mode here.
             auto end = std::stable_partition(items.timers.begin(), items.timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
             for (auto it = end; it != items.timers.end(); ++it)
                 released.emplace_back(it->get());
             items.timers.erase(end, items.timers.end());
             for (const auto& timer : items.timers) {
-                if (timer->fireTime() <= now)
+                if (timer->fireTime() <= *now)
                     timers.push_back(timer);
             }
         };
         forEachItemsOf(mode, collect);
     }
+    if (timers.empty())
+        return 0;
     std::stable_sort(timers.begin(), timers.end(), [](const auto& a, const auto& b) { return a->fireTime() < b->fireTime(); });
     uint32_t fired = 0;
     for (auto& timer : timers) {
-        if (!timer->fireIfDue(now))
+        if (!timer->fireIfDue(*now))
             continue;
         ++fired;
         notifyObservers(mode, kYKRunLoopAfterCallout);
@@ -380,6 +397,8 @@ bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
 {
     bool ran = false;
     while (true) {
+        if (_performCount.load(std::memory_order_relaxed) == 0)
+            return ran;
         Perform perform;
         {
             Locker guard(_lock);
@@ -394,6 +413,7 @@ bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
                 return ran;
             perform = std::move(*best);
             _performs.erase(best);
+            _performCount.store(_performs.size(), std::memory_order_relaxed);
         }
         ran = true;
         // perform owns target and argument: they are released when it leaves scope, after the
@@ -534,16 +554,12 @@ void RunLoop::armTimer(const std::string& mode, Clock::time_point limit)
 std::string RunLoop::dispatchMode() const
 {
     Locker guard(_lock);
-    return _modeStack.empty() ? std::string(kCFRunLoopDefaultMode) : _modeStack.back();
+    return _modeStack.empty() ? std::string(kCFRunLoopDefaultMode) : *_modeStack.back();
 }
 
-bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool mayWait)
+bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool mayWait, bool* limitPassed)
 {
-    uint64_t mark;
-    {
-        Locker guard(_lock);
-        mark = _nextPerformSequence;
-    }
+    uint64_t mark = _nextPerformSequence.load(std::memory_order_acquire);
     // What is ready as the pass begins; later arrivals wait for the next pass.
     const auto readyAtStart = readyAtPassStart(mode, mayWait);
 
@@ -552,17 +568,19 @@ bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool may
     notifyObservers(mode, kCFRunLoopBeforeSources);
     bool handled = runPerforms(mode, mark);
     handled = handleSources(mode, readyAtStart) || handled;
-    if (handled || !mayWait || Clock::now() >= limit)
+    if (handled || !mayWait)
         return handled;
+    if (Clock::now() >= limit) {
+        if (limitPassed)
+            *limitPassed = true;
+        return false;
+    }
     if (!hasItems(mode))
         return false;
 
     notifyObservers(mode, kCFRunLoopBeforeWaiting);
     const auto ready = waitForEvents(mode, limit);
-    {
-        Locker guard(_lock);
-        mark = _nextPerformSequence;
-    }
+    mark = _nextPerformSequence.load(std::memory_order_acquire);
     notifyObservers(mode, kCFRunLoopAfterWaiting);
     fireTimers(mode);
     handled = runPerforms(mode, mark);
@@ -585,8 +603,9 @@ bool RunLoop::runMode(std::string_view modeName, Clock::time_point limit)
         return false;
     CurrentModeScope scope(*this, mode);
     notifyObservers(mode, kCFRunLoopEntry);
-    while (!runPass(mode, limit, true)) {
-        if (Clock::now() >= limit || !hasItems(mode))
+    bool limitPassed = false;
+    while (!runPass(mode, limit, true, &limitPassed)) {
+        if (limitPassed || Clock::now() >= limit || !hasItems(mode))
             break;
     }
     notifyObservers(mode, kCFRunLoopExit);

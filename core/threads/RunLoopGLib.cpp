@@ -45,6 +45,8 @@ struct RunLoop::BackEnd {
     bool sitOutNext { false };
     int sitOutDepth { 0 };
     Clock::time_point preparedDeadline { Clock::time_point::max() };
+    // When a run's pass last gave the context's other sources a look.
+    Clock::time_point lastLook {};
 
     static RunLoop& loopOf(GSource* source) { return *reinterpret_cast<Source*>(source)->loop; }
     static gboolean prepare(GSource*, gint* timeout);
@@ -177,10 +179,8 @@ void RunLoop::BackEndDeleter::operator()(BackEnd* backEnd) const
 
 void RunLoop::startBackEnd()
 {
-    // The main loop may be made from another thread; every other loop on its own thread.
-    const bool isMain = pthread_equal(_thread, pthread_self()) ? Thread::isMainThread() : true;
     _backEnd.reset(new BackEnd());
-    _backEnd->context = isMain ? g_main_context_ref(g_main_context_default()) : g_main_context_new();
+    _backEnd->context = _isMain ? g_main_context_ref(g_main_context_default()) : g_main_context_new();
     GSource* source = g_source_new(&sourceFunctions, sizeof(BackEnd::Source));
     reinterpret_cast<BackEnd::Source*>(source)->loop = this;
     g_source_set_name(source, "yk::RunLoop");
@@ -207,9 +207,12 @@ void RunLoop::stopBackEnd()
 
 std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool mayWait)
 {
-    // A run's pass gives the context's other sources one look, so that a busy run keeps a
-    // toolkit drawing. Passes GLib dispatches, or without waiting, do not iterate again.
-    if (mayWait) {
+    // A run's pass gives the context's other sources one look, at most once a millisecond, so
+    // that a busy run keeps a toolkit drawing without paying a second poll on every pass of a
+    // tight loop. Passes GLib dispatches, or without waiting, do not iterate again.
+    const auto now = Clock::now();
+    if (mayWait && now - _backEnd->lastLook >= std::chrono::milliseconds(1)) {
+        _backEnd->lastLook = now;
         Restore skip(_backEnd->skipDepth, g_main_depth() + 1);
         g_main_context_iteration(_backEnd->context, false);
     }

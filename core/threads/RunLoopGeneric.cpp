@@ -5,6 +5,7 @@
 
 #include <pthread.h>
 #include <unistd.h>
+#include <utility>
 
 namespace yk {
 
@@ -16,6 +17,7 @@ void RunLoop::stopBackEnd() { }
 
 std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool)
 {
+    _wokenOnLoopThread = false;
     syncInterest(mode);
     return readyDescriptors(0);
 }
@@ -24,14 +26,17 @@ std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_poi
 {
     syncInterest(mode);
     armTimer(mode, limit);
-    return readyDescriptors(-1);
+    return readyDescriptors(std::exchange(_wokenOnLoopThread, false) ? 0 : -1);
 }
 
 void RunLoop::wakeUp()
 {
-    // On the loop's own thread the loop is not waiting: it looks at its items before it does.
-    if (pthread_equal(pthread_self(), _thread))
+    // On the loop's own thread the loop is not waiting; a flag, cheaper than the eventfd, keeps
+    // the pass from sleeping on what an observer about to wait added.
+    if (isLoopThread()) {
+        _wokenOnLoopThread = true;
         return;
+    }
     const uint64_t one = 1;
     [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
 }

@@ -141,11 +141,13 @@ bool PortMessage::sendBeforeDate(const Date* limitDate)
 
 std::chrono::steady_clock::time_point monotonicTimeForDate(const Date* date)
 {
+    return date ? monotonicTimeAfter(date->timeIntervalSinceNow()) : std::chrono::steady_clock::now();
+}
+
+std::chrono::steady_clock::time_point monotonicTimeAfter(TimeInterval seconds)
+{
     using namespace std::chrono;
     const auto now = steady_clock::now();
-    if (!date)
-        return now;
-    const double seconds = date->timeIntervalSinceNow();
     if (!(seconds > -1e9))
         return steady_clock::time_point::min() + hours(1);
     if (!(seconds < 1e9)) // the distant future
@@ -162,10 +164,15 @@ Ref<Date> dateForMonotonicTime(std::chrono::steady_clock::time_point time)
 }
 
 Timer::Timer(const Date* fireDate, TimeInterval interval, Object* target, Selector selector, Object* userInfo, bool repeats)
+    : Timer(monotonicTimeForDate(fireDate), interval, target, selector, userInfo, repeats)
+{
+}
+
+Timer::Timer(Clock::time_point fireTime, TimeInterval interval, Object* target, Selector selector, Object* userInfo, bool repeats)
     : _interval(repeats && !(interval > 0) ? 0.0001 : interval)
     , _repeats(repeats)
     , _selector(selector)
-    , _fireTime(monotonicTimeForDate(fireDate))
+    , _fireTime(fireTime)
     , _target(target)
     , _userInfo(userInfo)
 {
@@ -175,8 +182,7 @@ Timer::~Timer() = default;
 
 Ref<Timer> Timer::timerWithTimeInterval(TimeInterval interval, Object* target, Selector selector, Object* userInfo, bool repeats)
 {
-    auto fireDate = Date::dateWithTimeIntervalSinceNow(interval > 0 ? interval : 0);
-    return make<Timer>(fireDate.get(), interval, target, selector, userInfo, repeats);
+    return make<Timer>(monotonicTimeAfter(interval > 0 ? interval : 0), interval, target, selector, userInfo, repeats);
 }
 
 Ref<Timer> Timer::scheduledTimerWithTimeInterval(TimeInterval interval, Object* target, Selector selector, Object* userInfo, bool repeats)

@@ -3,6 +3,8 @@
 #include <Yarkit/core/runtime/Object.h>
 #include <Yarkit/core/runtime/Selector.h>
 
+#include <atomic>
+
 namespace yk {
 
 class Array;
@@ -31,6 +33,10 @@ public:
     void fire();
     // Releases everything and signals the waiter; a second call does nothing.
     void cleanup();
+    // A flag of the waiting caller's, set when the request is done, before the lock is
+    // signalled, so that the caller can watch it without taking the lock's mutex while the
+    // main thread needs it. Not owned; cleanup forgets it before it signals the lock.
+    void setDoneFlag(std::atomic<bool>* done) { _done = done; }
 
 private:
     Ref<Object> _target;
@@ -38,6 +44,7 @@ private:
     Ref<Object> _argument;
     Ref<Array> _modes;
     Ref<ConditionLock> _lock;
+    std::atomic<bool>* _done { nullptr };
 };
 
 } // namespace yk

@@ -63,6 +63,9 @@ private:
     Ref<PortMessage> _portMessage;
     // How deep the main thread is in running jobs; posters read it to skip the port message.
     std::atomic<int32_t> _disabled { 0 };
+    // Set from a send until the main thread takes the port message: posts meanwhile add to the
+    // list and skip the write, as the drain that message starts will find their jobs.
+    std::atomic<bool> _portMessagePending { false };
 };
 
 } // namespace yk

@@ -12,11 +12,14 @@
 #include <Yarkit/core/values/Exception.h>
 #include <Yarkit/core/values/String.h>
 
+#include "CommandOutput.h"
 #include "CoreTestSupport.h"
 #include "RunLoopTestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -191,6 +194,33 @@ TEST(RunLoop, ObserversAreToldInOrderAndSignalledSourcesRun)
     EXPECT_FALSE(early->isValid()) << "a one-shot observer";
     loop->removeSource(source.get(), kOtherMode);
     loop->removeObserver(late.get(), kOtherMode);
+}
+
+// Runs again in a child process, where no loop exists yet, so another thread makes the main loop;
+// the main thread runs it, and a perform an observer adds as the loop is about to wait runs
+// without the loop sleeping until the limit.
+TEST(RunLoopChild, TheMainLoopMadeOnAnotherThreadRunsOnTheMainThreadWithoutLostWakeUps)
+{
+    if (!std::getenv("YK_RUN_LOOP_CHILD")) {
+        const auto child = yk::test::runCommand("YK_RUN_LOOP_CHILD=1 '" + std::filesystem::read_symlink("/proc/self/exe").string()
+            + "' --gtest_filter=RunLoopChild.TheMainLoopMadeOnAnotherThreadRunsOnTheMainThreadWithoutLostWakeUps");
+        EXPECT_EQ(child.status, 0) << "the child's test failed:\n" << child.output;
+        return;
+    }
+    RunLoop* made = nullptr;
+    std::thread([&] { made = RunLoop::mainRunLoop(); }).join();
+    RunLoop* loop = RunLoop::currentRunLoop();
+    EXPECT_EQ(loop, made);
+    auto recorder = yk::make<LoopRecorder>();
+    auto keepAlive = yk::Port::port();
+    auto observer = yk::make<yk::RunLoopObserver>(yk::kCFRunLoopBeforeWaiting, false, 0,
+        [&](auto*, auto) { loop->performSelector("note:", recorder.get(), nullptr, 0, modes({ kModalMode })); });
+    loop->addPort(keepAlive.get(), kModalMode);
+    loop->addObserver(observer.get(), kModalMode);
+    const auto start = RunLoop::Clock::now();
+    loop->runMode(kModalMode, start + 5s);
+    EXPECT_EQ(recorder->log.size(), 1u);
+    EXPECT_LT(RunLoop::Clock::now() - start, 2s) << "the loop slept on a perform it had";
 }
 
 class NotificationQueueTest : public testing::Test {

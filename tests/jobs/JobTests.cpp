@@ -25,9 +25,7 @@ TEST(YJob, ThePlaceholderMakesTheClassThatFitsTheArgumentsAndEachRunsItsMessage)
     EXPECT_EQ(YJob::alloc(), YJob::alloc());
     EventLog log;
     auto target = make<JobTarget>(&log);
-    auto a = test::str("a");
-    auto b = test::str("b");
-    auto c = test::str("c");
+    auto a = test::str("a"), b = test::str("b"), c = test::str("c");
     struct Row {
         Ref<YJob> job;
         const char* className;

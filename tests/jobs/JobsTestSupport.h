@@ -23,21 +23,9 @@ namespace yk::test {
 // A thread-safe list of what happened, in order.
 class EventLog {
 public:
-    void add(std::string event)
-    {
-        std::lock_guard guard(_lock);
-        _events.push_back(std::move(event));
-    }
-    std::vector<std::string> events()
-    {
-        std::lock_guard guard(_lock);
-        return _events;
-    }
-    void clear()
-    {
-        std::lock_guard guard(_lock);
-        _events.clear();
-    }
+    void add(std::string event) { std::lock_guard guard(_lock); _events.push_back(std::move(event)); }
+    std::vector<std::string> events() { std::lock_guard guard(_lock); return _events; }
+    void clear() { std::lock_guard guard(_lock); _events.clear(); }
 
 private:
     std::mutex _lock;
@@ -60,10 +48,7 @@ inline bool waitUntil(const std::function<bool()>& done, std::chrono::millisecon
 class JobTarget : public Object {
     YK_OBJECT(JobTarget, Object)
 public:
-    explicit JobTarget(EventLog* log = nullptr)
-        : log(log)
-    {
-    }
+    explicit JobTarget(EventLog* log = nullptr) : log(log) { }
     void work() { note("work"); if (body) body(); }
     void object(Object* a) { note("object " + describe(a)); }
     void objects(Object* a, Object* b) { note("objects " + describe(a) + " " + describe(b)); }
@@ -95,11 +80,7 @@ public:
 class JobWatcher : public Object {
     YK_OBJECT(JobWatcher, Object)
 public:
-    JobWatcher(std::string name, EventLog* log)
-        : name(std::move(name))
-        , log(log)
-    {
-    }
+    JobWatcher(std::string name, EventLog* log) : name(std::move(name)), log(log) { }
     bool shouldAdd(YJobCenter* center, YJob* job, Array* waiting, Array* running) { return !shouldAddJob || shouldAddJob(center, job, waiting, running); }
     bool shouldExecute(YJobCenter* center, YJob* job, Array* running) { return !shouldExecuteJob || shouldExecuteJob(center, job, running); }
     void notice(Notification* notification)
@@ -120,10 +101,7 @@ public:
 class Gatekeeper : public Object {
     YK_OBJECT(Gatekeeper, Object)
 public:
-    explicit Gatekeeper(std::function<bool(YJob*, Array*)> answer)
-        : answer(std::move(answer))
-    {
-    }
+    explicit Gatekeeper(std::function<bool(YJob*, Array*)> answer) : answer(std::move(answer)) { }
     bool shouldExecute(YJobCenter*, YJob* job, Array* running)
     {
         asked.fetch_add(1);

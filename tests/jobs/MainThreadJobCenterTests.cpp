@@ -90,9 +90,7 @@ TEST_F(YMainThreadJobCenterTest, AHeldBackJobIsAskedAgainOnTheNextPassAndNoNotic
 
 TEST_F(YMainThreadJobCenterTest, EveryFormRunsAtOnceOnTheMainThreadAndLaterInOrderElsewhere)
 {
-    auto a = String::withUTF8("a");
-    auto b = String::withUTF8("b");
-    auto c = String::withUTF8("c");
+    auto a = String::withUTF8("a"), b = String::withUTF8("b"), c = String::withUTF8("c");
     struct Form {
         std::function<void()> call;
         const char* ran;
@@ -182,11 +180,15 @@ TEST(YJobCenterUntilEmpty, LeavesWhenAnotherThreadEmptiesTheListMeanwhile)
     EXPECT_EQ(target->calls, 0);
 }
 
-// Run in a child process, where nothing has used the main-thread center yet.
+// Runs again in a child process, where nothing has used the main-thread center yet.
 TEST(YMainThreadJobCenterChild, FirstUseOffTheMainThreadRaisesUntilTheMainThreadPreparesIt)
 {
-    if (!std::getenv("YK_MAIN_CENTER_CHILD"))
-        GTEST_SKIP() << "runs in the child of FirstUseOffTheMainThread";
+    if (!std::getenv("YK_MAIN_CENTER_CHILD")) {
+        const auto child = test::runCommand("YK_MAIN_CENTER_CHILD=1 '" + std::filesystem::read_symlink("/proc/self/exe").string()
+            + "' --gtest_filter=YMainThreadJobCenterChild.FirstUseOffTheMainThreadRaisesUntilTheMainThreadPreparesIt");
+        EXPECT_EQ(child.status, 0) << "the child's test failed:\n" << child.output;
+        return;
+    }
     onAnotherThread([] {
         test::expectRaise([] { YJobCenter::mainThreadCenter(); }, NSInternalInconsistencyException,
             "+[YJobCenter prepareForMainThreadCenter] called in a different thread from the main thread");
@@ -195,15 +197,6 @@ TEST(YMainThreadJobCenterChild, FirstUseOffTheMainThreadRaisesUntilTheMainThread
     test::expectRaise([] { YJobCenter::mainThreadCenter(); }, NSInternalInconsistencyException, "You must invoke + [YJobCenter prepareForMainThread] first.");
     YMainThreadJobCenter::prepareForMainThreadCenter();
     EXPECT_TRUE(YJobCenter::mainThreadCenter());
-}
-
-TEST(YMainThreadJobCenterChild, FirstUseOffTheMainThread)
-{
-    if (std::getenv("YK_MAIN_CENTER_CHILD"))
-        GTEST_SKIP();
-    const auto child = test::runCommand("YK_MAIN_CENTER_CHILD=1 '" + std::filesystem::read_symlink("/proc/self/exe").string()
-        + "' --gtest_filter=YMainThreadJobCenterChild.FirstUseOffTheMainThreadRaisesUntilTheMainThreadPreparesIt");
-    EXPECT_EQ(child.status, 0) << "the child's test failed:\n" << child.output;
 }
 
 } // namespace

@@ -114,9 +114,16 @@ public:
     struct Mode;
     struct Perform;
     struct BackEnd;
+    // A mode's items and whether it is common, as looked up.
+    struct ModeLookup {
+        std::string name;
+        uint64_t generation { ~uint64_t(0) };
+        Mode* items { nullptr };
+        bool isCommon { false };
+    };
 
 private:
-    explicit RunLoop(pthread_t thread);
+    explicit RunLoop(bool isMain);
     template <typename T, typename... Args>
     friend Ref<T> make(Args&&... args);
 
@@ -129,7 +136,9 @@ private:
     void cancelPerforms(const std::function<bool(const Perform&)>& matches) YK_EXCLUDES(_lock);
 
     // One pass in the mode; true when a source, port message or perform was handled.
-    bool runPass(const std::string& mode, Clock::time_point limit, bool mayWait);
+    // limitPassed, when given, tells whether the pass ended without waiting because the limit
+    // had passed.
+    bool runPass(const std::string& mode, Clock::time_point limit, bool mayWait, bool* limitPassed = nullptr);
     bool hasItems(const std::string& mode) YK_EXCLUDES(_lock);
     void notifyObservers(const std::string& mode, RunLoopActivity activity);
     uint32_t fireTimers(const std::string& mode);
@@ -154,10 +163,16 @@ private:
     template <typename Function>
     void forEachItemsOf(const std::string& mode, Function&& function) YK_REQUIRES(_lock);
     Mode& modeForAdding(std::string_view mode) YK_REQUIRES(_lock);
+    const ModeLookup& lookUpMode(std::string_view mode) YK_REQUIRES(_lock);
     bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
 
-    const pthread_t _thread; // the loop's own thread
+    // Whether the calling thread is the loop's own. The main loop may be made on any thread, so
+    // it asks Thread rather than recording the thread that made it.
+    bool isLoopThread() const;
+
+    const bool _isMain;
+    const pthread_t _thread; // the loop's own thread; unused for the main loop
     int _epoll { -1 };
     int _wakeFd { -1 };
     int _timerFd { -1 };
@@ -167,17 +182,29 @@ private:
     std::set<std::string, std::less<>> _commonModes YK_GUARDED_BY(_lock);
     std::unique_ptr<Mode> _commonItems YK_GUARDED_BY(_lock);
     std::vector<Perform> _performs YK_GUARDED_BY(_lock);
-    uint64_t _nextPerformSequence YK_GUARDED_BY(_lock) { 0 };
+    // Changed under _lock, read without it: a pass notes the sequence as it begins and skips
+    // the lock when no perform waits. The count is stored before the sequence is released.
+    std::atomic<uint64_t> _nextPerformSequence { 0 };
+    std::atomic<size_t> _performCount { 0 };
     uint64_t _itemsGeneration YK_GUARDED_BY(_lock) { 0 };
+    // Advanced when a mode is made or made common.
+    uint64_t _modesGeneration YK_GUARDED_BY(_lock) { 0 };
+    // The last mode looked up, valid while _modesGeneration is unchanged (modes are never
+    // erased, so the pointer stays good).
+    ModeLookup _lastLookup YK_GUARDED_BY(_lock);
     // Every activity an observer of this loop has asked for, so passes skip the others.
     std::atomic<uint32_t> _observedActivities { 0 };
-    // The mode stack of the loop's own thread; only that thread changes it.
-    std::vector<std::string> _modeStack YK_GUARDED_BY(_lock);
+    // The mode stack of the loop's own thread; only that thread changes it. Each name is the
+    // one its run holds, which outlives its place here.
+    std::vector<const std::string*> _modeStack YK_GUARDED_BY(_lock);
 
     // Read and changed only by the loop's thread: which descriptors epoll watches now.
     std::set<int> _watched;
     std::string _watchedMode;
     uint64_t _watchedGeneration { ~uint64_t(0) };
+    // wakeUp called on the loop's own thread since the pass began (a callout or an observer
+    // added work): the pass does not sleep.
+    bool _wokenOnLoopThread { false };
     struct BackEndDeleter {
         void operator()(BackEnd*) const;
     };

@@ -27,6 +27,8 @@ public:
     // initWithFireDate:interval:target:selector:userInfo:repeats: An interval of zero or less
     // on a repeating timer is taken as 0.1 ms.
     Timer(const Date* fireDate, TimeInterval interval, Object* target, Selector selector, Object* userInfo, bool repeats);
+    // The same with the fire time on the monotonic clock.
+    Timer(Clock::time_point fireTime, TimeInterval interval, Object* target, Selector selector, Object* userInfo, bool repeats);
     ~Timer() override;
 
     // timerWithTimeInterval:target:selector:userInfo:repeats: not scheduled.
@@ -71,6 +73,8 @@ private:
 
 // Converts between dates and the monotonic clock the loop waits with.
 std::chrono::steady_clock::time_point monotonicTimeForDate(const Date* date);
+// The monotonic time the interval in seconds from now comes to.
+std::chrono::steady_clock::time_point monotonicTimeAfter(TimeInterval seconds);
 Ref<Date> dateForMonotonicTime(std::chrono::steady_clock::time_point time);
 
 } // namespace yk
