@@ -63,22 +63,49 @@ void OwnedLockState::release(const Object* lock, const char* selector, const int
 
 bool OwnedLockState::isAvailable(const int* wanted) const
 {
-    return _owner == std::thread::id() && (!wanted || _condition == *wanted);
+    return _owner == std::thread::id() && (!wanted || _condition.load(std::memory_order_relaxed) == *wanted);
 }
 
 bool OwnedLockState::waitUntilAvailable(const int* wanted, const Clock::time_point* limit)
 {
-    ++_waiters;
+    if (isAvailable(wanted))
+        return true;
+    addWaiter(wanted);
     while (!isAvailable(wanted)) {
         if (!limit) {
             _mutex.wait(_released);
         } else if (!_mutex.waitUntil(_released, *limit) && !isAvailable(wanted)) {
-            --_waiters;
+            removeWaiter(wanted);
             return false;
         }
     }
-    --_waiters;
+    removeWaiter(wanted);
     return true;
+}
+
+void OwnedLockState::addWaiter(const int* wanted)
+{
+    ++_waiters;
+    if (!wanted)
+        return;
+    if (!_conditionWaiters++)
+        _wantedCondition = *wanted;
+    else if (*wanted != _wantedCondition)
+        _waitersWantDifferentConditions = true;
+}
+
+void OwnedLockState::removeWaiter(const int* wanted)
+{
+    --_waiters;
+    // Whether the ones left still want different conditions is not tracked: they are taken to,
+    // which costs only a wake-up, until the last of them leaves.
+    if (wanted && !--_conditionWaiters)
+        _waitersWantDifferentConditions = false;
+}
+
+bool OwnedLockState::mayWakeWaiter() const
+{
+    return _waiters > _conditionWaiters || _waitersWantDifferentConditions || _wantedCondition == _condition.load(std::memory_order_relaxed);
 }
 
 void OwnedLockState::hold()
@@ -90,7 +117,7 @@ void OwnedLockState::hold()
 void OwnedLockState::drop(const int* condition)
 {
     if (condition)
-        _condition = *condition;
+        _condition.store(*condition, std::memory_order_release);
     if (--_depth > 0)
         return;
     _owner = std::thread::id();
@@ -98,16 +125,15 @@ void OwnedLockState::drop(const int* condition)
     // as soon as it can run. Waiters for a condition may wait for different ones, so all look.
     if (!_waiters)
         return;
-    if (_kind == Kind::Conditional)
-        _released.notify_all();
-    else
+    if (_kind != Kind::Conditional)
         _released.notify_one();
+    else if (mayWakeWaiter())
+        _released.notify_all();
 }
 
 int OwnedLockState::condition() const
 {
-    Locker guard(_mutex);
-    return _condition;
+    return _condition.load(std::memory_order_acquire);
 }
 
 Ref<String> OwnedLockState::name() const

@@ -174,10 +174,13 @@ TEST(OwnedLock, MisplacedUnlocksAreLoggedAndChangeNothing)
 
 TEST(ConditionLock, WakesEachWaiterForItsOwnCondition)
 {
-    // Three threads wait for conditions 1, 2 and 3; each passes the lock on to the next.
+    // Three threads wait for conditions 1, 2 and 3 and a fourth for the lock whatever its
+    // condition. A release with a condition none of the three wants must still wake the fourth,
+    // which sets 1; then each passes the lock on to the next.
     auto lock = yk::make<yk::ConditionLock>(0);
     std::vector<int> order;
     std::vector<std::thread> waiters;
+    lock->lock();
     for (int c = 3; c >= 1; --c) {
         waiters.emplace_back([&, c] {
             yk::ConditionLocker guard(*lock, c);
@@ -185,12 +188,16 @@ TEST(ConditionLock, WakesEachWaiterForItsOwnCondition)
             guard.setCondition(c == 3 ? 0 : c + 1);
         });
     }
+    waiters.emplace_back([&]() YK_NO_THREAD_SAFETY_ANALYSIS {
+        lock->lock();
+        order.push_back(0);
+        lock->unlockWithCondition(1);
+    });
     std::this_thread::sleep_for(10ms);
-    lock->lock();
-    lock->unlockWithCondition(1);
+    lock->unlockWithCondition(7);
     for (auto& waiter : waiters)
         waiter.join();
-    EXPECT_EQ(order, (std::vector<int> { 1, 2, 3 }));
+    EXPECT_EQ(order, (std::vector<int> { 0, 1, 2, 3 }));
     EXPECT_EQ(lock->condition(), 0);
 }
 

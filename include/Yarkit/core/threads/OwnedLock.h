@@ -6,6 +6,7 @@
 #include <Yarkit/core/values/String.h>
 #include <Yarkit/core/runtime/ThreadSafety.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -24,7 +25,8 @@ public:
     using Clock = std::chrono::steady_clock;
     // Plain: taking it again on the thread that holds it raises "deadlock". Recursive: its holder
     // takes it again, and it is free when every take has been matched by a release.
-    // Conditional: plain, with a condition that waiters can ask for, so a release wakes them all.
+    // Conditional: plain, with a condition that waiters can ask for, so a release that one of
+    // them can use wakes them all.
     enum class Kind { Plain, Recursive, Conditional };
 
     OwnedLockState(Kind kind, Ref<String> name, int condition = 0);
@@ -53,6 +55,11 @@ private:
     void hold() YK_REQUIRES(_mutex);
     // Gives up one take of the calling thread, which holds the lock; wakes waiters once it is free.
     void drop(const int* condition) YK_REQUIRES(_mutex);
+    void addWaiter(const int* wanted) YK_REQUIRES(_mutex);
+    void removeWaiter(const int* wanted) YK_REQUIRES(_mutex);
+    // Whether a waiter could take the lock as it is now, free: a release that cannot satisfy any
+    // waiter wakes none (a consumer waiting for condition 1 sleeps through releases with 0).
+    bool mayWakeWaiter() const YK_REQUIRES(_mutex);
 
     const Kind _kind;
     mutable Mutex _mutex;
@@ -60,7 +67,10 @@ private:
     std::thread::id _owner YK_GUARDED_BY(_mutex); // no thread when the lock is free
     uint32_t _depth YK_GUARDED_BY(_mutex) { 0 }; // takes not yet matched by a release
     uint32_t _waiters YK_GUARDED_BY(_mutex) { 0 };
-    int _condition YK_GUARDED_BY(_mutex);
+    uint32_t _conditionWaiters YK_GUARDED_BY(_mutex) { 0 }; // the waiters that want a condition
+    int _wantedCondition YK_GUARDED_BY(_mutex) { 0 }; // the condition they want, if they agree
+    bool _waitersWantDifferentConditions YK_GUARDED_BY(_mutex) { false };
+    std::atomic<int> _condition; // written under _mutex, read without it
     Ref<String> _name YK_GUARDED_BY(_mutex);
 };
 
