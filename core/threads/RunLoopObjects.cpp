@@ -117,11 +117,13 @@ bool Port::handleEvent()
     Ref<Object> delegate(this->delegate());
     if (!isValid() || !delegate)
         return true;
+    static const Selector handleMachMessage("handleMachMessage:");
+    static const Selector handlePortMessage("handlePortMessage:");
     auto message = make<PortMessage>(this, this, nullptr);
-    if (delegate->respondsToSelector("handleMachMessage:"))
-        yk::send(delegate.get(), "handleMachMessage:", message.get());
-    else if (delegate->respondsToSelector("handlePortMessage:"))
-        yk::send(delegate.get(), "handlePortMessage:", message.get());
+    if (delegate->respondsToSelector(handleMachMessage))
+        yk::send(delegate.get(), handleMachMessage, message.get());
+    else if (delegate->respondsToSelector(handlePortMessage))
+        yk::send(delegate.get(), handlePortMessage, message.get());
     return true;
 }
 
