@@ -46,6 +46,14 @@ void spinUntil(const std::function<bool()>& done)
         std::this_thread::yield();
 }
 
+// Waits without taking a CPU from the threads doing the work, as a main thread asleep in its
+// loop would.
+void sleepUntil(const std::function<bool()>& done)
+{
+    while (!done())
+        std::this_thread::sleep_for(50us);
+}
+
 constexpr int Burst = 10000;
 
 void BM_JobsBurst(benchmark::State& state)
@@ -57,8 +65,8 @@ void BM_JobsBurst(benchmark::State& state)
         const uint64_t start = counter->count.load();
         for (int i = 0; i < Burst; ++i)
             center->postJob(yk::YJob::jobWithTarget(counter.get(), "hit").get());
-        spinUntil([&] { return counter->count.load(std::memory_order_acquire) == start + Burst; });
-        spinUntil([&] { return !center->hasRunningJobs(); });
+        sleepUntil([&] { return counter->count.load(std::memory_order_acquire) == start + Burst; });
+        sleepUntil([&] { return !center->hasRunningJobs(); });
     }
     state.SetItemsProcessed(state.iterations() * Burst);
 }
@@ -77,26 +85,50 @@ void BM_RawThreadsBurst(benchmark::State& state)
                 alive.fetch_sub(1);
             }).detach();
         }
-        spinUntil([&] { return count.load(std::memory_order_acquire) == start + Burst && alive.load() == 0; });
+        sleepUntil([&] { return count.load(std::memory_order_acquire) == start + Burst && alive.load() == 0; });
     }
     state.SetItemsProcessed(state.iterations() * Burst);
 }
 BENCHMARK(BM_RawThreadsBurst)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// One post at a time, until its method starts.
+// Records when its method started and wakes whoever waits for that.
+class StartStamp : public yk::Object {
+    YK_OBJECT(StartStamp, yk::Object)
+public:
+    void stamp()
+    {
+        startedAt = std::chrono::steady_clock::now();
+        started.store(true, std::memory_order_release);
+        started.notify_one();
+    }
+    // Sleeps until the method has started; answers the time from `postedAt`, in seconds.
+    double waitSince(std::chrono::steady_clock::time_point postedAt)
+    {
+        started.wait(false, std::memory_order_acquire);
+        started.store(false, std::memory_order_relaxed);
+        return std::chrono::duration<double>(startedAt - postedAt).count();
+    }
+    std::chrono::steady_clock::time_point startedAt; // written before `started` is set
+    std::atomic<bool> started { false };
+};
+YK_DEFINE_CLASS(StartStamp, [](yk::MethodListBuilder& c) { c.method("stamp", &StartStamp::stamp); });
+
+// One post at a time to an idle center, timed from the post to the start of its method. The
+// poster sleeps meanwhile, as an application's main thread would, and the next post waits until
+// the last job's thread has finished.
 void BM_JobPostToStart(benchmark::State& state)
 {
     yk::YJobCenter::mainThreadCenter();
     auto center = yk::YJobCenter::jobCenter();
-    auto counter = yk::make<Counter>();
+    auto stamp = yk::make<StartStamp>();
     for (auto _ : state) {
-        const uint64_t start = counter->count.load();
-        center->postJob(yk::YJob::jobWithTarget(counter.get(), "hit").get());
-        spinUntil([&] { return counter->count.load(std::memory_order_acquire) == start + 1; });
+        const auto postedAt = std::chrono::steady_clock::now();
+        center->postJob(yk::YJob::jobWithTarget(stamp.get(), "stamp").get());
+        state.SetIterationTime(stamp->waitSince(postedAt));
+        sleepUntil([&] { return !center->hasRunningJobs(); });
     }
-    spinUntil([&] { return !center->hasRunningJobs(); });
 }
-BENCHMARK(BM_JobPostToStart)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_JobPostToStart)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 // The same two hops done raw: a condition variable wakes a thread that detaches a thread.
 void BM_RawPostToStart(benchmark::State& state)
@@ -105,7 +137,7 @@ void BM_RawPostToStart(benchmark::State& state)
     std::condition_variable wake;
     int pending = 0;
     bool stop = false;
-    std::atomic<uint64_t> count { 0 };
+    auto stamp = yk::make<StartStamp>();
     std::atomic<int> alive { 0 };
     std::thread watcher([&] {
         std::unique_lock guard(lock);
@@ -116,19 +148,20 @@ void BM_RawPostToStart(benchmark::State& state)
             --pending;
             alive.fetch_add(1);
             std::thread([&] {
-                count.fetch_add(1, std::memory_order_release);
+                stamp->stamp();
                 alive.fetch_sub(1);
             }).detach();
         }
     });
     for (auto _ : state) {
-        const uint64_t start = count.load();
+        const auto postedAt = std::chrono::steady_clock::now();
         {
             std::lock_guard guard(lock);
             ++pending;
         }
         wake.notify_one();
-        spinUntil([&] { return count.load(std::memory_order_acquire) == start + 1; });
+        state.SetIterationTime(stamp->waitSince(postedAt));
+        sleepUntil([&] { return alive.load() == 0; });
     }
     {
         std::lock_guard guard(lock);
@@ -136,11 +169,11 @@ void BM_RawPostToStart(benchmark::State& state)
     }
     wake.notify_one();
     watcher.join();
-    spinUntil([&] { return alive.load() == 0; });
 }
-BENCHMARK(BM_RawPostToStart)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_RawPostToStart)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
-// A thread that runs a body each time the main thread asks and waits for it.
+// A thread that, each time the main thread asks, lets the main thread fall asleep, then runs a
+// body and times it: what a post costs the poster until it is told, with an idle main thread.
 class Poster {
 public:
     explicit Poster(std::function<void()> body)
@@ -151,7 +184,11 @@ public:
                 if (_go.load() < 0)
                     return;
                 _go = 0;
+                const auto asleep = std::chrono::steady_clock::now() + 200us; // the main thread's loop is asleep by then
+                spinUntil([&] { return std::chrono::steady_clock::now() >= asleep; });
+                const auto start = std::chrono::steady_clock::now();
                 _body();
+                _elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
                 _done = true;
             }
         })
@@ -162,32 +199,31 @@ public:
         _go = -1;
         _thread.join();
     }
-    void go()
+    // Runs the body once while this thread waits its own way (`waitOnce` blocks until something
+    // arrives) until `ran` holds; answers the poster's time in seconds.
+    template <typename Ran, typename WaitOnce>
+    double roundTrip(Ran ran, WaitOnce waitOnce)
     {
         _done = false;
         _go = 1;
-    }
-    bool done() const { return _done.load(); }
-    // Starts the body and calls `poll` on this thread, yielding between calls, until it is done.
-    template <typename Poll>
-    void roundTrip(Poll poll)
-    {
-        go();
-        while (!done()) {
-            poll();
-            std::this_thread::yield();
-        }
+        while (!ran())
+            waitOnce();
+        spinUntil([&] { return _done.load(); });
+        return _elapsed;
     }
 
 private:
     std::function<void()> _body;
     std::atomic<int> _go { 0 };
     std::atomic<bool> _done { false };
+    double _elapsed { 0 }; // written before _done is set
     std::thread _thread;
 };
 
 // Round trip: another thread posts, the method runs on the main thread, the poster is told. The
-// main thread polls without blocking in every variant, as the GLib one must.
+// main thread sleeps in its loop until the post wakes it, as an application's does.
+constexpr auto GuardLimit = 1s; // only a guard: every wait ends with the post
+
 void BM_MainThreadRoundTrip(benchmark::State& state)
 {
     yk::YJobCenter::mainThreadCenter();
@@ -198,20 +234,26 @@ void BM_MainThreadRoundTrip(benchmark::State& state)
         spinUntil([&] { return counter->count.load() == start + 1; });
     });
     yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
-    for (auto _ : state)
-        poster.roundTrip([&] { loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now()); });
+    for (auto _ : state) {
+        const uint64_t start = counter->count.load();
+        state.SetIterationTime(poster.roundTrip([&] { return counter->count.load() != start; },
+            [&] { loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now() + GuardLimit); }));
+    }
 }
-BENCHMARK(BM_MainThreadRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_MainThreadRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 void BM_WaitingPerformRoundTrip(benchmark::State& state)
 {
     auto counter = yk::make<Counter>();
     Poster poster([&] { yk::YK_performSelectorOnMainThread(counter.get(), "hit", nullptr, true); });
     yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
-    for (auto _ : state)
-        poster.roundTrip([&] { loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now()); });
+    for (auto _ : state) {
+        const uint64_t start = counter->count.load();
+        state.SetIterationTime(poster.roundTrip([&] { return counter->count.load() != start; },
+            [&] { loop->runMode(yk::kCFRunLoopDefaultMode, yk::RunLoop::Clock::now() + GuardLimit); }));
+    }
 }
-BENCHMARK(BM_WaitingPerformRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_WaitingPerformRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 // The peer built by hand: a locked queue of closures and an eventfd the main thread polls.
 void BM_EventfdQueueRoundTrip(benchmark::State& state)
@@ -230,28 +272,27 @@ void BM_EventfdQueueRoundTrip(benchmark::State& state)
         [[maybe_unused]] auto written = write(wake, &one, sizeof one);
         spinUntil([&] { return count.load() == start + 1; });
     });
-    for (auto _ : state) {
-        poster.go();
-        while (!poster.done()) {
-            pollfd descriptor { wake, POLLIN, 0 };
-            if (poll(&descriptor, 1, 0) <= 0) {
-                std::this_thread::yield();
-                continue;
-            }
-            uint64_t drained;
-            [[maybe_unused]] auto read_ = read(wake, &drained, sizeof drained);
-            std::deque<std::function<void()>> taken;
-            {
-                std::lock_guard guard(lock);
-                taken.swap(queue);
-            }
-            for (auto& closure : taken)
-                closure();
+    auto waitOnce = [&] {
+        pollfd descriptor { wake, POLLIN, 0 };
+        if (poll(&descriptor, 1, std::chrono::milliseconds(GuardLimit).count()) <= 0)
+            return;
+        uint64_t drained;
+        [[maybe_unused]] auto read_ = read(wake, &drained, sizeof drained);
+        std::deque<std::function<void()>> taken;
+        {
+            std::lock_guard guard(lock);
+            taken.swap(queue);
         }
+        for (auto& closure : taken)
+            closure();
+    };
+    for (auto _ : state) {
+        const uint64_t start = count.load();
+        state.SetIterationTime(poster.roundTrip([&] { return count.load() != start; }, waitOnce));
     }
     close(wake);
 }
-BENCHMARK(BM_EventfdQueueRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_EventfdQueueRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 gboolean countCall(gpointer data)
 {
@@ -269,11 +310,13 @@ void BM_GLibInvokeRoundTrip(benchmark::State& state)
         spinUntil([&] { return count.load() == start + 1; });
     });
     g_main_context_acquire(context);
-    for (auto _ : state)
-        poster.roundTrip([&] { g_main_context_iteration(context, FALSE); });
+    for (auto _ : state) {
+        const uint64_t start = count.load();
+        state.SetIterationTime(poster.roundTrip([&] { return count.load() != start; }, [&] { g_main_context_iteration(context, TRUE); }));
+    }
     g_main_context_release(context);
 }
-BENCHMARK(BM_GLibInvokeRoundTrip)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_GLibInvokeRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 // One pass of the main loop with nothing to do, against the poll it cannot do without: what a
 // pass costs beyond finding out that nothing is ready.
