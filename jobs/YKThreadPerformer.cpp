@@ -50,10 +50,17 @@ const std::vector<std::string>& commonModeNames()
 void waitForHolder(ConditionLock& lock, const std::atomic<bool>& done)
 {
     const auto spinLimit = std::chrono::steady_clock::now() + std::chrono::microseconds(50);
-    while (!done.load(std::memory_order_acquire) && std::chrono::steady_clock::now() < spinLimit)
+    while (!done.load(std::memory_order_acquire)) {
+        if (std::chrono::steady_clock::now() >= spinLimit) {
+            lock.lockWhenCondition(1);
+            lock.unlock();
+            break;
+        }
         std::this_thread::yield();
-    lock.lockWhenCondition(1);
-    lock.unlock();
+    }
+    // The flag is set just after the lock is signalled; the holder may still be writing it.
+    while (!done.load(std::memory_order_acquire))
+        std::this_thread::yield();
 }
 
 } // namespace
@@ -139,7 +146,8 @@ void YKPerformHolder::fire()
         return;
     Ref<YKPerformHolder> protectedThis(this);
     // Scheduled once per mode; it runs once.
-    RunLoop::currentRunLoop()->cancelPerformSelector("fire", this, nullptr);
+    static const Selector fire("fire");
+    RunLoop::currentRunLoop()->cancelPerformSelector(fire, this, nullptr);
     Ref<Object> target = _target;
     if (_selector.argumentCount() == 0)
         target->performSelector(_selector);
@@ -155,10 +163,10 @@ void YKPerformHolder::cleanup()
     _argument = nullptr;
     _modes = nullptr;
     if (Ref<ConditionLock> lock = std::move(_lock)) {
-        if (std::atomic<bool>* done = std::exchange(_done, nullptr))
-            done->store(true, std::memory_order_release);
         lock->lock();
         lock->unlockWithCondition(1);
+        if (std::atomic<bool>* done = std::exchange(_done, nullptr))
+            done->store(true, std::memory_order_release);
     }
 }
 

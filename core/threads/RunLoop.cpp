@@ -282,6 +282,8 @@ void RunLoop::performSelector(Selector selector, Object* target, Object* argumen
 
 void RunLoop::cancelPerforms(const std::function<bool(const Perform&)>& matches)
 {
+    if (_performCount.load(std::memory_order_relaxed) == 0)
+        return; // nothing scheduled: no lock, no copy
     std::vector<Perform> cancelled; // released after the lock
     Locker guard(_lock);
     auto end = std::stable_partition(_performs.begin(), _performs.end(), [&](const Perform& perform) { return !matches(perform); });

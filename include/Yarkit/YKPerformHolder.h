@@ -33,9 +33,10 @@ public:
     void fire();
     // Releases everything and signals the waiter; a second call does nothing.
     void cleanup();
-    // A flag of the waiting caller's, set when the request is done, before the lock is
-    // signalled, so that the caller can watch it without taking the lock's mutex while the
-    // main thread needs it. Not owned; cleanup forgets it before it signals the lock.
+    // A flag of the waiting caller's, set when the request is done, after the lock is
+    // signalled: a caller that sees it set skips the lock, whose condition is 1 by then. It
+    // is the last thing cleanup touches of the caller's, so the caller waits for it also
+    // when it woke on the lock. Not owned.
     void setDoneFlag(std::atomic<bool>* done) { _done = done; }
 
 private:
