@@ -36,9 +36,9 @@ struct NotificationCenter::Observation {
     // twice when the observer posts a notification that reaches it again).
     std::vector<std::thread::id> callers;
 
-    bool matches(const Notification& notification) const
+    bool matches(const String* postedName, const Object* postedObject) const
     {
-        return (!name || name->isEqual(notification.name())) && (!object || object == notification.object());
+        return (!name || name->isEqual(postedName)) && (!object || object == postedObject);
     }
     bool matchesRemoval(const Object* removedObserver, const String* removedName, const Object* removedObject) const
     {
@@ -160,7 +160,7 @@ void NotificationCenter::postNotification(Notification* notification)
     {
         Locker guard(_lock);
         for (const auto& observation : _observations) {
-            if (observation->matches(*notification))
+            if (observation->matches(notification->name(), notification->object()))
                 matching.push_back(observation);
         }
     }
@@ -170,6 +170,14 @@ void NotificationCenter::postNotification(Notification* notification)
         Call call(*this, *observation);
         send(observation->observer, observation->selector, notification);
     }
+}
+
+bool NotificationCenter::hasObserverFor(const String* name, const Object* object) const
+{
+    Locker guard(_lock);
+    return std::any_of(_observations.begin(), _observations.end(), [&](const std::shared_ptr<Observation>& observation) {
+        return !observation->removed && observation->matches(name, object);
+    });
 }
 
 void NotificationCenter::postNotificationName(const String* name, Object* object, Dictionary* userInfo)

@@ -112,6 +112,17 @@ TEST_F(NotificationCenterTest, MatchesByNameAndObjectWithNullAsAny)
     }
 }
 
+TEST_F(NotificationCenterTest, TellsWhetherAPostWouldReachAnyone)
+{
+    auto one = listener("Ping/a");
+    center->addObserver(one.get(), "heard:", yk::String::withUTF8("Ping").get(), a.get());
+    const std::tuple<const char*, char, bool> rows[] = { { "Ping", 'a', true }, { "Ping", 'b', false }, { "Ping", 0, false }, { "Other", 'a', false } };
+    for (const auto& [name, object, reached] : rows)
+        EXPECT_EQ(center->hasObserverFor(yk::String::withUTF8(name).get(), sender(object)), reached) << name << "/" << (object ? object : '*');
+    center->removeObserver(one.get());
+    EXPECT_FALSE(center->hasObserverFor(yk::String::withUTF8("Ping").get(), a.get()));
+}
+
 TEST_F(NotificationCenterTest, RemovesOnlyTheRegistrationsThatMatchNameAndObject)
 {
     // Each row removes with a name and object, then posts enough to reach every registration left.

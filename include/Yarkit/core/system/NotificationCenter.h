@@ -55,6 +55,9 @@ public:
     // passes to the poster, and the observers after it are not called for this notification.
     // Raises NSInvalidArgumentException for a null notification.
     void postNotification(Notification* notification);
+    // Whether a notification with this name and object would reach an observer now, so that
+    // a poster can skip making one nobody receives.
+    bool hasObserverFor(const String* name, const Object* object) const;
     // postNotificationName:object:userInfo: posts a new notification; see Notification.
     void postNotificationName(const String* name, Object* object, Dictionary* userInfo = nullptr);
     void postNotificationName(std::string_view name, Object* object, Dictionary* userInfo = nullptr);
