@@ -499,27 +499,32 @@ void YJobCenter::notifyObserversOfName(const char* name)
 
 void YJobCenter::notifyJobObserversOfName(const char* name, YJob* job, const Exception* exception)
 {
+    static const struct {
+        const char* name;
+        Selector method;
+    } notices[] = { { YJobWillBeginNotification, Selector("jobWillBegin:") }, { YJobDidEndNotification, Selector("jobDidEnd:") },
+        { YJobDidCancelNotification, Selector("jobDidCancel:") }, { YJobExceptionDidOccurNotification, Selector("jobExceptionDidOccur:") } };
+    auto notice = std::find_if(std::begin(notices), std::end(notices), [&](const auto& each) { return each.name == name || !std::strcmp(each.name, name); });
+    Object* told = nullptr;
+    if (notice == std::end(notices)) {
+        log("*** -[%s %s]: illegal name %s", classObject()->name().c_str(), "notifyJobObserversOfName:withJob:exception:", name);
+    } else if (Object* sender = job->sender(); sender && sender->respondsToSelector(notice->method)) {
+        told = sender;
+    } else if (Object* delegate = this->delegate(); delegate && delegate->respondsToSelector(notice->method)) {
+        told = delegate;
+    }
+    auto* center = NotificationCenter::defaultCenter();
+    const Ref<String> notificationName = noticeName(name);
+    // Most jobs have nobody listening: no notice is made for nobody.
+    if (!told && !center->hasObserverFor(notificationName.get(), job))
+        return;
     Ref<Dictionary> userInfo;
     if (exception)
         userInfo = Dictionary::dictionaryWithEntries({ { String::withUTF8("NSException"), make<Exception>(*exception) } }); // a copy: the thrown one dies with its handler
-    auto notification = Notification::notificationWithName(noticeName(name), job, userInfo.get());
-    const char* method = nullptr;
-    if (!std::strcmp(name, YJobWillBeginNotification))
-        method = "jobWillBegin:";
-    else if (!std::strcmp(name, YJobDidEndNotification))
-        method = "jobDidEnd:";
-    else if (!std::strcmp(name, YJobDidCancelNotification))
-        method = "jobDidCancel:";
-    else if (!std::strcmp(name, YJobExceptionDidOccurNotification))
-        method = "jobExceptionDidOccur:";
-    if (!method) {
-        log("*** -[%s %s]: illegal name %s", classObject()->name().c_str(), "notifyJobObserversOfName:withJob:exception:", name);
-    } else if (Object* sender = job->sender(); sender && sender->respondsToSelector(method)) {
-        send(sender, method, notification);
-    } else if (Object* delegate = this->delegate(); delegate && delegate->respondsToSelector(method)) {
-        send(delegate, method, notification);
-    }
-    NotificationCenter::defaultCenter()->postNotification(notification.get());
+    auto notification = Notification::notificationWithName(notificationName, job, userInfo.get());
+    if (told)
+        send(told, notice->method, notification);
+    center->postNotification(notification.get());
 }
 
 } // namespace yk
