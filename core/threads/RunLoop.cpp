@@ -529,11 +529,23 @@ std::vector<int> RunLoop::readyDescriptors(int timeout)
         if (fd == _wakeFd || fd == _timerFd) {
             uint64_t drained;
             [[maybe_unused]] auto ignored = read(fd, &drained, sizeof drained);
+            // Cleared after the read, reading the last waker's mark: its work is visible to this
+            // pass, and a later waker writes again.
+            if (fd == _wakeFd)
+                _wakePending.exchange(false, std::memory_order_acq_rel);
             continue;
         }
         ready.push_back(fd);
     }
     return ready;
+}
+
+void RunLoop::writeWakeUp()
+{
+    if (_wakePending.exchange(true, std::memory_order_acq_rel))
+        return; // written and not drained yet: the loop wakes anyway
+    const uint64_t one = 1;
+    [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
 }
 
 void RunLoop::armTimer(const std::string& mode, Clock::time_point limit)

@@ -15,8 +15,6 @@
 #include <algorithm>
 #include <climits>
 #include <glib.h>
-#include <pthread.h>
-#include <unistd.h>
 
 namespace yk {
 
@@ -235,8 +233,7 @@ void RunLoop::wakeUp()
 {
     // Also on the loop's own thread: a post from a GLib callback there must make the context
     // dispatch the loop, which GLib would not otherwise look at before it sleeps.
-    const uint64_t one = 1;
-    [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
+    writeWakeUp();
 }
 
 } // namespace yk

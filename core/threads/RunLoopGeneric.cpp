@@ -3,8 +3,6 @@
 
 #include <Yarkit/core/threads/RunLoop.h>
 
-#include <pthread.h>
-#include <unistd.h>
 #include <utility>
 
 namespace yk {
@@ -37,8 +35,7 @@ void RunLoop::wakeUp()
         _wokenOnLoopThread = true;
         return;
     }
-    const uint64_t one = 1;
-    [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
+    writeWakeUp();
 }
 
 } // namespace yk

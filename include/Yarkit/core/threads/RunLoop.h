@@ -205,6 +205,10 @@ private:
     // wakeUp called on the loop's own thread since the pass began (a callout or an observer
     // added work): the pass does not sleep.
     bool _wokenOnLoopThread { false };
+    // The wake-up eventfd has been written and not yet drained: a second wakeUp meanwhile
+    // writes nothing. The drain clears it after reading the descriptor.
+    std::atomic<bool> _wakePending { false };
+    void writeWakeUp();
     struct BackEndDeleter {
         void operator()(BackEnd*) const;
     };
