@@ -565,10 +565,11 @@ void RunLoop::armTimer(const std::string& mode, Clock::time_point limit)
     timerfd_settime(_timerFd, TFD_TIMER_ABSTIME, &spec, nullptr);
 }
 
-std::string RunLoop::dispatchMode() const
+const std::string& RunLoop::dispatchMode() const
 {
+    static const std::string defaultMode(kCFRunLoopDefaultMode);
     Locker guard(_lock);
-    return _modeStack.empty() ? std::string(kCFRunLoopDefaultMode) : *_modeStack.back();
+    return _modeStack.empty() ? defaultMode : *_modeStack.back();
 }
 
 bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool mayWait, bool* limitPassed)
@@ -604,7 +605,7 @@ bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool may
 
 void RunLoop::runDispatchedPass()
 {
-    const std::string mode = dispatchMode();
+    const std::string& mode = dispatchMode();
     CurrentModeScope scope(*this, mode);
     runPass(mode, Clock::now(), false);
     notifyObservers(mode, kCFRunLoopBeforeWaiting);

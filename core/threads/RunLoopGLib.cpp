@@ -56,7 +56,7 @@ struct RunLoop::BackEnd {
     // and the run's limit when the iteration is runMode's sleep.
     Clock::time_point deadline(RunLoop& loop, int depth) const
     {
-        const std::string mode = loop.dispatchMode();
+        const std::string& mode = loop.dispatchMode();
         loop.syncInterest(mode);
         auto deadline = loop.nextTimerDate(mode).value_or(Clock::time_point::max());
         if (depth == waitDepth)

@@ -154,7 +154,8 @@ private:
     // Arms the timerfd for the earlier of the mode's next timer and the limit.
     void armTimer(const std::string& mode, Clock::time_point limit);
     // The mode a pass not started by runMode runs in: the running mode, else the default one.
-    std::string dispatchMode() const YK_EXCLUDES(_lock);
+    // Only for the loop's own thread: the name lives as long as the run that holds it.
+    const std::string& dispatchMode() const YK_EXCLUDES(_lock);
     // A pass the back end starts itself (a GLib dispatch): in dispatchMode, without waiting;
     // then observers are told the loop is about to wait, as it may sleep next.
     void runDispatchedPass();
