@@ -49,16 +49,28 @@ bool OwnedLockState::tryTake(const int* wanted)
 void OwnedLockState::release(const Object* lock, const char* selector, const int* condition)
 {
     const char* problem = nullptr;
+    Wake wake = Wake::None;
+    Ref<Object> keepAlive; // released last, after the notify
     {
         Locker guard(_mutex);
         if (_owner == std::this_thread::get_id()) {
-            drop(condition);
-            return;
+            wake = drop(condition);
+            // A woken waiter may take the lock and drop the last reference to it as soon as the
+            // inner mutex is free; the notify comes after that, so that the waiter need not
+            // wait for the mutex the notifier still holds.
+            if (wake != Wake::None)
+                keepAlive = const_cast<Object*>(lock);
+        } else {
+            problem = _owner == std::thread::id() ? "unlocked when not locked"
+                                                  : "unlocked from a thread which did not lock it";
         }
-        problem = _owner == std::thread::id() ? "unlocked when not locked"
-                                              : "unlocked from a thread which did not lock it";
     }
-    logLockMisuse(lock, selector, problem);
+    if (wake == Wake::One)
+        _released.notify_one();
+    else if (wake == Wake::All)
+        _released.notify_all();
+    if (problem)
+        logLockMisuse(lock, selector, problem);
 }
 
 bool OwnedLockState::isAvailable(const int* wanted) const
@@ -114,21 +126,19 @@ void OwnedLockState::hold()
     _depth = 1;
 }
 
-void OwnedLockState::drop(const int* condition)
+OwnedLockState::Wake OwnedLockState::drop(const int* condition)
 {
     if (condition)
         _condition.store(*condition, std::memory_order_release);
     if (--_depth > 0)
-        return;
+        return Wake::None;
     _owner = std::thread::id();
-    // Notified under _mutex: a waiter that takes the lock may release the last reference to it
-    // as soon as it can run. Waiters for a condition may wait for different ones, so all look.
     if (!_waiters)
-        return;
+        return Wake::None;
     if (_kind != Kind::Conditional)
-        _released.notify_one();
-    else if (mayWakeWaiter())
-        _released.notify_all();
+        return Wake::One;
+    // Waiters for a condition may wait for different ones, so all look.
+    return mayWakeWaiter() ? Wake::All : Wake::None;
 }
 
 int OwnedLockState::condition() const

@@ -53,8 +53,10 @@ private:
     bool waitUntilAvailable(const int* wanted, const Clock::time_point* limit) YK_REQUIRES(_mutex);
     // The calling thread holds the lock, which was free.
     void hold() YK_REQUIRES(_mutex);
-    // Gives up one take of the calling thread, which holds the lock; wakes waiters once it is free.
-    void drop(const int* condition) YK_REQUIRES(_mutex);
+    enum class Wake { None, One, All };
+    // Gives up one take of the calling thread, which holds the lock; once it is free, answers
+    // which waiters to wake.
+    Wake drop(const int* condition) YK_REQUIRES(_mutex);
     void addWaiter(const int* wanted) YK_REQUIRES(_mutex);
     void removeWaiter(const int* wanted) YK_REQUIRES(_mutex);
     // Whether a waiter could take the lock as it is now, free: a release that cannot satisfy any
