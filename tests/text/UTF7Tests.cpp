@@ -3,12 +3,14 @@
 #include <Yarkit/Base64Units.h>
 
 #include "streams/Base64Codec.h"
+#include "text/UTF7Paths.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 using namespace yk;
+using namespace std::literals;
 
 TEST(StringUTF7, EncodesBothForms)
 {
@@ -57,6 +59,29 @@ TEST(StringUTF7, MalformedShiftsStayLiteral)
     }
     EXPECT_EQ(stringWithUTF7String(nullptr)->length(), 0u);
     EXPECT_EQ(stringWithModifiedUTF7Bytes("&-", 0)->length(), 0u);
+}
+
+// The vector encoders write what the portable ones write, wherever runs meet a block's edges,
+// for shifted runs longer than a piece and output longer than the stack buffer; both decode back.
+TEST(StringUTF7, VectorPathWritesAsThePortablePath)
+{
+    // Each class's edges, and units that narrow to the same byte as a literal would.
+    const std::u16string_view kinds = u"\t\n\x08\x0B\r\x1F ?'()*+,-./09:;@AZ[`az{~&\x7F\u0080\u00FF\u0100\u0141\u65E5\u7FFF\u8000\xD800\uFFFF\0"sv;
+    uint32_t seed = 1;
+    for (uint32_t length : { 15u, 16u, 17u, 40u, 200u, 5000u, 40000u }) {
+        for (int round = 0; round < 20; ++round) {
+            std::u16string units;
+            for (seed = seed * 1103515245 + 12345; units.size() < length; seed = seed * 1103515245 + 12345)
+                units.append((seed >> 16) % (round % 5 ? 12 : 4000) + 1, kinds[(seed >> 8) % kinds.size()]);
+            auto string = make<String>(units);
+            const auto utf7 = detail::encodeUTF7Using(detail::UTF7Path::Vector, string.get());
+            const auto modified = detail::encodeModifiedUTF7Using(detail::UTF7Path::Vector, string.get());
+            EXPECT_EQ(utf7->stringView(), detail::encodeUTF7Using(detail::UTF7Path::Portable, string.get())->stringView()) << length << "/" << round;
+            EXPECT_EQ(modified->stringView(), detail::encodeModifiedUTF7Using(detail::UTF7Path::Portable, string.get())->stringView()) << length << "/" << round;
+            EXPECT_TRUE(stringWithUTF7Bytes(utf7->bytes(), utf7->length())->isEqualToString(units)) << length << "/" << round;
+            EXPECT_TRUE(stringWithModifiedUTF7Bytes(modified->bytes(), modified->length())->isEqualToString(units)) << length << "/" << round;
+        }
+    }
 }
 
 // The codec's entry for unit runs writes what its portable path writes for the big-endian
