@@ -2,7 +2,8 @@
 
 #include <unicode/uidna.h>
 
-#include <algorithm>
+#include <cstring>
+#include <string>
 
 namespace yk {
 namespace {
@@ -24,9 +25,9 @@ Ref<String> convertName(const String* string, Convert convert)
     const int32_t outputLength = convert(source, static_cast<int32_t>(length), output, status);
     if (U_FAILURE(status) || outputLength < 0 || outputLength > static_cast<int32_t>(IDNMaximumLength))
         return nullptr;
-    if (static_cast<uint32_t>(outputLength) == length && std::equal(output, output + length, source))
+    if (static_cast<uint32_t>(outputLength) == length && !std::memcmp(output, source, length * sizeof(char16_t)))
         return string->copy();
-    return String::stringWithCharacters(output, static_cast<uint32_t>(outputLength));
+    return make<String>(std::u16string(output, static_cast<size_t>(outputLength)));
 }
 
 // ICU deprecated the IDNA2003 calls in favour of UTS #46, which answers some names differently

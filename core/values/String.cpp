@@ -13,6 +13,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <typeinfo>
 
 #include <locale.h>
 
@@ -57,7 +58,7 @@ Ref<String> String::stringWithCharacters(const char16_t* characters, uint32_t le
 {
     if (!characters && length)
         detail::raiseInvalidArgument("*** +[String stringWithCharacters:length:]: nil string (or other) argument");
-    return make<String>(std::u16string(characters, characters + length));
+    return make<String>(std::u16string(characters, length));
 }
 
 Ref<String> String::stringWithBytes(const void* bytes, size_t length, CFStringEncoding encoding)
@@ -350,9 +351,11 @@ bool String::boolValue() const
 
 Ref<String> String::copy() const
 {
-    if (dynamic_cast<const MutableString*>(this))
-        return make<String>(_units);
-    return Ref<String>(const_cast<String*>(this));
+    // An immutable string is its own copy. The exact-type test answers the common case without
+    // the cost of a dynamic_cast.
+    if (typeid(*this) == typeid(String) || !dynamic_cast<const MutableString*>(this))
+        return Ref<String>(const_cast<String*>(this));
+    return make<String>(_units);
 }
 
 Ref<MutableString> String::mutableCopy() const
