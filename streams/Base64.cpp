@@ -343,95 +343,30 @@ int32_t yk_decode_base64_no_pad(uint8_t* out, const char* chars, uint32_t length
 
 } // extern "C"
 
-namespace yk {
+namespace yk::detail {
 namespace {
 
-constexpr uint8_t InvalidSextet = 0x40;
-
-// Sextet of every byte, InvalidSextet for a character outside the alphabet; mailbox names'
-// decoder reads "," as "/" as well.
+// Sextet of every byte, InvalidBase64Sextet for a character outside the alphabet; mailbox
+// names' decoder reads "," as "/" as well.
 constexpr std::array<uint8_t, 256> makeSextetTable(bool commaIsSlash)
 {
-    constexpr auto values = detail::makeDecodingTable();
+    constexpr auto values = makeDecodingTable();
     std::array<uint8_t, 256> table {};
     for (unsigned c = 0; c < 256; ++c)
-        table[c] = c < 128 && values[c] != detail::NotBase64 ? values[c] : InvalidSextet;
+        table[c] = c < 128 && values[c] != NotBase64 ? values[c] : InvalidBase64Sextet;
     if (commaIsSlash)
         table[','] = table['/'];
     return table;
 }
 
-constexpr std::array<uint8_t, 256> sextetTables[] = { makeSextetTable(false), makeSextetTable(true) };
+constexpr auto standardSextets = makeSextetTable(false);
+constexpr auto mailboxSextets = makeSextetTable(true);
 // Mailbox names' alphabet has "," for "/".
-constexpr auto mailboxPairTable = detail::makePairTable("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,");
-constexpr const std::array<char, 2 * 4096>* unitPairTables[] = { &detail::pairTable, &mailboxPairTable };
-
-// Three units, big-endian, are 48 bits: eight characters from four pair lookups.
-inline void encodeUnitGroup(char* out, const std::array<char, 2 * 4096>& pairs, uint64_t bits)
-{
-    std::memcpy(out, &pairs[2 * (bits >> 36)], 2);
-    std::memcpy(out + 2, &pairs[2 * ((bits >> 24) & 0xFFF)], 2);
-    std::memcpy(out + 4, &pairs[2 * ((bits >> 12) & 0xFFF)], 2);
-    std::memcpy(out + 6, &pairs[2 * (bits & 0xFFF)], 2);
-}
-
-// The sextets of `count` characters, first character highest, with InvalidSextet or'ed into
-// `invalid` for any outside the alphabet.
-inline uint64_t sextets(const std::array<uint8_t, 256>& table, const char* chars, uint32_t count, uint8_t& invalid)
-{
-    uint64_t bits = 0;
-    for (uint32_t i = 0; i < count; ++i) {
-        const uint8_t sextet = table[static_cast<uint8_t>(chars[i])];
-        invalid |= sextet;
-        bits = bits << 6 | sextet;
-    }
-    return bits;
-}
+constexpr auto mailboxPairTable = makePairTable("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,");
 
 } // namespace
 
-int32_t encodeBase64Units(char* out, const char16_t* units, uint32_t count, Base64UnitAlphabet alphabet)
-{
-    const auto& pairs = *unitPairTables[alphabet == Base64UnitAlphabet::MailboxName];
-    uint32_t i = 0;
-    for (; count - i >= 3; i += 3, out += 8)
-        encodeUnitGroup(out, pairs, uint64_t { units[i] } << 32 | uint64_t { units[i + 1] } << 16 | units[i + 2]);
-    // The last one or two units with zero bits after them, as padding-free base64 ends.
-    if (count - i == 2)
-        encodeUnitGroup(out, pairs, uint64_t { units[i] } << 32 | uint64_t { units[i + 1] } << 16);
-    else if (count - i == 1)
-        encodeUnitGroup(out, pairs, uint64_t { units[i] } << 32);
-    return static_cast<int32_t>((uint64_t { count } * 16 + 5) / 6);
-}
+const char* const base64UnitPairs[2] = { pairTable.data(), mailboxPairTable.data() };
+const uint8_t* const base64UnitSextets[2] = { standardSextets.data(), mailboxSextets.data() };
 
-int32_t decodeBase64Units(char16_t* out, const char* chars, uint32_t length, Base64UnitAlphabet alphabet)
-{
-    const auto& table = sextetTables[alphabet == Base64UnitAlphabet::MailboxName];
-    uint8_t invalid = 0;
-    uint32_t i = 0;
-    char16_t* const start = out;
-    // Eight characters are 48 bits: three units.
-    for (; length - i >= 8; i += 8, out += 3) {
-        const uint64_t bits = sextets(table, chars + i, 8, invalid);
-        out[0] = static_cast<char16_t>(bits >> 32);
-        out[1] = static_cast<char16_t>(bits >> 16);
-        out[2] = static_cast<char16_t>(bits);
-    }
-    // The rest hold whole bytes only for 0, 1, 3 or 6 characters (0, 0, 2 and 4 bytes); any
-    // other count leaves an odd byte, which is no whole number of units.
-    const uint32_t rest = length - i;
-    const uint64_t bits = sextets(table, chars + i, rest, invalid);
-    if (invalid & InvalidSextet)
-        return -1;
-    if (rest == 3) {
-        *out++ = static_cast<char16_t>(bits >> 2);
-    } else if (rest == 6) {
-        *out++ = static_cast<char16_t>(bits >> 20);
-        *out++ = static_cast<char16_t>(bits >> 4);
-    } else if (rest != 0 && rest != 1) {
-        return 0;
-    }
-    return static_cast<int32_t>(out - start);
-}
-
-} // namespace yk
+} // namespace yk::detail

@@ -14,6 +14,8 @@
 #include <emmintrin.h>
 #endif
 
+#include "text/UTF7Paths.h"
+
 namespace yk {
 namespace {
 
@@ -21,10 +23,9 @@ namespace {
 // per 3 units) with their shifts; rarer text makes the data grow once.
 constexpr uint64_t reservedBytesPerUnit = 3;
 
-// Units per base64 call: a multiple of 3, so the pieces of a run join without padding in
-// between; they encode to 4096 characters.
-constexpr uint32_t unitsPerChunk = 1536;
-constexpr size_t charactersPerChunk = unitsPerChunk * 2 / 3 * 4;
+// Units per piece of a long shifted run: a multiple of 3, so the pieces join without padding
+// in between; a piece encodes to at most 4096 characters.
+constexpr uint32_t unitsPerPiece = 1536;
 
 // Letters, digits, "+" and "/".
 constexpr std::array<bool, 256> base64Characters = [] {
@@ -41,6 +42,14 @@ constexpr std::array<bool, 128> directUTF7Characters = [] {
         table[c] = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
     for (char c : std::string_view("'(),-./:? \t\r\n"))
         table[static_cast<uint8_t>(c)] = true;
+    return table;
+}();
+
+// The direct units before which "-" closes a shifted run: base64 characters and "-".
+constexpr std::array<uint8_t, 128> dashBefore = [] {
+    std::array<uint8_t, 128> table {};
+    for (int c = 0; c < 128; ++c)
+        table[c] = base64Characters[c] || c == '-';
     return table;
 }();
 
@@ -66,31 +75,10 @@ constexpr char16_t fromBigEndian(char16_t unit)
     return unit;
 }
 
-// The units in [i, end) from i up to the first one outside 0x20-0x7E or equal to "&", which
-// modified UTF-7 writes as they are; their low bytes go to `out`. Returns where it stopped.
-uint32_t narrowPrintableRun(const char16_t* units, uint32_t i, uint32_t end, char* out)
-{
-    char* const start = out - i;
-#if defined(__SSE2__)
-    const __m128i belowSpace = _mm_set1_epi16(0x1F), delete_ = _mm_set1_epi16(0x7F), ampersand = _mm_set1_epi16('&');
-    for (; i + 8 <= end; i += 8) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
-        // Signed compares: units from 0x8000 up are negative, so below the space too.
-        const __m128i printable = _mm_andnot_si128(_mm_cmpeq_epi16(v, ampersand),
-            _mm_and_si128(_mm_cmpgt_epi16(v, belowSpace), _mm_cmplt_epi16(v, delete_)));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(start + i), _mm_packus_epi16(v, v));
-        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(printable));
-        if (mask != 0xFFFF)
-            return i + static_cast<uint32_t>(std::countr_one(mask)) / 2;
-    }
-#endif
-    for (; i < end && isPrintableASCII(units[i]) && units[i] != '&'; ++i)
-        start[i] = static_cast<char>(units[i]);
-    return i;
-}
-
-// Collects the encoders' output in a buffer on the stack and appends it to the data in large
-// pieces, so the data is never zero-filled and its bytes are written once.
+// The encoders' output: a buffer on the stack, appended to the data whenever its free room falls
+// below what one step of the encoding loop may write (a block of 16 bytes, or a piece of a
+// shifted run with its shift and closing characters). The data is never zero-filled, and the
+// loop checks the room once per step.
 class Output {
 public:
     explicit Output(MutableData& data)
@@ -100,97 +88,217 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    // Room for `count` bytes (at most the buffer's size), to be committed after writing.
-    char* reserve(size_t count)
+    char* begin() { return _buffer; }
+    // Where a step may start; beyond it, flush first.
+    const char* limit() const { return _buffer + sizeof _buffer - stepRoom; }
+    // Appends the bytes before `end` to the data and returns where writing resumes.
+    char* flush(char* end)
     {
-        if (_used + count > sizeof _buffer)
-            flush();
-        return _buffer + _used;
-    }
-    void commit(size_t count) { _used += count; }
-    void put(char c) { *reserve(1) = c, ++_used; }
-    void flush()
-    {
-        _data.appendBytes(_buffer, static_cast<uint32_t>(_used));
-        _used = 0;
+        _data.appendBytes(_buffer, static_cast<uint32_t>(end - _buffer));
+        return _buffer;
     }
 
 private:
+    static constexpr size_t stepRoom = unitsPerPiece / 3 * 8 + 16;
+
     MutableData& _data;
-    size_t _used { 0 };
     char _buffer[16384];
 };
 
-// Writes the base64 text of `count` units in the given alphabet. Raises when the codec's count
-// is not ceil(16n / 6).
-void encodeRun(const char16_t* units, uint32_t count, Output& output, Base64UnitAlphabet alphabet)
+// Writes the base64 text of a shifted run of `count` units (at least one), flushing between the
+// pieces of a long run. Raises when the codec's count is not ceil(16n / 6).
+char* writeShiftedRun(const char16_t* units, uint32_t count, char* out, Output& output, Base64UnitAlphabet alphabet)
 {
-    const uint64_t expected = (uint64_t(count) * 16 + 5) / 6;
+    const uint64_t expected = (uint64_t { count } * 16 + 5) / 6;
     uint64_t written = 0;
-    for (uint32_t done = 0; done < count;) {
-        const uint32_t chunk = std::min(count - done, unitsPerChunk);
-        const int32_t chunkWritten = std::max(encodeBase64Units(output.reserve(charactersPerChunk), units + done, chunk, alphabet), 0);
-        output.commit(static_cast<size_t>(chunkWritten));
-        written += static_cast<uint64_t>(chunkWritten);
-        done += chunk;
+    for (;;) {
+        const uint32_t piece = std::min(count, unitsPerPiece);
+        const auto pieceWritten = static_cast<uint32_t>(std::max(encodeBase64Units(out, units, piece, alphabet), 0));
+        out += pieceWritten;
+        written += pieceWritten;
+        units += piece;
+        count -= piece;
+        if (!count)
+            break;
+        if (out > output.limit())
+            out = output.flush(out);
     }
     if (written != expected) {
         raise(NSInternalInconsistencyException, "*** BASE64-encoded length: %u (%u expected)",
             static_cast<unsigned>(written), static_cast<unsigned>(expected));
     }
+    return out;
 }
 
-// Copies units as bytes from `i` while they are written as they are, and returns where it
-// stopped. `narrow(units, i, end, out)` copies from i up to end or the first unit that is not,
-// and may write up to 8 bytes beyond what it copies.
-template <typename Narrow>
-uint32_t copyLiteralRun(const char16_t* units, uint32_t i, uint32_t count, Output& output, Narrow narrow)
-{
-    constexpr uint32_t piece = 1024;
-    for (;;) {
-        const uint32_t end = std::min(count, i + piece);
-        char* out = output.reserve(piece + 8);
-        const uint32_t stop = narrow(units, i, end, out);
-        output.commit(stop - i);
-        if (stop < end || stop == count)
-            return stop;
-        i = stop;
-    }
-}
-
-// The units in [i, end) from i up to the first one that UTF-7 does not write as it is; their
-// low bytes go to `out`, as narrowPrintableRun does.
-uint32_t narrowDirectRun(const char16_t* units, uint32_t i, uint32_t end, char* out)
-{
-    char* const start = out - i;
 #if defined(__SSE2__)
-    for (; i + 8 <= end; i += 8) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
-        // Signed compares: units from 0x8000 up are negative, so outside every range.
-        auto inRange = [v](short low, short high) {
-            return _mm_and_si128(_mm_cmpgt_epi16(v, _mm_set1_epi16(static_cast<short>(low - 1))),
-                _mm_cmplt_epi16(v, _mm_set1_epi16(static_cast<short>(high + 1))));
-        };
-        auto is = [v](char c) { return _mm_cmpeq_epi16(v, _mm_set1_epi16(c)); };
-        // ' ( ) and , - . / 0-9 : are two ranges; then the letters, ? and the four spaces.
-        const __m128i punctuation = _mm_or_si128(inRange('\'', ')'), inRange(',', ':'));
-        const __m128i letters = _mm_or_si128(inRange('A', 'Z'), inRange('a', 'z'));
-        const __m128i others = _mm_or_si128(_mm_or_si128(is('?'), is(' ')), _mm_or_si128(_mm_or_si128(is('\t'), is('\r')), is('\n')));
-        const __m128i direct = _mm_or_si128(_mm_or_si128(punctuation, letters), others);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(start + i), _mm_packus_epi16(v, v));
-        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(direct));
-        if (mask != 0xFFFF)
-            return i + static_cast<uint32_t>(std::countr_one(mask)) / 2;
+// Sixteen units as bytes. Units from 0x100 up become 0xFF or 0x00, which no form writes as they
+// are or takes as the end of a shifted run, so the bytes classify the units exactly.
+inline __m128i narrow16(const char16_t* units)
+{
+    return _mm_packus_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units)),
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + 8)));
+}
+
+// Signed compares: bytes from 0x80 up are negative, so outside every range.
+inline __m128i bytesInRange(__m128i bytes, char low, char high)
+{
+    return _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(static_cast<char>(low - 1))),
+        _mm_cmplt_epi8(bytes, _mm_set1_epi8(static_cast<char>(high + 1))));
+}
+
+inline __m128i bytesEqual(__m128i bytes, char c)
+{
+    return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c));
+}
+
+inline unsigned maskOf(__m128i bytes)
+{
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+#endif
+
+// A bit per unit of a block of 16: whether it is written as it is, and whether it ends a
+// shifted run.
+struct BlockMasks {
+    unsigned literal;
+    unsigned endsRun;
+};
+
+// UTF-7: direct units are written as they are; any other starts a shifted run, which the next
+// direct unit ends, with "-" before it where it is a base64 character or "-". The last run
+// stays open.
+struct UTF7Form {
+    static constexpr char shift = '+';
+    static constexpr Base64UnitAlphabet alphabet = Base64UnitAlphabet::Standard;
+    static constexpr bool escapesShift = false;
+
+    static bool isLiteral(char16_t c) { return isDirectUTF7(c); }
+    static bool endsRun(char16_t c) { return isDirectUTF7(c); }
+    static char* close(char* out, const char16_t* units, uint32_t next, uint32_t count)
+    {
+        if (next < count) {
+            *out = '-';
+            out += dashBefore[units[next]];
+        }
+        return out;
+    }
+#if defined(__SSE2__)
+    static BlockMasks masks(__m128i bytes)
+    {
+        // Letters either case, ' ( ), and , - . / 0-9 :, then ? and the four spaces.
+        const __m128i letters = bytesInRange(_mm_or_si128(bytes, _mm_set1_epi8(0x20)), 'a', 'z');
+        const __m128i punctuation = _mm_or_si128(bytesInRange(bytes, '\'', ')'), bytesInRange(bytes, ',', ':'));
+        const __m128i spaces = _mm_or_si128(_mm_or_si128(bytesInRange(bytes, '\t', '\n'), bytesEqual(bytes, '\r')),
+            _mm_or_si128(bytesEqual(bytes, ' '), bytesEqual(bytes, '?')));
+        const unsigned direct = maskOf(_mm_or_si128(_mm_or_si128(letters, punctuation), spaces));
+        return { direct, direct };
     }
 #endif
-    for (; i < end && isDirectUTF7(units[i]); ++i)
-        start[i] = static_cast<char>(units[i]);
-    return i;
+};
+
+// Modified UTF-7: printable units are written as they are, "&" as "&-"; a shifted run ends at
+// the next printable unit and is always closed by "-".
+struct ModifiedUTF7Form {
+    static constexpr char shift = '&';
+    static constexpr Base64UnitAlphabet alphabet = Base64UnitAlphabet::MailboxName;
+    static constexpr bool escapesShift = true;
+
+    static bool isLiteral(char16_t c) { return isPrintableASCII(c) && c != '&'; }
+    static bool endsRun(char16_t c) { return isPrintableASCII(c); }
+    static char* close(char* out, const char16_t*, uint32_t, uint32_t)
+    {
+        *out = '-';
+        return out + 1;
+    }
+#if defined(__SSE2__)
+    static BlockMasks masks(__m128i bytes)
+    {
+        const __m128i printable = bytesInRange(bytes, 0x20, 0x7E);
+        return { maskOf(_mm_andnot_si128(bytesEqual(bytes, '&'), printable)), maskOf(printable) };
+    }
+#endif
+};
+
+// Where the shifted run that reaches `j` ends: the first unit from j that ends it, or `count`.
+template <typename Form, bool vector>
+uint32_t shiftedRunEnd(const char16_t* units, uint32_t j, uint32_t count)
+{
+#if defined(__SSE2__)
+    for (; vector && count - j >= 16; j += 16) {
+        if (const unsigned ends = Form::masks(narrow16(units + j)).endsRun)
+            return j + static_cast<uint32_t>(std::countr_zero(ends));
+    }
+#endif
+    while (j < count && !Form::endsRun(units[j]))
+        ++j;
+    return j;
 }
 
-// Encodes the units of string with `encodeUnits(units, count, output)`.
-template <typename Encoder>
-Ref<MutableData> encodeWith(const String* string, Encoder encodeUnits)
+// The encoding loop of both forms. Without `vector` it takes a unit at a time, as the forms
+// describe it: the portable path. With it, where 16 units remain it classifies them at once,
+// stores their bytes, keeps those that are written as they are, and finds the end of a shifted
+// run from the same block; the bytes written are the same.
+template <typename Form, bool vector>
+void encodeUnits(const char16_t* units, uint32_t count, Output& output)
+{
+    char* out = output.begin();
+    for (uint32_t i = 0; i < count;) {
+        if (out > output.limit())
+            out = output.flush(out);
+        uint32_t end;
+#if defined(__SSE2__)
+        if (vector && count - i >= 16) {
+            const __m128i bytes = narrow16(units + i);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+            const BlockMasks masks = Form::masks(bytes);
+            if (masks.literal == 0xFFFF) {
+                i += 16;
+                out += 16;
+                continue;
+            }
+            const auto literal = static_cast<uint32_t>(std::countr_one(masks.literal));
+            i += literal;
+            out += literal;
+            const unsigned ends = masks.endsRun >> literal;
+            if (Form::escapesShift && (ends & 1)) {
+                *out++ = Form::shift;
+                *out++ = '-';
+                ++i;
+                continue;
+            }
+            end = ends ? i + static_cast<uint32_t>(std::countr_zero(ends)) : shiftedRunEnd<Form, vector>(units, i - literal + 16, count);
+        } else
+#endif
+        {
+            if (Form::isLiteral(units[i])) {
+                *out++ = static_cast<char>(units[i++]);
+                continue;
+            }
+            if (Form::escapesShift && Form::endsRun(units[i])) {
+                *out++ = Form::shift;
+                *out++ = '-';
+                ++i;
+                continue;
+            }
+            end = shiftedRunEnd<Form, vector>(units, i + 1, count);
+        }
+        *out++ = Form::shift;
+        out = writeShiftedRun(units + i, end - i, out, output, Form::alphabet);
+        i = end;
+        out = Form::close(out, units, i, count);
+    }
+    output.flush(out);
+}
+
+#if defined(__SSE2__)
+constexpr bool hasVectorPath = true;
+#else
+constexpr bool hasVectorPath = false;
+#endif
+
+// Encodes the units of string in `Form` along `path`.
+template <typename Form>
+Ref<MutableData> encodeWith(const String* string, detail::UTF7Path path)
 {
     if (!string)
         return nullptr;
@@ -199,52 +307,11 @@ Ref<MutableData> encodeWith(const String* string, Encoder encodeUnits)
     if (!count)
         return data;
     Output output(*data);
-    encodeUnits(string->units().data(), count, output);
-    output.flush();
+    if (path == detail::UTF7Path::Vector && hasVectorPath)
+        encodeUnits<Form, true>(string->units().data(), count, output);
+    else
+        encodeUnits<Form, false>(string->units().data(), count, output);
     return data;
-}
-
-void encodeUTF7Units(const char16_t* units, uint32_t count, Output& output)
-{
-    for (uint32_t i = 0; i < count;) {
-        if (isDirectUTF7(units[i])) {
-            if (i && (isBase64Character(units[i]) || units[i] == '-'))
-                output.put('-');
-            i = copyLiteralRun(units, i, count, output, narrowDirectRun);
-            continue;
-        }
-        uint32_t end = i + 1;
-        while (end < count && !isDirectUTF7(units[end]))
-            ++end;
-        output.put('+');
-        encodeRun(units + i, end - i, output, Base64UnitAlphabet::Standard);
-        i = end;
-    }
-}
-
-void encodeModifiedUTF7Units(const char16_t* units, uint32_t count, Output& output)
-{
-    for (uint32_t i = 0; i < count;) {
-        if (units[i] == '&') {
-            char* out = output.reserve(2);
-            out[0] = '&';
-            out[1] = '-';
-            output.commit(2);
-            ++i;
-            continue;
-        }
-        if (isPrintableASCII(units[i])) {
-            i = copyLiteralRun(units, i, count, output, narrowPrintableRun);
-            continue;
-        }
-        uint32_t end = i + 1;
-        while (end < count && !isPrintableASCII(units[end]))
-            ++end;
-        output.put('&');
-        encodeRun(units + i, end - i, output, Base64UnitAlphabet::MailboxName);
-        output.put('-');
-        i = end;
-    }
 }
 
 // Runs from this many characters on, in the standard alphabet, go through the codec's vector
@@ -304,8 +371,9 @@ uint32_t copyUnshifted(const char* in, uint32_t i, uint32_t length, char shift, 
     return end;
 }
 
-// Where the base64 characters from `i` end (a letter, digit, "+" or "/" each), sixteen bytes at
-// a time where the processor can.
+// Where the base64 characters from `i` end (a letter, digit, "+" or "/" each, and "," too with
+// `commas`), sixteen bytes at a time where the processor can.
+template <bool commas>
 uint32_t base64RunEnd(const char* in, uint32_t i, uint32_t length)
 {
 #if defined(__SSE2__)
@@ -316,14 +384,16 @@ uint32_t base64RunEnd(const char* in, uint32_t i, uint32_t length)
             return _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(static_cast<char>(low - 1))),
                 _mm_cmplt_epi8(v, _mm_set1_epi8(static_cast<char>(high + 1))));
         };
-        const __m128i base64 = _mm_or_si128(_mm_or_si128(inRange('A', 'Z'), inRange('a', 'z')),
+        __m128i base64 = _mm_or_si128(_mm_or_si128(inRange('A', 'Z'), inRange('a', 'z')),
             _mm_or_si128(inRange('/', '9'), _mm_cmpeq_epi8(v, _mm_set1_epi8('+'))));
+        if (commas)
+            base64 = _mm_or_si128(base64, _mm_cmpeq_epi8(v, _mm_set1_epi8(',')));
         const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(base64));
         if (mask != 0xFFFF)
             return i + static_cast<uint32_t>(std::countr_one(mask));
     }
 #endif
-    while (i < length && isBase64Character(static_cast<uint8_t>(in[i])))
+    while (i < length && (isBase64Character(static_cast<uint8_t>(in[i])) || (commas && in[i] == ',')))
         ++i;
     return i;
 }
@@ -345,9 +415,23 @@ Ref<String> stringTakingUnits(std::u16string units, uint32_t count)
 
 } // namespace
 
+namespace detail {
+
+Ref<MutableData> encodeUTF7Using(UTF7Path path, const String* string)
+{
+    return encodeWith<UTF7Form>(string, path);
+}
+
+Ref<MutableData> encodeModifiedUTF7Using(UTF7Path path, const String* string)
+{
+    return encodeWith<ModifiedUTF7Form>(string, path);
+}
+
+} // namespace detail
+
 Ref<MutableData> encodeUTF7Data(const String* string)
 {
-    return encodeWith(string, encodeUTF7Units);
+    return encodeWith<UTF7Form>(string, detail::UTF7Path::Vector);
 }
 
 Ref<Data> UTF7Data(const String* string)
@@ -363,7 +447,7 @@ std::string UTF7String(const String* string)
 
 Ref<MutableData> encodeModifiedUTF7Data(const String* string)
 {
-    return encodeWith(string, encodeModifiedUTF7Units);
+    return encodeWith<ModifiedUTF7Form>(string, detail::UTF7Path::Vector);
 }
 
 Ref<Data> modifiedUTF7Data(const String* string)
@@ -392,7 +476,7 @@ Ref<String> stringWithUTF7Bytes(const void* bytes, uint32_t length)
             i += 2;
             continue;
         }
-        const uint32_t end = base64RunEnd(in, i + 1, length);
+        const uint32_t end = base64RunEnd<false>(in, i + 1, length);
         const uint32_t count = end > i + 1 ? decodeRun(in + i + 1, end - i - 1, &units[out], Base64UnitAlphabet::Standard) : 0;
         if (!count) {
             units[out++] = '+';
@@ -427,21 +511,27 @@ Ref<String> stringWithModifiedUTF7Bytes(const void* bytes, uint32_t length)
             i += 2;
             continue;
         }
-        if (!dash || (dash != in + length && dash <= in + i)) {
-            dash = static_cast<const char*>(std::memchr(in + i + 1, '-', length - i - 1));
-            if (!dash)
-                dash = in + length;
+        // The run's closing "-": found at once when only alphabet characters come before it.
+        const uint32_t alphabetEnd = base64RunEnd<true>(in, i + 1, length);
+        const char* close = in + alphabetEnd;
+        if (alphabetEnd == length || *close != '-') {
+            if (!dash || (dash != in + length && dash <= in + i)) {
+                dash = static_cast<const char*>(std::memchr(in + i + 1, '-', length - i - 1));
+                if (!dash)
+                    dash = in + length;
+            }
+            close = dash;
         }
         uint32_t count = 0;
-        if (dash != in + length)
-            count = decodeRun(in + i + 1, static_cast<uint32_t>(dash - (in + i + 1)), &units[out], Base64UnitAlphabet::MailboxName);
+        if (close != in + length)
+            count = decodeRun(in + i + 1, static_cast<uint32_t>(close - (in + i + 1)), &units[out], Base64UnitAlphabet::MailboxName);
         if (!count) {
             units[out++] = '&';
             ++i;
             continue;
         }
         out += count;
-        i = static_cast<uint32_t>(dash - in) + 1;
+        i = static_cast<uint32_t>(close - in) + 1;
     }
     return stringTakingUnits(std::move(units), out);
 }

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <typeinfo>
 
 #include <locale.h>
 
@@ -36,7 +37,79 @@ std::u16string unitsOf(const icu::UnicodeString& text)
     return std::u16string(text.getBuffer(), static_cast<size_t>(text.length()));
 }
 
+// Freed String blocks of this thread, reused before the allocator's: a list threaded through the
+// blocks themselves, at most `capacity` long. The cache is plain data in the initial TLS block
+// (16 bytes), so reaching it costs no call; a releaser made on first use frees what it holds
+// when the thread ends, after which blocks go back to the allocator.
+struct StringBlockCache {
+    static constexpr uint32_t capacity = 32;
+    void* head;
+    uint32_t count;
+    bool registered;
+    bool ended;
+};
+thread_local StringBlockCache stringBlocks __attribute__((tls_model("initial-exec")));
+
+void* nextBlock(void* block)
+{
+    void* next;
+    std::memcpy(&next, block, sizeof next);
+    return next;
+}
+
+struct StringBlockReleaser {
+    ~StringBlockReleaser()
+    {
+        while (void* block = stringBlocks.head) {
+            stringBlocks.head = nextBlock(block);
+            ::operator delete(block);
+        }
+        stringBlocks.count = 0;
+        stringBlocks.ended = true;
+    }
+};
+
+// Under AddressSanitizer every block goes back to the allocator, which then finds a use after
+// release.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool cachesStringBlocks = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool cachesStringBlocks = false;
+#else
+constexpr bool cachesStringBlocks = true;
+#endif
+#else
+constexpr bool cachesStringBlocks = true;
+#endif
+
 } // namespace
+
+void* String::operator new(size_t size)
+{
+    StringBlockCache& cache = stringBlocks;
+    if (!cachesStringBlocks || size != sizeof(String) || !cache.head)
+        return ::operator new(size);
+    void* block = cache.head;
+    cache.head = nextBlock(block);
+    --cache.count;
+    return block;
+}
+
+void String::operator delete(void* object, size_t size) noexcept
+{
+    StringBlockCache& cache = stringBlocks;
+    if (!cachesStringBlocks || size != sizeof(String) || cache.count == StringBlockCache::capacity || cache.ended)
+        return ::operator delete(object);
+    if (!cache.registered) {
+        cache.registered = true;
+        static thread_local StringBlockReleaser releaser;
+        (void)releaser;
+    }
+    std::memcpy(object, &cache.head, sizeof cache.head);
+    cache.head = object;
+    ++cache.count;
+}
 
 // Construction
 
@@ -57,7 +130,7 @@ Ref<String> String::stringWithCharacters(const char16_t* characters, uint32_t le
 {
     if (!characters && length)
         detail::raiseInvalidArgument("*** +[String stringWithCharacters:length:]: nil string (or other) argument");
-    return make<String>(std::u16string(characters, characters + length));
+    return make<String>(std::u16string(characters, length));
 }
 
 Ref<String> String::stringWithBytes(const void* bytes, size_t length, CFStringEncoding encoding)
@@ -350,9 +423,11 @@ bool String::boolValue() const
 
 Ref<String> String::copy() const
 {
-    if (dynamic_cast<const MutableString*>(this))
-        return make<String>(_units);
-    return Ref<String>(const_cast<String*>(this));
+    // An immutable string is its own copy. The exact-type test answers the common case without
+    // the cost of a dynamic_cast.
+    if (typeid(*this) == typeid(String) || !dynamic_cast<const MutableString*>(this))
+        return Ref<String>(const_cast<String*>(this));
+    return make<String>(_units);
 }
 
 Ref<MutableString> String::mutableCopy() const

@@ -1,13 +1,15 @@
 // The input as UTF-16 units: both encoders round-trip through their decoders (lone surrogates
 // included), and on well-formed text the modified encoder writes what ICU's IMAP-mailbox-name
-// converter writes and the decoder reads ICU's UTF-7. The codec's entry for unit runs writes
-// what its portable path writes for the big-endian bytes.
+// converter writes and the decoder reads ICU's UTF-7. The encoders' vector path writes what
+// their portable path writes, and the codec's entry for unit runs what its portable path writes
+// for the big-endian bytes.
 
 #include <Yarkit/Base64Units.h>
 #include <Yarkit/StringUTF7.h>
 
 #include "TextFuzzSupport.h"
 #include "streams/Base64Codec.h"
+#include "text/UTF7Paths.h"
 
 #include <algorithm>
 
@@ -71,6 +73,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     const std::string utf7 = yk::UTF7String(string.get());
     const std::string modified = yk::modifiedUTF7String(string.get());
+    textfuzz::require(utf7 == yk::detail::encodeUTF7Using(yk::detail::UTF7Path::Portable, string.get())->stringView(),
+        "the vector path writes UTF-7 as the portable path");
+    textfuzz::require(modified == yk::detail::encodeModifiedUTF7Using(yk::detail::UTF7Path::Portable, string.get())->stringView(),
+        "the vector path writes modified UTF-7 as the portable path");
     textfuzz::require(yk::stringWithUTF7String(utf7.c_str())->isEqualToString(units), "UTF-7 round trip");
     textfuzz::require(yk::stringWithModifiedUTF7String(modified.c_str())->isEqualToString(units), "modified UTF-7 round trip");
     for (char c : utf7 + modified)

@@ -13,6 +13,7 @@ namespace {
 using namespace texttest;
 using yk::RepairEdit;
 using yk::RepairResult;
+using yk::detail::fixISO2022JPBytes;
 
 // The input with the edits applied; it must give the repaired bytes.
 Bytes applyEdits(const Bytes& input, const std::vector<RepairEdit>& edits)
@@ -28,8 +29,6 @@ Bytes applyEdits(const Bytes& input, const std::vector<RepairEdit>& edits)
     }
     return output + input.substr(std::min(at, input.size()));
 }
-
-using yk::detail::fixISO2022JPBytes;
 
 // `output` is what a repair gives; it equals the input where nothing is repaired. The edits the
 // repair reports must rebuild it from the input.

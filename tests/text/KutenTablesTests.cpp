@@ -20,21 +20,18 @@ TEST(KutenTables, VendorRowsDefineTheirRuns)
         bool shiftJIS, dosJapanese;
         uint8_t macJapanese;
     } cases[] = {
-        { 9, 1, false, true, 1 }, { 9, 21, false, false, 0 }, { 9, 81, false, false, 3 },
-        { 9, 82, false, true, 1 }, { 9, 91, false, false, 0 }, { 10, 12, false, true, 1 },
-        { 10, 13, false, false, 5 }, { 10, 16, false, false, 0 }, { 11, 6, false, false, 2 },
-        { 11, 29, false, true, 1 }, { 11, 30, false, false, 3 }, { 11, 94, false, false, 4 },
-        { 12, 48, false, false, 3 }, { 12, 52, false, true, 1 }, { 12, 53, false, false, 2 },
-        { 13, 31, false, false, 0 }, { 13, 54, false, true, 0 }, { 13, 81, false, true, 2 },
-        { 13, 83, false, true, 1 }, { 14, 92, false, true, 1 }, { 14, 94, false, false, 5 },
-        { 15, 41, true, true, 1 }, { 15, 42, false, false, 0 }, { 47, 51, true, true, 1 },
-        { 47, 52, false, false, 0 }, { 84, 6, true, true, 1 }, { 84, 7, false, false, 0 },
-        { 85, 2, false, false, 2 }, { 85, 18, false, true, 1 }, { 85, 65, false, false, 2 },
-        { 86, 1, false, false, 0 }, { 88, 1, false, false, 2 }, { 88, 2, false, false, 0 },
-        { 89, 2, false, true, 0 }, { 89, 86, false, true, 2 }, { 91, 94, false, true, 0 },
-        { 92, 79, false, false, 0 }, { 92, 94, false, true, 0 }, { 93, 1, false, false, 0 },
-        { 95, 1, true, true, 1 }, { 119, 12, true, true, 1 }, { 119, 13, true, false, 1 },
-        { 120, 94, true, false, 1 }, { 1, 0, false, false, 0 }, { 0, 1, false, false, 0 },
+        { 9, 1, false, true, 1 }, { 9, 21, false, false, 0 }, { 9, 81, false, false, 3 }, { 9, 82, false, true, 1 },
+        { 9, 91, false, false, 0 }, { 10, 12, false, true, 1 }, { 10, 13, false, false, 5 }, { 10, 16, false, false, 0 },
+        { 11, 6, false, false, 2 }, { 11, 29, false, true, 1 }, { 11, 30, false, false, 3 }, { 11, 94, false, false, 4 },
+        { 12, 48, false, false, 3 }, { 12, 52, false, true, 1 }, { 12, 53, false, false, 2 }, { 13, 31, false, false, 0 },
+        { 13, 54, false, true, 0 }, { 13, 81, false, true, 2 }, { 13, 83, false, true, 1 }, { 14, 92, false, true, 1 },
+        { 14, 94, false, false, 5 }, { 15, 41, true, true, 1 }, { 15, 42, false, false, 0 }, { 47, 51, true, true, 1 },
+        { 47, 52, false, false, 0 }, { 84, 6, true, true, 1 }, { 84, 7, false, false, 0 }, { 85, 2, false, false, 2 },
+        { 85, 18, false, true, 1 }, { 85, 65, false, false, 2 }, { 86, 1, false, false, 0 }, { 88, 1, false, false, 2 },
+        { 88, 2, false, false, 0 }, { 89, 2, false, true, 0 }, { 89, 86, false, true, 2 }, { 91, 94, false, true, 0 },
+        { 92, 79, false, false, 0 }, { 92, 94, false, true, 0 }, { 93, 1, false, false, 0 }, { 95, 1, true, true, 1 },
+        { 119, 12, true, true, 1 }, { 119, 13, true, false, 1 }, { 120, 94, true, false, 1 }, { 1, 0, false, false, 0 },
+        { 0, 1, false, false, 0 },
     };
     for (const auto& c : cases) {
         auto defined = std::tuple(shift_jis_kuten[c.row][c.cell] != 0,

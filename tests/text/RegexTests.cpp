@@ -22,11 +22,6 @@ using yk::test::str;
 
 namespace {
 
-std::string describe(Range range)
-{
-    return "{" + std::to_string(range.location) + "," + std::to_string(range.length) + "}";
-}
-
 // The matches of a search as "{3,1} {2,1}" ("none" when there is none), or the exception's name
 // and reason: every match, or (all false) the single search's. Without a range, the whole subject.
 std::string matches(bool all, const char* subject, const char* pattern, StringCompareOptions options = 0, std::optional<Range> range = {})
@@ -34,18 +29,16 @@ std::string matches(bool all, const char* subject, const char* pattern, StringCo
     auto string = str(subject);
     const Range searched = range.value_or(Range { 0, string->length() });
     try {
-        std::vector<Range> found;
+        std::string text;
+        auto add = [&text](Range match) { text += (text.empty() ? "{" : " {") + std::to_string(match.location) + "," + std::to_string(match.length) + "}"; };
         if (!all) {
             if (const Range match = rangeOfPatternString(string.get(), str(pattern).get(), options, searched); match.location != NotFound)
-                found.push_back(match);
+                add(match);
         } else if (auto values = rangeValuesOfPatternString(string.get(), str(pattern).get(), options, searched)) {
             for (uint32_t i = 0; i < values->count(); ++i)
-                found.push_back(static_cast<Value*>(values->objectAtIndex(i).get())->rangeValue());
+                add(static_cast<Value*>(values->objectAtIndex(i).get())->rangeValue());
         }
-        std::string text;
-        for (Range match : found)
-            text += (text.empty() ? "" : " ") + describe(match);
-        return found.empty() ? "none" : text;
+        return text.empty() ? "none" : text;
     } catch (const Exception& e) {
         return e.name()->utf8() + ": " + e.what();
     }
@@ -64,9 +57,6 @@ protected:
         unsetenv("XDG_CONFIG_HOME");
         UserDefaults::resetStandardUserDefaults();
     }
-    static void setSyntax(int64_t value) { UserDefaults::standardUserDefaults()->setInteger(value, "YKRegexPatternSyntax"); }
-
-private:
     test::TemporaryFolder _folder;
 };
 
@@ -95,7 +85,7 @@ TEST_F(StringRegex, EachSyntaxValueSelectsItsTable)
     };
     // Changed between calls, the default takes effect at the next compile.
     for (const auto& row : cases) {
-        setSyntax(row.value);
+        UserDefaults::standardUserDefaults()->setInteger(row.value, "YKRegexPatternSyntax");
         std::string answers;
         for (const char* pattern : patterns) {
             const std::string answer = matches(false, subject, pattern);

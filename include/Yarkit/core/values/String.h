@@ -186,6 +186,12 @@ public:
     // The string itself.
     Ref<String> description() const override;
 
+    // Strings are made and dropped all the time (every conversion returns one), so objects of
+    // exactly String's size come from a small per-thread cache of freed blocks before the
+    // general allocator.
+    static void* operator new(size_t size);
+    static void operator delete(void* object, size_t size) noexcept;
+
 protected:
     std::u16string _units;
 };
