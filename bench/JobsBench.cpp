@@ -56,17 +56,39 @@ void sleepUntil(const std::function<bool()>& done)
 
 constexpr int Burst = 10000;
 
+// Counts a burst's calls and wakes the waiter once, at the last: the waiter sleeps through the
+// burst and takes no CPU from the threads doing the work.
+class BurstCounter : public yk::Object {
+    YK_OBJECT(BurstCounter, yk::Object)
+public:
+    void hit()
+    {
+        if (_left.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            _left.notify_one();
+    }
+    void expect(int calls) { _left.store(calls, std::memory_order_release); }
+    void wait()
+    {
+        for (int left = _left.load(std::memory_order_acquire); left; left = _left.load(std::memory_order_acquire))
+            _left.wait(left, std::memory_order_acquire);
+    }
+
+private:
+    std::atomic<int> _left { 0 };
+};
+YK_DEFINE_CLASS(BurstCounter, [](yk::MethodListBuilder& c) { c.method("hit", &BurstCounter::hit); });
+
 void BM_JobsBurst(benchmark::State& state)
 {
     yk::YJobCenter::mainThreadCenter(); // the centers' activation notices go through it
     auto center = yk::YJobCenter::jobCenter();
-    auto counter = yk::make<Counter>();
+    auto counter = yk::make<BurstCounter>();
     for (auto _ : state) {
-        const uint64_t start = counter->count.load();
+        counter->expect(Burst);
         for (int i = 0; i < Burst; ++i)
             center->postJob(yk::YJob::jobWithTarget(counter.get(), "hit").get());
-        sleepUntil([&] { return counter->count.load(std::memory_order_acquire) == start + Burst; });
-        sleepUntil([&] { return !center->hasRunningJobs(); });
+        counter->wait();
+        sleepUntil([&] { return !center->hasRunningJobs(); }); // the last threads' ends
     }
     state.SetItemsProcessed(state.iterations() * Burst);
 }
@@ -74,18 +96,19 @@ BENCHMARK(BM_JobsBurst)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_RawThreadsBurst(benchmark::State& state)
 {
-    std::atomic<uint64_t> count { 0 };
+    auto counter = yk::make<BurstCounter>();
     std::atomic<int> alive { 0 };
     for (auto _ : state) {
-        const uint64_t start = count.load();
+        counter->expect(Burst);
         for (int i = 0; i < Burst; ++i) {
             alive.fetch_add(1);
             std::thread([&] {
-                count.fetch_add(1, std::memory_order_release);
+                counter->hit();
                 alive.fetch_sub(1);
             }).detach();
         }
-        sleepUntil([&] { return count.load(std::memory_order_acquire) == start + Burst && alive.load() == 0; });
+        counter->wait();
+        sleepUntil([&] { return alive.load() == 0; }); // the last threads' ends
     }
     state.SetItemsProcessed(state.iterations() * Burst);
 }
