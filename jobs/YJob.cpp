@@ -9,6 +9,9 @@
 #include <Yarkit/core/values/Array.h>
 
 #include "core/runtime/RuntimeErrors.h"
+#include "jobs/JobNotices.h"
+
+#include <cstring>
 
 namespace yk {
 
@@ -31,19 +34,23 @@ const char YJobDidEndNotification[] = "YJobDidEndNotification";
 const char YJobDidCancelNotification[] = "YJobDidCancelNotification";
 const char YJobExceptionDidOccurNotification[] = "YJobExceptionDidOccurNotification";
 
-namespace {
+std::span<const detail::JobNotice> detail::jobNotices()
+{
+    static const JobNotice notices[] = { { YJobWillBeginNotification, Selector("jobWillBegin:") }, { YJobDidEndNotification, Selector("jobDidEnd:") },
+        { YJobDidCancelNotification, Selector("jobDidCancel:") }, { YJobExceptionDidOccurNotification, Selector("jobExceptionDidOccur:") } };
+    return notices;
+}
 
-// The observer method for each job notice.
-struct JobNotice {
-    const char* name;
-    const char* selector;
-};
-const JobNotice jobNotices[] = {
-    { YJobWillBeginNotification, "jobWillBegin:" },
-    { YJobDidEndNotification, "jobDidEnd:" },
-    { YJobDidCancelNotification, "jobDidCancel:" },
-    { YJobExceptionDidOccurNotification, "jobExceptionDidOccur:" },
-};
+const detail::JobNotice* detail::findJobNotice(const char* name)
+{
+    for (const auto& notice : jobNotices()) {
+        if (notice.name == name || !std::strcmp(notice.name, name))
+            return &notice;
+    }
+    return nullptr;
+}
+
+namespace {
 
 // The other job's value answers isEqual with this job's: a null on the other side never matches.
 bool matches(const Object* other, const Object* mine)
@@ -135,9 +142,9 @@ void YJob::addObserver(Object* observer)
     if (!observer)
         return;
     auto* center = NotificationCenter::defaultCenter();
-    for (const auto& notice : jobNotices) {
-        if (observer->respondsToSelector(notice.selector))
-            center->addObserver(observer, notice.selector, notice.name, this);
+    for (const auto& notice : detail::jobNotices()) {
+        if (observer->respondsToSelector(notice.method))
+            center->addObserver(observer, notice.method, notice.name, this);
     }
 }
 

@@ -14,6 +14,8 @@
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/String.h>
 
+#include "jobs/JobNotices.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -499,14 +501,9 @@ void YJobCenter::notifyObserversOfName(const char* name)
 
 void YJobCenter::notifyJobObserversOfName(const char* name, YJob* job, const Exception* exception)
 {
-    static const struct {
-        const char* name;
-        Selector method;
-    } notices[] = { { YJobWillBeginNotification, Selector("jobWillBegin:") }, { YJobDidEndNotification, Selector("jobDidEnd:") },
-        { YJobDidCancelNotification, Selector("jobDidCancel:") }, { YJobExceptionDidOccurNotification, Selector("jobExceptionDidOccur:") } };
-    auto notice = std::find_if(std::begin(notices), std::end(notices), [&](const auto& each) { return each.name == name || !std::strcmp(each.name, name); });
+    const detail::JobNotice* notice = detail::findJobNotice(name);
     Object* told = nullptr;
-    if (notice == std::end(notices)) {
+    if (!notice) {
         log("*** -[%s %s]: illegal name %s", classObject()->name().c_str(), "notifyJobObserversOfName:withJob:exception:", name);
     } else if (Object* sender = job->sender(); sender && sender->respondsToSelector(notice->method)) {
         told = sender;
