@@ -553,6 +553,11 @@ void RunLoop::armTimer(const std::string& mode, Clock::time_point limit)
     auto deadline = limit;
     if (auto next = nextTimerDate(mode); next && *next < deadline)
         deadline = *next;
+    // The timerfd keeps its setting until it expires: the same deadline, still ahead (or none),
+    // needs no system call, which spares a loop without timers one on every sleep.
+    if (deadline == _armedDeadline && (deadline == Clock::time_point::max() || deadline > Clock::now()))
+        return;
+    _armedDeadline = deadline;
     itimerspec spec {};
     if (deadline != Clock::time_point::max()) {
         const auto since = deadline.time_since_epoch();

@@ -113,6 +113,10 @@ gboolean RunLoop::BackEnd::prepare(GSource* source, gint* timeout)
         return false;
     }
     backEnd.poll.events = G_IO_IN;
+    if (loop._wokenOnLoopThread) {
+        *timeout = 0;
+        return true;
+    }
     backEnd.preparedDeadline = backEnd.deadline(loop, depth);
     if (backEnd.preparedDeadline == Clock::time_point::max())
         return false;
@@ -205,6 +209,7 @@ void RunLoop::stopBackEnd()
 
 std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool mayWait)
 {
+    _wokenOnLoopThread = false;
     // A run's pass gives the context's other sources one look, at most once a millisecond, so
     // that a busy run keeps a toolkit drawing without paying a second poll on every pass of a
     // tight loop. Passes GLib dispatches, or without waiting, do not iterate again.
@@ -226,13 +231,20 @@ std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_poi
         Restore until(_backEnd->waitLimit, limit);
         g_main_context_iteration(_backEnd->context, true);
     }
+    _wokenOnLoopThread = false;
     return readyDescriptors(0);
 }
 
 void RunLoop::wakeUp()
 {
-    // Also on the loop's own thread: a post from a GLib callback there must make the context
-    // dispatch the loop, which GLib would not otherwise look at before it sleeps.
+    // On the loop's own thread a flag does, cheaper than the eventfd: the source's prepare,
+    // which GLib calls before every poll of the context, sees it and has the context dispatch
+    // the loop (or end runMode's sleep) without sleeping. So a post from a GLib callback there
+    // runs too.
+    if (isLoopThread()) {
+        _wokenOnLoopThread = true;
+        return;
+    }
     writeWakeUp();
 }
 

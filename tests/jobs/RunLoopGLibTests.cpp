@@ -105,6 +105,19 @@ TEST(RunLoopGLib, AJobHeldBackForeverStarvesNoIdleCallback)
     EXPECT_TRUE(center->removeJob(job.get()));
 }
 
+TEST(RunLoopGLib, APerformAskedInAGLibCallbackRunsWithoutAnotherWakeUp)
+{
+    GLibMainLoop glib;
+    auto quitter = make<JobTarget>();
+    quitter->body = [&] { g_main_loop_quit(glib.loop); };
+    g_idle_add([](gpointer target) -> gboolean {
+        RunLoop::mainRunLoop()->performSelector("work", static_cast<JobTarget*>(target), nullptr, 0, { kCFRunLoopCommonModes });
+        return G_SOURCE_REMOVE;
+    }, quitter.get());
+    EXPECT_TRUE(glib.run(2000)) << "the perform quits the GLib loop";
+    EXPECT_EQ(quitter->calls, 1);
+}
+
 TEST(RunLoopGLib, AnIdleGLibMainLoopSleeps)
 {
     YJobCenter::mainThreadCenter();

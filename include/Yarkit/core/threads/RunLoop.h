@@ -203,8 +203,10 @@ private:
     std::set<int> _watched;
     std::string _watchedMode;
     uint64_t _watchedGeneration { ~uint64_t(0) };
+    // The deadline the timerfd is set to; max when it is disarmed, as it is made.
+    Clock::time_point _armedDeadline { Clock::time_point::max() };
     // wakeUp called on the loop's own thread since the pass began (a callout or an observer
-    // added work): the pass does not sleep.
+    // added work): the pass does not sleep, and under GLib the context dispatches the loop.
     bool _wokenOnLoopThread { false };
     // The wake-up eventfd has been written and not yet drained: a second wakeUp meanwhile
     // writes nothing. The drain clears it after reading the descriptor.
