@@ -47,7 +47,7 @@ struct RunLoop::Perform {
     Ref<Object> argument;
     uint32_t order;
     uint64_t sequence;
-    std::vector<std::string> modes;
+    std::shared_ptr<const std::vector<std::string>> modes; // shared by the performs of one list
 };
 
 namespace {
@@ -273,11 +273,26 @@ void RunLoop::performSelector(Selector selector, Object* target, Object* argumen
     {
         Locker guard(_lock);
         const uint64_t sequence = _nextPerformSequence.load(std::memory_order_relaxed);
-        _performs.push_back(Perform { selector, target, argument, order, sequence, modes });
+        _performs.push_back(Perform { selector, target, argument, order, sequence, sharedModeList(modes) });
         _performCount.store(_performs.size(), std::memory_order_relaxed);
         _nextPerformSequence.store(sequence + 1, std::memory_order_release);
     }
     wakeUp();
+}
+
+std::shared_ptr<const std::vector<std::string>> RunLoop::sharedModeList(const std::vector<std::string>& modes)
+{
+    // A loop's performs use a few lists again and again (the common modes, mostly): the first
+    // few are kept and shared, so a perform copies no names.
+    constexpr size_t Kept = 8;
+    for (const auto& list : _modeLists) {
+        if (*list == modes)
+            return list;
+    }
+    auto list = std::make_shared<const std::vector<std::string>>(modes);
+    if (_modeLists.size() < Kept)
+        _modeLists.push_back(list);
+    return list;
 }
 
 void RunLoop::cancelPerforms(const std::function<bool(const Perform&)>& matches)
@@ -310,7 +325,7 @@ void RunLoop::cancelPerformSelectorsWithTarget(Object* target)
 
 bool RunLoop::performMatches(const Perform& perform, const std::string& mode) const
 {
-    for (const auto& each : perform.modes) {
+    for (const auto& each : *perform.modes) {
         if (each == mode)
             return true;
         if (each == kCFRunLoopCommonModes && _commonModes.count(mode))

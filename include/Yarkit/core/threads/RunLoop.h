@@ -134,6 +134,7 @@ private:
     template <typename T>
     void removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
     void cancelPerforms(const std::function<bool(const Perform&)>& matches) YK_EXCLUDES(_lock);
+    std::shared_ptr<const std::vector<std::string>> sharedModeList(const std::vector<std::string>& modes) YK_REQUIRES(_lock);
 
     // One pass in the mode; true when a source, port message or perform was handled.
     // limitPassed, when given, tells whether the pass ended without waiting because the limit
@@ -183,6 +184,7 @@ private:
     std::set<std::string, std::less<>> _commonModes YK_GUARDED_BY(_lock);
     std::unique_ptr<Mode> _commonItems YK_GUARDED_BY(_lock);
     std::vector<Perform> _performs YK_GUARDED_BY(_lock);
+    std::vector<std::shared_ptr<const std::vector<std::string>>> _modeLists YK_GUARDED_BY(_lock);
     // Changed under _lock, read without it: a pass notes the sequence as it begins and skips
     // the lock when no perform waits. The count is stored before the sequence is released.
     std::atomic<uint64_t> _nextPerformSequence { 0 };
