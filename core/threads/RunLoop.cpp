@@ -515,6 +515,7 @@ void RunLoop::syncInterest(const std::string& mode)
     _watched = std::move(wanted);
     _watchedMode = mode;
     _watchedGeneration = generation;
+    watchedDescriptorsChanged();
 }
 
 std::optional<RunLoop::Clock::time_point> RunLoop::nextTimerDate(const std::string& mode)
@@ -540,19 +541,23 @@ std::vector<int> RunLoop::readyDescriptors(int timeout)
     const int count = epoll_wait(_epoll, events, 32, timeout);
     std::vector<int> ready;
     for (int i = 0; i < count; ++i) {
-        const int fd = events[i].data.fd;
-        if (fd == _wakeFd || fd == _timerFd) {
-            uint64_t drained;
-            [[maybe_unused]] auto ignored = read(fd, &drained, sizeof drained);
-            // Cleared after the read, reading the last waker's mark: its work is visible to this
-            // pass, and a later waker writes again.
-            if (fd == _wakeFd)
-                _wakePending.exchange(false, std::memory_order_acq_rel);
-            continue;
-        }
-        ready.push_back(fd);
+        if (!drainIfOwn(events[i].data.fd))
+            ready.push_back(events[i].data.fd);
     }
     return ready;
+}
+
+bool RunLoop::drainIfOwn(int fd)
+{
+    if (fd != _wakeFd && fd != _timerFd)
+        return false;
+    uint64_t drained;
+    [[maybe_unused]] auto ignored = read(fd, &drained, sizeof drained);
+    // Cleared after the read, reading the last waker's mark: its work is visible to this pass,
+    // and a later waker writes again.
+    if (fd == _wakeFd)
+        _wakePending.exchange(false, std::memory_order_acq_rel);
+    return true;
 }
 
 void RunLoop::writeWakeUp()

@@ -1,6 +1,6 @@
 // The run loop's GLib back end. Each loop is a GSource on a GMainContext: the main thread's
 // loop on the default context, every other thread's loop on a context of its own. The source
-// polls the loop's epoll descriptor and wakes for the running mode's next timer, so
+// polls the running mode's descriptors and the wake-up one and wakes for the mode's next timer, so
 // g_main_loop_run (or a toolkit's main loop) runs the loop's timers, performs, ports and
 // sources without calling run. runMode sleeps in g_main_context_iteration, so the context's
 // other sources (a toolkit's redraws, idle callbacks) keep running during a run.
@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <memory>
+#include <vector>
 #include <glib.h>
 
 namespace yk {
@@ -29,9 +31,11 @@ struct RunLoop::BackEnd {
 
     GMainContext* context { nullptr };
     Source* source { nullptr };
-    // The epoll descriptor's poll record. Not a unix fd source: GLib takes any event on one of
-    // those as ready, and the source must be able to sit an iteration out.
-    GPollFD poll {};
+    // The poll records of the wake-up descriptor and the watched ones, which GLib polls itself:
+    // once its poll returns, the loop knows what is ready without asking epoll again. Not unix
+    // fd sources: GLib takes any event on one of those as ready, and the source must be able to
+    // sit an iteration out.
+    std::vector<std::unique_ptr<GPollFD>> polls;
     // runMode's sleep: a dispatch at this depth only ends the sleep, the run handles the rest.
     int waitDepth { 0 };
     Clock::time_point waitLimit { Clock::time_point::max() };
@@ -47,6 +51,18 @@ struct RunLoop::BackEnd {
     Clock::time_point lastLook {};
 
     static RunLoop& loopOf(GSource* source) { return *reinterpret_cast<Source*>(source)->loop; }
+    // What the next poll asks of every record; the answers of the last one are cleared.
+    void askFor(gushort events)
+    {
+        for (auto& poll : polls) {
+            poll->events = events;
+            poll->revents = 0;
+        }
+    }
+    bool anyReady() const
+    {
+        return std::any_of(polls.begin(), polls.end(), [](const auto& poll) { return poll->revents & (G_IO_IN | G_IO_ERR | G_IO_HUP); });
+    }
     static gboolean prepare(GSource*, gint* timeout);
     static gboolean check(GSource*);
     static gboolean dispatch(GSource*, GSourceFunc, gpointer);
@@ -108,11 +124,11 @@ gboolean RunLoop::BackEnd::prepare(GSource* source, gint* timeout)
     if (backEnd.sitOutNext) {
         backEnd.sitOutNext = false;
         backEnd.sitOutDepth = depth;
-        backEnd.poll.events = 0;
+        backEnd.askFor(0);
         *timeout = 0; // back in the next iteration
         return false;
     }
-    backEnd.poll.events = G_IO_IN;
+    backEnd.askFor(G_IO_IN);
     if (loop._wokenOnLoopThread) {
         *timeout = 0;
         return true;
@@ -142,7 +158,7 @@ gboolean RunLoop::BackEnd::check(GSource* source)
         backEnd.sitOutDepth = 0;
         return false;
     }
-    if (backEnd.poll.revents & (G_IO_IN | G_IO_ERR | G_IO_HUP))
+    if (backEnd.anyReady())
         return true;
     return backEnd.preparedDeadline <= Clock::now();
 }
@@ -189,11 +205,27 @@ void RunLoop::startBackEnd()
     g_source_set_priority(source, G_PRIORITY_DEFAULT);
     // Callouts may run a GLib main loop, which must run the loop's items too.
     g_source_set_can_recurse(source, true);
-    _backEnd->poll.fd = _epoll;
-    _backEnd->poll.events = G_IO_IN;
-    g_source_add_poll(source, &_backEnd->poll);
     g_source_attach(source, _backEnd->context);
     _backEnd->source = reinterpret_cast<BackEnd::Source*>(source);
+    watchedDescriptorsChanged();
+}
+
+void RunLoop::watchedDescriptorsChanged()
+{
+    if (!_backEnd)
+        return;
+    GSource* source = &_backEnd->source->base;
+    auto& polls = _backEnd->polls;
+    for (auto& poll : polls)
+        g_source_remove_poll(source, poll.get());
+    polls.clear();
+    auto add = [&](int fd) {
+        polls.push_back(std::make_unique<GPollFD>(GPollFD { fd, G_IO_IN, 0 }));
+        g_source_add_poll(source, polls.back().get());
+    };
+    add(_wakeFd);
+    for (int fd : _watched)
+        add(fd);
 }
 
 void RunLoop::stopBackEnd()
@@ -232,7 +264,14 @@ std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_poi
         g_main_context_iteration(_backEnd->context, true);
     }
     _wokenOnLoopThread = false;
-    return readyDescriptors(0);
+    // What GLib's poll found ready; what became ready since waits for the next pass.
+    std::vector<int> ready;
+    for (auto& poll : _backEnd->polls) {
+        if ((poll->revents & (G_IO_IN | G_IO_ERR | G_IO_HUP)) && !drainIfOwn(poll->fd))
+            ready.push_back(poll->fd);
+        poll->revents = 0;
+    }
+    return ready;
 }
 
 void RunLoop::wakeUp()

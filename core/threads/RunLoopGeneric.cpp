@@ -12,6 +12,7 @@ void RunLoop::BackEndDeleter::operator()(BackEnd* backEnd) const { delete backEn
 
 void RunLoop::startBackEnd() { }
 void RunLoop::stopBackEnd() { }
+void RunLoop::watchedDescriptorsChanged() { } // the epoll set is all there is
 
 std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool)
 {
