@@ -54,13 +54,10 @@ void waitForHolder(ConditionLock& lock, const std::atomic<bool>& done)
         if (std::chrono::steady_clock::now() >= spinLimit) {
             lock.lockWhenCondition(1);
             lock.unlock();
-            break;
+            return;
         }
         std::this_thread::yield();
     }
-    // The flag is set just after the lock is signalled; the holder may still be writing it.
-    while (!done.load(std::memory_order_acquire))
-        std::this_thread::yield();
 }
 
 } // namespace
@@ -163,10 +160,12 @@ void YKPerformHolder::cleanup()
     _argument = nullptr;
     _modes = nullptr;
     if (Ref<ConditionLock> lock = std::move(_lock)) {
-        lock->lock();
-        lock->unlockWithCondition(1);
+        // The caller's flag first: a caller that sees it returns at once, and nothing of its is
+        // touched afterwards. The lock, kept alive here, then releases a caller asleep on it.
         if (std::atomic<bool>* done = std::exchange(_done, nullptr))
             done->store(true, std::memory_order_release);
+        lock->lock();
+        lock->unlockWithCondition(1);
     }
 }
 

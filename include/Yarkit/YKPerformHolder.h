@@ -33,10 +33,9 @@ public:
     void fire();
     // Releases everything and signals the waiter; a second call does nothing.
     void cleanup();
-    // A flag of the waiting caller's, set when the request is done, after the lock is
-    // signalled: a caller that sees it set skips the lock, whose condition is 1 by then. It
-    // is the last thing cleanup touches of the caller's, so the caller waits for it also
-    // when it woke on the lock. Not owned.
+    // A flag of the waiting caller's, set when the request is done, just before the lock is
+    // signalled: a caller that sees it set returns without the lock. It is the only thing
+    // cleanup touches of the caller's. Not owned.
     void setDoneFlag(std::atomic<bool>* done) { _done = done; }
 
 private:
