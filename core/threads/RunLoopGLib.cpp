@@ -59,9 +59,10 @@ struct RunLoop::BackEnd {
             poll->revents = 0;
         }
     }
+    static bool isReady(const GPollFD& poll) { return poll.revents & (G_IO_IN | G_IO_ERR | G_IO_HUP); }
     bool anyReady() const
     {
-        return std::any_of(polls.begin(), polls.end(), [](const auto& poll) { return poll->revents & (G_IO_IN | G_IO_ERR | G_IO_HUP); });
+        return std::any_of(polls.begin(), polls.end(), [](const auto& poll) { return isReady(*poll); });
     }
     static gboolean prepare(GSource*, gint* timeout);
     static gboolean check(GSource*);
@@ -267,7 +268,7 @@ std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_poi
     // What GLib's poll found ready; what became ready since waits for the next pass.
     std::vector<int> ready;
     for (auto& poll : _backEnd->polls) {
-        if ((poll->revents & (G_IO_IN | G_IO_ERR | G_IO_HUP)) && !drainIfOwn(poll->fd))
+        if (BackEnd::isReady(*poll) && !drainIfOwn(poll->fd))
             ready.push_back(poll->fd);
         poll->revents = 0;
     }

@@ -150,12 +150,12 @@ private:
     void stopBackEnd();
     std::vector<int> readyAtPassStart(const std::string& mode, bool mayWait);
     std::vector<int> waitForEvents(const std::string& mode, Clock::time_point limit);
+    // Tells the back end that the watched descriptors (_watched) changed.
+    void watchedDescriptorsChanged();
     // The ready descriptors of the epoll set (the wake-up and timer descriptors drained).
     std::vector<int> readyDescriptors(int timeout);
     // Drains the loop's own wake-up or timer descriptor; false for any other.
     bool drainIfOwn(int fd);
-    // Tells the back end that the watched descriptors (_watched) changed.
-    void watchedDescriptorsChanged();
     // Arms the timerfd for the earlier of the mode's next timer and the limit.
     void armTimer(const std::string& mode, Clock::time_point limit);
     // The mode a pass not started by runMode runs in: the running mode, else the default one.
