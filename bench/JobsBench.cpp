@@ -195,26 +195,115 @@ void BM_RawPostToStart(benchmark::State& state)
 }
 BENCHMARK(BM_RawPostToStart)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
-// A thread that, each time the main thread asks, lets the main thread fall asleep, then runs a
-// body and times it: what a post costs the poster until it is told, with an idle main thread.
+gboolean countCall(gpointer data)
+{
+    static_cast<std::atomic<uint64_t>*>(data)->fetch_add(1);
+    return G_SOURCE_REMOVE;
+}
+
+// One way to have a method run on the main thread and the poster told: `post` runs on the
+// poster's thread and returns once the poster knows, `count` counts the calls run so far and
+// `waitOnce` is the main thread's wait, which blocks until something arrives.
+class RoundTrip {
+public:
+    virtual ~RoundTrip() = default;
+    virtual void post() = 0;
+    virtual uint64_t count() const = 0;
+    virtual void waitOnce() = 0;
+};
+
+// Every wait has no limit, as in an application's run and GLib's iteration: each ends with the
+// post.
+constexpr auto NoLimit = yk::RunLoop::Clock::time_point::max();
+
+// Ours: performSelectorInMainThread; the poster watches the count.
+class MessagingRoundTrip : public RoundTrip {
+public:
+    MessagingRoundTrip() { yk::YJobCenter::mainThreadCenter(); }
+    void post() override
+    {
+        const uint64_t start = count();
+        yk::performSelectorInMainThread(_counter.get(), "hit");
+        spinUntil([&] { return count() == start + 1; });
+    }
+    uint64_t count() const override { return _counter->count.load(); }
+    void waitOnce() override { _loop->runMode(yk::kCFRunLoopDefaultMode, NoLimit); }
+
+protected:
+    yk::Ref<Counter> _counter { yk::make<Counter>() };
+    yk::RunLoop* _loop { yk::RunLoop::currentRunLoop() };
+};
+
+// Ours, waiting: YK_performSelectorOnMainThread returns once the method has run.
+class WaitingPerformRoundTrip final : public MessagingRoundTrip {
+public:
+    void post() override { yk::YK_performSelectorOnMainThread(_counter.get(), "hit", nullptr, true); }
+};
+
+// The peer built by hand: a locked queue of closures and an eventfd the main thread polls.
+class EventfdQueueRoundTrip final : public RoundTrip {
+public:
+    ~EventfdQueueRoundTrip() override { close(_wake); }
+    void post() override
+    {
+        const uint64_t start = count();
+        {
+            std::lock_guard guard(_lock);
+            _queue.emplace_back([this] { _count.fetch_add(1); });
+        }
+        const uint64_t one = 1;
+        [[maybe_unused]] auto written = write(_wake, &one, sizeof one);
+        spinUntil([&] { return count() == start + 1; });
+    }
+    uint64_t count() const override { return _count.load(); }
+    void waitOnce() override
+    {
+        pollfd descriptor { _wake, POLLIN, 0 };
+        if (poll(&descriptor, 1, -1) <= 0)
+            return;
+        uint64_t drained;
+        [[maybe_unused]] auto read_ = read(_wake, &drained, sizeof drained);
+        std::deque<std::function<void()>> taken;
+        {
+            std::lock_guard guard(_lock);
+            taken.swap(_queue);
+        }
+        for (auto& closure : taken)
+            closure();
+    }
+
+private:
+    const int _wake { eventfd(0, EFD_NONBLOCK) };
+    std::mutex _lock;
+    std::deque<std::function<void()>> _queue;
+    std::atomic<uint64_t> _count { 0 };
+};
+
+// GLib's: g_main_context_invoke on the default context, which the main thread iterates.
+class GLibInvokeRoundTrip final : public RoundTrip {
+public:
+    GLibInvokeRoundTrip() { g_main_context_acquire(_context); }
+    ~GLibInvokeRoundTrip() override { g_main_context_release(_context); }
+    void post() override
+    {
+        const uint64_t start = count();
+        g_main_context_invoke(_context, countCall, &_count);
+        spinUntil([&] { return count() == start + 1; });
+    }
+    uint64_t count() const override { return _count.load(); }
+    void waitOnce() override { g_main_context_iteration(_context, TRUE); }
+
+private:
+    GMainContext* const _context { g_main_context_default() };
+    std::atomic<uint64_t> _count { 0 };
+};
+
+// A thread that, each time the main thread asks, lets the main thread fall asleep, then posts
+// and times the post: what it costs the poster until it is told, with an idle main thread.
 class Poster {
 public:
-    explicit Poster(std::function<void()> body)
-        : _body(std::move(body))
-        , _thread([this] {
-            while (true) {
-                spinUntil([&] { return _go.load() != 0; });
-                if (_go.load() < 0)
-                    return;
-                _go = 0;
-                const auto asleep = std::chrono::steady_clock::now() + 200us; // the main thread's loop is asleep by then
-                spinUntil([&] { return std::chrono::steady_clock::now() >= asleep; });
-                const auto start = std::chrono::steady_clock::now();
-                _body();
-                _elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-                _done = true;
-            }
-        })
+    Poster()
+        : _thread([this] { serve(); })
     {
     }
     ~Poster()
@@ -222,21 +311,38 @@ public:
         _go = -1;
         _thread.join();
     }
-    // Runs the body once while this thread waits its own way (`waitOnce` blocks until something
-    // arrives) until `ran` holds; answers the poster's time in seconds.
-    template <typename Ran, typename WaitOnce>
-    double roundTrip(Ran ran, WaitOnce waitOnce)
+    // One round trip of `kind`, the main thread waiting its own way until the method has run;
+    // answers the poster's time in seconds.
+    double roundTrip(RoundTrip& kind)
     {
+        const uint64_t start = kind.count();
+        _kind = &kind;
         _done = false;
         _go = 1;
-        while (!ran())
-            waitOnce();
+        while (kind.count() == start)
+            kind.waitOnce();
         spinUntil([&] { return _done.load(); });
         return _elapsed;
     }
 
 private:
-    std::function<void()> _body;
+    void serve()
+    {
+        while (true) {
+            spinUntil([&] { return _go.load() != 0; });
+            if (_go.load() < 0)
+                return;
+            _go = 0;
+            const auto asleep = std::chrono::steady_clock::now() + 200us; // the main thread's loop is asleep by then
+            spinUntil([&] { return std::chrono::steady_clock::now() >= asleep; });
+            const auto start = std::chrono::steady_clock::now();
+            _kind.load()->post();
+            _elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            _done = true;
+        }
+    }
+
+    std::atomic<RoundTrip*> _kind { nullptr };
     std::atomic<int> _go { 0 };
     std::atomic<bool> _done { false };
     double _elapsed { 0 }; // written before _done is set
@@ -245,103 +351,49 @@ private:
 
 // Round trip: another thread posts, the method runs on the main thread, the poster is told. The
 // main thread sleeps in its loop until the post wakes it, as an application's does.
-// Every wait has no limit, as in an application's run and GLib's iteration: each ends with the
-// post.
-constexpr auto NoLimit = yk::RunLoop::Clock::time_point::max();
-
-void BM_MainThreadRoundTrip(benchmark::State& state)
+template <typename Kind>
+void BM_RoundTrip(benchmark::State& state)
 {
-    yk::YJobCenter::mainThreadCenter();
-    auto counter = yk::make<Counter>();
-    Poster poster([&] {
-        const uint64_t start = counter->count.load();
-        yk::performSelectorInMainThread(counter.get(), "hit");
-        spinUntil([&] { return counter->count.load() == start + 1; });
-    });
-    yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
-    for (auto _ : state) {
-        const uint64_t start = counter->count.load();
-        state.SetIterationTime(poster.roundTrip([&] { return counter->count.load() != start; },
-            [&] { loop->runMode(yk::kCFRunLoopDefaultMode, NoLimit); }));
-    }
+    Kind kind;
+    Poster poster;
+    for (auto _ : state)
+        state.SetIterationTime(poster.roundTrip(kind));
 }
-BENCHMARK(BM_MainThreadRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
+BENCHMARK(BM_RoundTrip<MessagingRoundTrip>)->Name("BM_MainThreadRoundTrip")->Unit(benchmark::kMicrosecond)->UseManualTime();
+BENCHMARK(BM_RoundTrip<WaitingPerformRoundTrip>)->Name("BM_WaitingPerformRoundTrip")->Unit(benchmark::kMicrosecond)->UseManualTime();
+BENCHMARK(BM_RoundTrip<EventfdQueueRoundTrip>)->Name("BM_EventfdQueueRoundTrip")->Unit(benchmark::kMicrosecond)->UseManualTime();
+BENCHMARK(BM_RoundTrip<GLibInvokeRoundTrip>)->Name("BM_GLibInvokeRoundTrip")->Unit(benchmark::kMicrosecond)->UseManualTime();
 
-void BM_WaitingPerformRoundTrip(benchmark::State& state)
+// The four round trips taken in turn, one of each per iteration (starting with another each
+// time), so that a virtual machine's drifting wake-up times fall on all of them alike; the
+// counters are the ratios of their total times, ours over each peer.
+void BM_RoundTripsInTurn(benchmark::State& state)
 {
-    auto counter = yk::make<Counter>();
-    Poster poster([&] { yk::YK_performSelectorOnMainThread(counter.get(), "hit", nullptr, true); });
-    yk::RunLoop* loop = yk::RunLoop::currentRunLoop();
+    MessagingRoundTrip messaging;
+    WaitingPerformRoundTrip waiting;
+    EventfdQueueRoundTrip eventfdQueue;
+    GLibInvokeRoundTrip glibInvoke;
+    RoundTrip* const kinds[] = { &messaging, &waiting, &eventfdQueue, &glibInvoke };
+    double totals[4] = {};
+    Poster poster;
+    size_t first = 0;
     for (auto _ : state) {
-        const uint64_t start = counter->count.load();
-        state.SetIterationTime(poster.roundTrip([&] { return counter->count.load() != start; },
-            [&] { loop->runMode(yk::kCFRunLoopDefaultMode, NoLimit); }));
-    }
-}
-BENCHMARK(BM_WaitingPerformRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
-
-// The peer built by hand: a locked queue of closures and an eventfd the main thread polls.
-void BM_EventfdQueueRoundTrip(benchmark::State& state)
-{
-    const int wake = eventfd(0, EFD_NONBLOCK);
-    std::mutex lock;
-    std::deque<std::function<void()>> queue;
-    std::atomic<uint64_t> count { 0 };
-    Poster poster([&] {
-        const uint64_t start = count.load();
-        {
-            std::lock_guard guard(lock);
-            queue.emplace_back([&] { count.fetch_add(1); });
+        double elapsed = 0;
+        for (size_t i = 0; i < 4; ++i) {
+            const size_t kind = (first + i) % 4;
+            const double time = poster.roundTrip(*kinds[kind]);
+            totals[kind] += time;
+            elapsed += time;
         }
-        const uint64_t one = 1;
-        [[maybe_unused]] auto written = write(wake, &one, sizeof one);
-        spinUntil([&] { return count.load() == start + 1; });
-    });
-    auto waitOnce = [&] {
-        pollfd descriptor { wake, POLLIN, 0 };
-        if (poll(&descriptor, 1, -1) <= 0)
-            return;
-        uint64_t drained;
-        [[maybe_unused]] auto read_ = read(wake, &drained, sizeof drained);
-        std::deque<std::function<void()>> taken;
-        {
-            std::lock_guard guard(lock);
-            taken.swap(queue);
-        }
-        for (auto& closure : taken)
-            closure();
-    };
-    for (auto _ : state) {
-        const uint64_t start = count.load();
-        state.SetIterationTime(poster.roundTrip([&] { return count.load() != start; }, waitOnce));
+        first = (first + 1) % 4;
+        state.SetIterationTime(elapsed);
     }
-    close(wake);
+    state.counters["post/eventfd"] = totals[0] / totals[2];
+    state.counters["post/glib"] = totals[0] / totals[3];
+    state.counters["wait/eventfd"] = totals[1] / totals[2];
+    state.counters["wait/glib"] = totals[1] / totals[3];
 }
-BENCHMARK(BM_EventfdQueueRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
-
-gboolean countCall(gpointer data)
-{
-    static_cast<std::atomic<uint64_t>*>(data)->fetch_add(1);
-    return G_SOURCE_REMOVE;
-}
-
-void BM_GLibInvokeRoundTrip(benchmark::State& state)
-{
-    GMainContext* context = g_main_context_default();
-    std::atomic<uint64_t> count { 0 };
-    Poster poster([&] {
-        const uint64_t start = count.load();
-        g_main_context_invoke(context, countCall, &count);
-        spinUntil([&] { return count.load() == start + 1; });
-    });
-    g_main_context_acquire(context);
-    for (auto _ : state) {
-        const uint64_t start = count.load();
-        state.SetIterationTime(poster.roundTrip([&] { return count.load() != start; }, [&] { g_main_context_iteration(context, TRUE); }));
-    }
-    g_main_context_release(context);
-}
-BENCHMARK(BM_GLibInvokeRoundTrip)->Unit(benchmark::kMicrosecond)->UseManualTime();
+BENCHMARK(BM_RoundTripsInTurn)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 // One pass of the main loop with nothing to do, against the poll it cannot do without: what a
 // pass costs beyond finding out that nothing is ready.
