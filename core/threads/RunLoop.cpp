@@ -24,6 +24,7 @@
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
+#include <utility>
 
 namespace yk {
 
@@ -597,11 +598,24 @@ const std::string& RunLoop::dispatchMode() const
     return _modeStack.empty() ? defaultMode : *_modeStack.back();
 }
 
+bool RunLoop::mayPostponeSources(bool mayWait)
+{
+    // Right after a wait, a pass that has performs to run (those its handlers scheduled, such
+    // as a main-thread perform's) runs them without another poll: the pass returns once they
+    // ran, and the next one polls, so no descriptor waits more than a pass. A pass without
+    // performs polls as it would, and may then sleep.
+    const bool justWaited = std::exchange(_justWaited, false);
+    if (!mayWait || !justWaited || _performCount.load(std::memory_order_relaxed) == 0)
+        return false;
+    _wokenOnLoopThread = false;
+    return true;
+}
+
 bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool mayWait, bool* limitPassed)
 {
     uint64_t mark = _nextPerformSequence.load(std::memory_order_acquire);
     // What is ready as the pass begins; later arrivals wait for the next pass.
-    const auto readyAtStart = readyAtPassStart(mode, mayWait);
+    const auto readyAtStart = mayPostponeSources(mayWait) ? std::vector<int>() : readyAtPassStart(mode, mayWait);
 
     notifyObservers(mode, kCFRunLoopBeforeTimers);
     fireTimers(mode);
@@ -620,6 +634,7 @@ bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool may
 
     notifyObservers(mode, kCFRunLoopBeforeWaiting);
     const auto ready = waitForEvents(mode, limit);
+    _justWaited = true;
     mark = _nextPerformSequence.load(std::memory_order_acquire);
     notifyObservers(mode, kCFRunLoopAfterWaiting);
     fireTimers(mode);

@@ -18,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -147,6 +148,33 @@ TEST(RunLoop, PortsWakeTheLoopFromOtherThreadsAndAskTheDelegateByWhatItAnswers)
         EXPECT_FALSE(port->send());
         loop->removePort(port.get(), yk::kCFRunLoopCommonModes);
     }
+}
+
+// A pass right after a wait may leave the descriptors to the next pass when it has performs to
+// run; a perform that asks for itself again on every pass must still not starve a port.
+TEST(RunLoop, APortIsHandledWhilePerformsKeepComing)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    auto recorder = yk::make<LoopRecorder>();
+    auto port = yk::Port::port();
+    port->setDelegate(recorder.get());
+    loop->addPort(port.get(), yk::kCFRunLoopDefaultMode);
+    recorder->action = [&] {
+        loop->performSelector("note:", recorder.get(), nullptr, 0, modes({ yk::kCFRunLoopDefaultMode }));
+        if (recorder->log.back() == "tick") {
+            EXPECT_TRUE(port->send()); // after the wait the timer ended: the next pass has performs to run
+        }
+    };
+    auto timer = yk::Timer::timerWithTimeInterval(0.01, recorder.get(), "tick:", nullptr, false);
+    loop->addTimer(timer.get(), yk::kCFRunLoopDefaultMode);
+    for (int run = 0; run < 3 && std::count(recorder->log.begin(), recorder->log.end(), "port") == 0; ++run)
+        loop->runMode(yk::kCFRunLoopDefaultMode, RunLoop::Clock::now() + 1s);
+    EXPECT_EQ(recorder->log, (std::vector<std::string> { "tick", "note:nil", "note:nil", "port" }));
+
+    recorder->action = nullptr;
+    loop->cancelPerformSelectorsWithTarget(recorder.get());
+    loop->removePort(port.get(), yk::kCFRunLoopDefaultMode);
+    port->invalidate();
 }
 
 TEST(RunLoop, TimersFireOnTheMonotonicClockAndALateRepeatingOneFiresOnce)

@@ -149,6 +149,8 @@ private:
     void startBackEnd();
     void stopBackEnd();
     std::vector<int> readyAtPassStart(const std::string& mode, bool mayWait);
+    // Whether a pass that may wait can leave its descriptors to the next pass (see _justWaited).
+    bool mayPostponeSources(bool mayWait);
     std::vector<int> waitForEvents(const std::string& mode, Clock::time_point limit);
     // Tells the back end that the watched descriptors (_watched) changed.
     void watchedDescriptorsChanged();
@@ -214,6 +216,9 @@ private:
     // wakeUp called on the loop's own thread since the pass began (a callout or an observer
     // added work): the pass does not sleep, and under GLib the context dispatches the loop.
     bool _wokenOnLoopThread { false };
+    // The last pass ended by handling what its wait found ready: the descriptors were polled a
+    // moment ago, so a next pass with performs to run need not poll them again first.
+    bool _justWaited { false };
     // The wake-up eventfd has been written and not yet drained: a second wakeUp meanwhile
     // writes nothing. The drain clears it after reading the descriptor.
     std::atomic<bool> _wakePending { false };
