@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <climits>
 #include <memory>
+#include <utility>
 #include <vector>
 #include <glib.h>
 
@@ -49,6 +50,9 @@ struct RunLoop::BackEnd {
     Clock::time_point preparedDeadline { Clock::time_point::max() };
     // When a run's pass last gave the context's other sources a look.
     Clock::time_point lastLook {};
+    // GLib dispatches the loop right after its poll: the pass it runs takes what that poll found
+    // instead of polling again.
+    bool dispatchedAfterPoll { false };
 
     static RunLoop& loopOf(GSource* source) { return *reinterpret_cast<Source*>(source)->loop; }
     // What the next poll asks of every record; the answers of the last one are cleared.
@@ -63,6 +67,18 @@ struct RunLoop::BackEnd {
     bool anyReady() const
     {
         return std::any_of(polls.begin(), polls.end(), [](const auto& poll) { return isReady(*poll); });
+    }
+    // What GLib's last poll found ready, the loop's own descriptors drained; the answers are
+    // cleared, so a descriptor that becomes ready later waits for the next poll.
+    std::vector<int> takeReady(RunLoop& loop)
+    {
+        std::vector<int> ready;
+        for (auto& poll : polls) {
+            if (isReady(*poll) && !loop.drainIfOwn(poll->fd))
+                ready.push_back(poll->fd);
+            poll->revents = 0;
+        }
+        return ready;
     }
     static gboolean prepare(GSource*, gint* timeout);
     static gboolean check(GSource*);
@@ -170,7 +186,9 @@ gboolean RunLoop::BackEnd::dispatch(GSource* source, GSourceFunc, gpointer)
     BackEnd& backEnd = *loop._backEnd;
     if (g_main_depth() == backEnd.waitDepth)
         return G_SOURCE_CONTINUE; // runMode's sleep ends; its pass handles what is ready
+    backEnd.dispatchedAfterPoll = true;
     runPassCatching(loop);
+    backEnd.dispatchedAfterPoll = false;
     backEnd.sitOutNext = true;
     return G_SOURCE_CONTINUE;
 }
@@ -243,6 +261,11 @@ void RunLoop::stopBackEnd()
 std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool mayWait)
 {
     _wokenOnLoopThread = false;
+    if (std::exchange(_backEnd->dispatchedAfterPoll, false)) {
+        auto ready = _backEnd->takeReady(*this); // before syncInterest, which may remake the records
+        syncInterest(mode);
+        return ready;
+    }
     // A run's pass gives the context's other sources one look, at most once a millisecond, so
     // that a busy run keeps a toolkit drawing without paying a second poll on every pass of a
     // tight loop. Passes GLib dispatches, or without waiting, do not iterate again.
@@ -265,14 +288,7 @@ std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_poi
         g_main_context_iteration(_backEnd->context, true);
     }
     _wokenOnLoopThread = false;
-    // What GLib's poll found ready; what became ready since waits for the next pass.
-    std::vector<int> ready;
-    for (auto& poll : _backEnd->polls) {
-        if (BackEnd::isReady(*poll) && !drainIfOwn(poll->fd))
-            ready.push_back(poll->fd);
-        poll->revents = 0;
-    }
-    return ready;
+    return _backEnd->takeReady(*this);
 }
 
 void RunLoop::wakeUp()
