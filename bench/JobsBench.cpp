@@ -248,15 +248,24 @@ gboolean countCall(gpointer data)
     return G_SOURCE_REMOVE;
 }
 
-// One way to have a method run on the main thread and the poster told: `post` runs on the
-// poster's thread and returns once the poster knows, `count` counts the calls run so far and
-// `waitOnce` is the main thread's wait, which blocks until something arrives.
+// One way to have a method run on the main thread and the poster told: `send` asks for the
+// call on the poster's thread, `count` counts the calls run so far and `waitOnce` is the main
+// thread's wait, which blocks until something arrives.
 class RoundTrip {
 public:
     virtual ~RoundTrip() = default;
-    virtual void post() = 0;
+    // Sends, then watches the count until the call has run (a waiting send returns after it).
+    void post()
+    {
+        const uint64_t start = count();
+        send();
+        spinUntil([&] { return count() != start; });
+    }
     virtual uint64_t count() const = 0;
     virtual void waitOnce() = 0;
+
+protected:
+    virtual void send() = 0;
 };
 
 // Every wait has no limit, as in an application's run and GLib's iteration: each ends with the
@@ -267,41 +276,26 @@ constexpr auto NoLimit = yk::RunLoop::Clock::time_point::max();
 class MessagingRoundTrip : public RoundTrip {
 public:
     MessagingRoundTrip() { yk::YJobCenter::mainThreadCenter(); }
-    void post() override
-    {
-        const uint64_t start = count();
-        yk::performSelectorInMainThread(_counter.get(), "hit");
-        spinUntil([&] { return count() == start + 1; });
-    }
     uint64_t count() const override { return _counter->count.load(); }
     void waitOnce() override { _loop->runMode(yk::kCFRunLoopDefaultMode, NoLimit); }
 
 protected:
+    void send() override { yk::performSelectorInMainThread(_counter.get(), "hit"); }
+
     yk::Ref<Counter> _counter { yk::make<Counter>() };
     yk::RunLoop* _loop { yk::RunLoop::currentRunLoop() };
 };
 
 // Ours, waiting: YK_performSelectorOnMainThread returns once the method has run.
 class WaitingPerformRoundTrip final : public MessagingRoundTrip {
-public:
-    void post() override { yk::YK_performSelectorOnMainThread(_counter.get(), "hit", nullptr, true); }
+protected:
+    void send() override { yk::YK_performSelectorOnMainThread(_counter.get(), "hit", nullptr, true); }
 };
 
 // The peer built by hand: a locked queue of closures and an eventfd the main thread polls.
 class EventfdQueueRoundTrip final : public RoundTrip {
 public:
     ~EventfdQueueRoundTrip() override { close(_wake); }
-    void post() override
-    {
-        const uint64_t start = count();
-        {
-            std::lock_guard guard(_lock);
-            _queue.emplace_back([this] { _count.fetch_add(1); });
-        }
-        const uint64_t one = 1;
-        [[maybe_unused]] auto written = write(_wake, &one, sizeof one);
-        spinUntil([&] { return count() == start + 1; });
-    }
     uint64_t count() const override { return _count.load(); }
     void waitOnce() override
     {
@@ -319,6 +313,17 @@ public:
             closure();
     }
 
+protected:
+    void send() override
+    {
+        {
+            std::lock_guard guard(_lock);
+            _queue.emplace_back([this] { _count.fetch_add(1); });
+        }
+        const uint64_t one = 1;
+        [[maybe_unused]] auto written = write(_wake, &one, sizeof one);
+    }
+
 private:
     const int _wake { eventfd(0, EFD_NONBLOCK) };
     std::mutex _lock;
@@ -331,14 +336,11 @@ class GLibInvokeRoundTrip final : public RoundTrip {
 public:
     GLibInvokeRoundTrip() { g_main_context_acquire(_context); }
     ~GLibInvokeRoundTrip() override { g_main_context_release(_context); }
-    void post() override
-    {
-        const uint64_t start = count();
-        g_main_context_invoke(_context, countCall, &_count);
-        spinUntil([&] { return count() == start + 1; });
-    }
     uint64_t count() const override { return _count.load(); }
     void waitOnce() override { g_main_context_iteration(_context, TRUE); }
+
+protected:
+    void send() override { g_main_context_invoke(_context, countCall, &_count); }
 
 private:
     GMainContext* const _context { g_main_context_default() };

@@ -605,15 +605,13 @@ bool RunLoop::mayPostponeSources(bool mayWait)
     // ran, and the next one polls, so no descriptor waits more than a pass. A pass without
     // performs polls as it would, and may then sleep.
     const bool justWaited = std::exchange(_justWaited, false);
-    if (!mayWait || !justWaited || _performCount.load(std::memory_order_relaxed) == 0)
-        return false;
-    _wokenOnLoopThread = false;
-    return true;
+    return mayWait && justWaited && _performCount.load(std::memory_order_relaxed) > 0;
 }
 
 bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool mayWait, bool* limitPassed)
 {
     uint64_t mark = _nextPerformSequence.load(std::memory_order_acquire);
+    _wokenOnLoopThread = false; // the pass looks at everything asked for so far
     // What is ready as the pass begins; later arrivals wait for the next pass.
     const auto readyAtStart = mayPostponeSources(mayWait) ? std::vector<int>() : readyAtPassStart(mode, mayWait);
 

@@ -260,7 +260,6 @@ void RunLoop::stopBackEnd()
 
 std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool mayWait)
 {
-    _wokenOnLoopThread = false;
     if (std::exchange(_backEnd->dispatchedAfterPoll, false)) {
         auto ready = _backEnd->takeReady(*this); // before syncInterest, which may remake the records
         syncInterest(mode);

@@ -16,7 +16,6 @@ void RunLoop::watchedDescriptorsChanged() { } // the epoll set is all there is
 
 std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool)
 {
-    _wokenOnLoopThread = false;
     syncInterest(mode);
     return readyDescriptors(0);
 }
