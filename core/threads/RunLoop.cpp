@@ -302,7 +302,10 @@ void RunLoop::cancelPerforms(const std::function<bool(const Perform&)>& matches)
         return; // nothing scheduled: no lock, no copy
     std::vector<Perform> cancelled; // released after the lock
     Locker guard(_lock);
-    auto end = std::stable_partition(_performs.begin(), _performs.end(), [&](const Perform& perform) { return !matches(perform); });
+    auto first = std::find_if(_performs.begin(), _performs.end(), matches);
+    if (first == _performs.end())
+        return; // nothing matches, the usual case: no partition buffer
+    auto end = std::stable_partition(first, _performs.end(), [&](const Perform& perform) { return !matches(perform); });
     std::move(end, _performs.end(), std::back_inserter(cancelled));
     _performs.erase(end, _performs.end());
     _performCount.store(_performs.size(), std::memory_order_relaxed);
@@ -649,9 +652,17 @@ void RunLoop::runDispatchedPass()
     notifyObservers(mode, kCFRunLoopBeforeWaiting);
 }
 
+const std::string& RunLoop::runModeName(std::string_view mode)
+{
+    auto found = _runModeNames.find(mode);
+    if (found == _runModeNames.end())
+        found = _runModeNames.emplace(mode).first;
+    return *found;
+}
+
 bool RunLoop::runMode(std::string_view modeName, Clock::time_point limit)
 {
-    const std::string mode(modeName);
+    const std::string& mode = runModeName(modeName);
     if (mode == kCFRunLoopCommonModes || !hasItems(mode))
         return false;
     CurrentModeScope scope(*this, mode);
@@ -683,7 +694,7 @@ void RunLoop::run()
 
 Ref<Date> RunLoop::limitDateForMode(std::string_view modeName)
 {
-    const std::string mode(modeName);
+    const std::string& mode = runModeName(modeName);
     if (mode == kCFRunLoopCommonModes)
         return nullptr;
     {

@@ -175,6 +175,10 @@ private:
     bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
 
+    // The loop's own copy of a mode name a run was given: the mode stack points at it, and a run
+    // in a mode the loop has run before allocates nothing.
+    const std::string& runModeName(std::string_view mode);
+
     // Whether the calling thread is the loop's own. The main loop may be made on any thread, so
     // it asks Thread rather than recording the thread that made it.
     bool isLoopThread() const;
@@ -207,7 +211,9 @@ private:
     // one its run holds, which outlives its place here.
     std::vector<const std::string*> _modeStack YK_GUARDED_BY(_lock);
 
-    // Read and changed only by the loop's thread: which descriptors epoll watches now.
+    // Read and changed only by the loop's thread: the names of the modes it ran in (a few),
+    // never erased, and which descriptors epoll watches now.
+    std::set<std::string, std::less<>> _runModeNames;
     std::set<int> _watched;
     std::string _watchedMode;
     uint64_t _watchedGeneration { ~uint64_t(0) };
