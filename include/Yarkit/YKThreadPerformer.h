@@ -39,6 +39,9 @@ private:
     Ref<Port> _port;
     Mutex _lock;
     std::vector<Ref<YKPerformHolder>> _holders YK_GUARDED_BY(_lock);
+    // The performer's thread only: the holders of the drain under way. Swapped with _holders and
+    // emptied after, so both keep their room and queueing a holder allocates nothing.
+    std::vector<Ref<YKPerformHolder>> _draining;
 };
 
 } // namespace yk
