@@ -16,9 +16,9 @@
 #include <Yarkit/core/values/String.h>
 
 #include <atomic>
-#include <sched.h>
 #include <chrono>
 #include <cstdint>
+#include <sched.h>
 #include <string>
 #include <thread>
 #include <utility>
@@ -45,7 +45,8 @@ const std::vector<std::string>& commonModeNames()
     return names;
 }
 
-// Tells the CPU the thread is busy-waiting (fewer wasted cycles, the sibling thread runs).
+// A hint to the CPU that the thread is busy-waiting: it saves power and lets a sibling
+// hardware thread run.
 inline void cpuRelax()
 {
 #if defined(__x86_64__) || defined(__i386__)
@@ -53,6 +54,12 @@ inline void cpuRelax()
 #elif defined(__aarch64__)
     asm volatile("yield");
 #endif
+}
+
+bool mayRunOnMoreThanOneCPU()
+{
+    cpu_set_t cpus;
+    return sched_getaffinity(0, sizeof cpus, &cpus) == 0 && CPU_COUNT(&cpus) > 1;
 }
 
 // Waits until the holder has run. The main thread usually answers within a few tens of
@@ -63,25 +70,22 @@ inline void cpuRelax()
 // microsecond; on one CPU it only yields, which hands the CPU to the main thread.
 void waitForHolder(ConditionLock& lock, const std::atomic<bool>& done)
 {
-    static const bool busyWaits = [] {
-        cpu_set_t cpus;
-        return sched_getaffinity(0, sizeof cpus, &cpus) == 0 && CPU_COUNT(&cpus) > 1;
-    }();
-    auto now = std::chrono::steady_clock::now();
-    const auto spinLimit = now + std::chrono::microseconds(50);
-    while (!done.load(std::memory_order_acquire)) {
-        if (now >= spinLimit) {
-            lock.lockWhenCondition(1);
-            lock.unlock();
-            return;
+    using Clock = std::chrono::steady_clock;
+    static const bool busyWaits = mayRunOnMoreThanOneCPU();
+    auto isDone = [&] { return done.load(std::memory_order_acquire); };
+    const auto giveUp = Clock::now() + std::chrono::microseconds(50);
+    for (auto now = Clock::now(); now < giveUp; now = Clock::now()) {
+        for (const auto yieldAt = now + std::chrono::microseconds(2); busyWaits && Clock::now() < yieldAt; cpuRelax()) {
+            if (isDone())
+                return;
         }
-        const auto yieldAt = now + std::chrono::microseconds(2);
-        while (busyWaits && !done.load(std::memory_order_acquire) && (now = std::chrono::steady_clock::now()) < yieldAt)
-            cpuRelax();
-        if (done.load(std::memory_order_acquire))
+        if (isDone())
             return;
         std::this_thread::yield();
-        now = std::chrono::steady_clock::now();
+    }
+    if (!isDone()) {
+        lock.lockWhenCondition(1);
+        lock.unlock();
     }
 }
 
