@@ -22,6 +22,7 @@
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -52,6 +53,27 @@ void sleepUntil(const std::function<bool()>& done)
 {
     while (!done())
         std::this_thread::sleep_for(50us);
+}
+
+// Times the kinds in turn, one of each per iteration and starting with the next one each time,
+// so that a virtual machine's drifting wake-up times fall on all of them alike; answers each
+// kind's total time, for the counters' ratios.
+std::vector<double> timeInTurn(benchmark::State& state, const std::vector<std::function<double()>>& kinds)
+{
+    std::vector<double> totals(kinds.size());
+    size_t first = 0;
+    for (auto _ : state) {
+        double elapsed = 0;
+        for (size_t i = 0; i < kinds.size(); ++i) {
+            const size_t kind = (first + i) % kinds.size();
+            const double time = kinds[kind]();
+            totals[kind] += time;
+            elapsed += time;
+        }
+        first = (first + 1) % kinds.size();
+        state.SetIterationTime(elapsed);
+    }
+    return totals;
 }
 
 constexpr int Burst = 10000;
@@ -222,22 +244,12 @@ void BM_PostToStart(benchmark::State& state)
 BENCHMARK(BM_PostToStart<JobPostToStart>)->Name("BM_JobPostToStart")->Unit(benchmark::kMicrosecond)->UseManualTime();
 BENCHMARK(BM_PostToStart<RawPostToStart>)->Name("BM_RawPostToStart")->Unit(benchmark::kMicrosecond)->UseManualTime();
 
-// Both taken in turn, one of each per iteration, so that the machine's drift falls on both; the
-// counter is the ratio of their total times, ours over the raw one.
+// Both taken in turn; the counter is the ratio of their total times, ours over the raw one.
 void BM_PostToStartInTurn(benchmark::State& state)
 {
     JobPostToStart jobs;
     RawPostToStart raw;
-    double totals[2] = {};
-    bool jobsFirst = true;
-    for (auto _ : state) {
-        const double first = jobsFirst ? jobs.once() : raw.once();
-        const double second = jobsFirst ? raw.once() : jobs.once();
-        totals[jobsFirst ? 0 : 1] += first;
-        totals[jobsFirst ? 1 : 0] += second;
-        jobsFirst = !jobsFirst;
-        state.SetIterationTime(first + second);
-    }
+    const auto totals = timeInTurn(state, { [&] { return jobs.once(); }, [&] { return raw.once(); } });
     state.counters["jobs/raw"] = totals[0] / totals[1];
 }
 BENCHMARK(BM_PostToStartInTurn)->Unit(benchmark::kMicrosecond)->UseManualTime();
@@ -413,30 +425,17 @@ BENCHMARK(BM_RoundTrip<WaitingPerformRoundTrip>)->Name("BM_WaitingPerformRoundTr
 BENCHMARK(BM_RoundTrip<EventfdQueueRoundTrip>)->Name("BM_EventfdQueueRoundTrip")->Unit(benchmark::kMicrosecond)->UseManualTime();
 BENCHMARK(BM_RoundTrip<GLibInvokeRoundTrip>)->Name("BM_GLibInvokeRoundTrip")->Unit(benchmark::kMicrosecond)->UseManualTime();
 
-// The four round trips taken in turn, one of each per iteration (starting with another each
-// time), so that a virtual machine's drifting wake-up times fall on all of them alike; the
-// counters are the ratios of their total times, ours over each peer.
+// The four round trips taken in turn; the counters are the ratios of their total times, ours
+// over each peer.
 void BM_RoundTripsInTurn(benchmark::State& state)
 {
     MessagingRoundTrip messaging;
     WaitingPerformRoundTrip waiting;
     EventfdQueueRoundTrip eventfdQueue;
     GLibInvokeRoundTrip glibInvoke;
-    RoundTrip* const kinds[] = { &messaging, &waiting, &eventfdQueue, &glibInvoke };
-    double totals[4] = {};
     Poster poster;
-    size_t first = 0;
-    for (auto _ : state) {
-        double elapsed = 0;
-        for (size_t i = 0; i < 4; ++i) {
-            const size_t kind = (first + i) % 4;
-            const double time = poster.roundTrip(*kinds[kind]);
-            totals[kind] += time;
-            elapsed += time;
-        }
-        first = (first + 1) % 4;
-        state.SetIterationTime(elapsed);
-    }
+    auto timed = [&](RoundTrip& kind) { return [&] { return poster.roundTrip(kind); }; };
+    const auto totals = timeInTurn(state, { timed(messaging), timed(waiting), timed(eventfdQueue), timed(glibInvoke) });
     state.counters["post/eventfd"] = totals[0] / totals[2];
     state.counters["post/glib"] = totals[0] / totals[3];
     state.counters["wait/eventfd"] = totals[1] / totals[2];

@@ -39,6 +39,13 @@ const Array* commonModes()
     static Array* const modes = Array::arrayWithObjects({ String::withUTF8(kCFRunLoopCommonModes) }).leakRef(); // lives for the process
     return modes;
 }
+// The holder's method the run loop is asked to perform, once per mode.
+const Selector& fireSelector()
+{
+    static const Selector fire("fire");
+    return fire;
+}
+
 const std::vector<std::string>& commonModeNames()
 {
     static const std::vector<std::string> names { kCFRunLoopCommonModes };
@@ -134,7 +141,6 @@ void YKThreadPerformer::addHolder(YKPerformHolder* holder)
 void YKThreadPerformer::handleMachMessage(PortMessage*)
 {
     RunLoop* loop = RunLoop::currentRunLoop();
-    static const Selector fire("fire");
     while (true) {
         _draining.clear(); // the last round's holders, also when scheduling one raised
         {
@@ -145,9 +151,9 @@ void YKThreadPerformer::handleMachMessage(PortMessage*)
         }
         for (auto& holder : _draining) {
             if (holder->modes() == commonModes())
-                loop->performSelector(fire, holder.get(), nullptr, 0, commonModeNames());
+                loop->performSelector(fireSelector(), holder.get(), nullptr, 0, commonModeNames());
             else
-                loop->performSelector(fire, holder.get(), nullptr, 0, holder->modes());
+                loop->performSelector(fireSelector(), holder.get(), nullptr, 0, holder->modes());
         }
     }
 }
@@ -172,8 +178,7 @@ void YKPerformHolder::fire()
         return;
     Ref<YKPerformHolder> protectedThis(this);
     // Scheduled once per mode; it runs once.
-    static const Selector fire("fire");
-    RunLoop::currentRunLoop()->cancelPerformSelector(fire, this, nullptr);
+    RunLoop::currentRunLoop()->cancelPerformSelector(fireSelector(), this, nullptr);
     Ref<Object> target = _target;
     if (_selector.argumentCount() == 0)
         target->performSelector(_selector);
