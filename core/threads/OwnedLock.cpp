@@ -9,95 +9,119 @@ namespace yk::detail {
 
 OwnedLockState::OwnedLockState(Kind kind, Ref<String> name, int condition)
     : _kind(kind)
-    , _condition(condition)
+    , _word(wordFor(condition))
     , _name(std::move(name))
 {
+}
+
+bool OwnedLockState::isHeldByCallingThread() const
+{
+    // Only a thread itself stores its id here, and it reads its own last store.
+    return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+}
+
+bool OwnedLockState::acquire(const int* wanted)
+{
+    uint64_t word = _word.load(std::memory_order_relaxed);
+    do {
+        if ((word & Held) || (wanted && conditionOf(word) != *wanted))
+            return false;
+    } while (!_word.compare_exchange_weak(word, word | Held, std::memory_order_acquire, std::memory_order_relaxed));
+    _owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    _depth = 1;
+    return true;
 }
 
 bool OwnedLockState::take(
     const Object* lock, const char* selector, const Clock::time_point* limit, const int* wanted)
 {
-    {
-        Locker guard(_mutex);
-        if (_owner != std::this_thread::get_id()) {
-            if (!waitUntilAvailable(wanted, limit))
-                return false;
-            hold();
-            return true;
-        }
-        if (_kind == Kind::Recursive) {
-            ++_depth;
-            return true;
-        }
+    if (isHeldByCallingThread()) {
+        if (_kind != Kind::Recursive)
+            raiseLockDeadlock(lock, selector);
+        ++_depth;
+        return true;
     }
-    raiseLockDeadlock(lock, selector);
+    if (acquire(wanted))
+        return true;
+    Locker guard(_mutex);
+    return waitUntilAcquired(wanted, limit);
 }
 
 bool OwnedLockState::tryTake(const int* wanted)
 {
-    Locker guard(_mutex);
-    if (_kind == Kind::Recursive && _owner == std::this_thread::get_id()) {
+    if (_kind == Kind::Recursive && isHeldByCallingThread()) {
         ++_depth;
         return true;
     }
-    if (!isAvailable(wanted))
-        return false;
-    hold();
-    return true;
+    return acquire(wanted);
 }
 
 void OwnedLockState::release(const Object* lock, const char* selector, const int* condition)
 {
-    const char* problem = nullptr;
+    if (!isHeldByCallingThread()) {
+        const bool free = _owner.load(std::memory_order_relaxed) == std::thread::id();
+        logLockMisuse(lock, selector, free ? "unlocked when not locked" : "unlocked from a thread which did not lock it");
+        return;
+    }
+    if (--_depth > 0)
+        return; // a recursive lock's inner release; those have no condition
+    setFree(lock, condition);
+}
+
+bool OwnedLockState::waitUntilAcquired(const int* wanted, const Clock::time_point* limit)
+{
+    // Waited is in the word before the look: a release after it sees it and wakes this thread,
+    // which sleeps before the releaser can take the inner mutex.
+    addWaiter(wanted);
+    bool acquired = acquire(wanted);
+    while (!acquired) {
+        if (!limit) {
+            _mutex.wait(_released);
+        } else if (!_mutex.waitUntil(_released, *limit)) {
+            acquired = acquire(wanted);
+            // Leaving with a wake-up it may have taken: the others look again.
+            if (!acquired && _waiters > 1)
+                _released.notify_all();
+            break;
+        }
+        acquired = acquire(wanted);
+    }
+    removeWaiter(wanted);
+    return acquired;
+}
+
+void OwnedLockState::setFree(const Object* lock, const int* condition)
+{
+    _owner.store(std::thread::id(), std::memory_order_relaxed);
+    // A woken waiter may take the lock and drop the last reference to it as soon as the word
+    // says free; the waking after that needs the lock alive.
+    Ref<Object> keepAlive;
+    uint64_t word = _word.load(std::memory_order_relaxed);
+    uint64_t freed;
+    do {
+        if ((word & Waited) && !keepAlive)
+            keepAlive = const_cast<Object*>(lock);
+        freed = (word & Waited) | (condition ? wordFor(*condition) : (word & ~(Held | Waited)));
+    } while (!_word.compare_exchange_weak(word, freed, std::memory_order_release, std::memory_order_relaxed));
+    if (!(word & Waited))
+        return; // nobody waits: no inner mutex, no wake-up
     Wake wake = Wake::None;
-    Ref<Object> keepAlive; // released last, after the notify
     {
         Locker guard(_mutex);
-        if (_owner == std::this_thread::get_id()) {
-            wake = drop(condition);
-            // A woken waiter may take the lock and drop the last reference to it as soon as the
-            // inner mutex is free; the notify comes after that, so that the waiter need not
-            // wait for the mutex the notifier still holds.
-            if (wake != Wake::None)
-                keepAlive = const_cast<Object*>(lock);
-        } else {
-            problem = _owner == std::thread::id() ? "unlocked when not locked"
-                                                  : "unlocked from a thread which did not lock it";
-        }
+        if (_waiters)
+            wake = _kind != Kind::Conditional ? Wake::One : mayWakeWaiter() ? Wake::All : Wake::None;
     }
+    // After the inner mutex is free, so that a woken waiter need not wait for it.
     if (wake == Wake::One)
         _released.notify_one();
     else if (wake == Wake::All)
         _released.notify_all();
-    if (problem)
-        logLockMisuse(lock, selector, problem);
-}
-
-bool OwnedLockState::isAvailable(const int* wanted) const
-{
-    return _owner == std::thread::id() && (!wanted || _condition.load(std::memory_order_relaxed) == *wanted);
-}
-
-bool OwnedLockState::waitUntilAvailable(const int* wanted, const Clock::time_point* limit)
-{
-    if (isAvailable(wanted))
-        return true;
-    addWaiter(wanted);
-    while (!isAvailable(wanted)) {
-        if (!limit) {
-            _mutex.wait(_released);
-        } else if (!_mutex.waitUntil(_released, *limit) && !isAvailable(wanted)) {
-            removeWaiter(wanted);
-            return false;
-        }
-    }
-    removeWaiter(wanted);
-    return true;
 }
 
 void OwnedLockState::addWaiter(const int* wanted)
 {
-    ++_waiters;
+    if (!_waiters++)
+        _word.fetch_or(Waited, std::memory_order_relaxed);
     if (!wanted)
         return;
     if (!_conditionWaiters++)
@@ -108,7 +132,8 @@ void OwnedLockState::addWaiter(const int* wanted)
 
 void OwnedLockState::removeWaiter(const int* wanted)
 {
-    --_waiters;
+    if (!--_waiters)
+        _word.fetch_and(~Waited, std::memory_order_relaxed);
     // Whether the ones left still want different conditions is not tracked: they are taken to,
     // which costs only a wake-up, until the last of them leaves.
     if (wanted && !--_conditionWaiters)
@@ -117,33 +142,12 @@ void OwnedLockState::removeWaiter(const int* wanted)
 
 bool OwnedLockState::mayWakeWaiter() const
 {
-    return _waiters > _conditionWaiters || _waitersWantDifferentConditions || _wantedCondition == _condition.load(std::memory_order_relaxed);
-}
-
-void OwnedLockState::hold()
-{
-    _owner = std::this_thread::get_id();
-    _depth = 1;
-}
-
-OwnedLockState::Wake OwnedLockState::drop(const int* condition)
-{
-    if (condition)
-        _condition.store(*condition, std::memory_order_release);
-    if (--_depth > 0)
-        return Wake::None;
-    _owner = std::thread::id();
-    if (!_waiters)
-        return Wake::None;
-    if (_kind != Kind::Conditional)
-        return Wake::One;
-    // Waiters for a condition may wait for different ones, so all look.
-    return mayWakeWaiter() ? Wake::All : Wake::None;
+    return _waiters > _conditionWaiters || _waitersWantDifferentConditions || _wantedCondition == conditionOf(_word.load(std::memory_order_relaxed));
 }
 
 int OwnedLockState::condition() const
 {
-    return _condition.load(std::memory_order_acquire);
+    return conditionOf(_word.load(std::memory_order_acquire));
 }
 
 Ref<String> OwnedLockState::name() const

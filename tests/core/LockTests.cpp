@@ -201,6 +201,30 @@ TEST(ConditionLock, WakesEachWaiterForItsOwnCondition)
     EXPECT_EQ(lock->condition(), 0);
 }
 
+TEST(ConditionLock, HandsOffBackAndForthWithoutLosingAWakeUp)
+{
+    // Two threads pass the lock to each other by condition, so every take either finds the lock
+    // free or sleeps until the other's release wakes it; a lost wake-up shows as a give-up.
+    auto lock = yk::make<yk::ConditionLock>(0);
+    constexpr int rounds = 5000;
+    std::atomic<int> gaveUp { 0 };
+    auto player = [&](int mine, int theirs) {
+        for (int i = 0; i < rounds; ++i) {
+            if (!lock->lockWhenCondition(mine, Clock::now() + 10s)) {
+                ++gaveUp;
+                return;
+            }
+            lock->unlockWithCondition(theirs);
+        }
+    };
+    std::thread other(player, 1, 0);
+    player(0, 1);
+    other.join();
+    EXPECT_EQ(gaveUp.load(), 0);
+    EXPECT_EQ(lock->condition(), 0);
+    EXPECT_TRUE(freeForOthers(*lock));
+}
+
 TEST(ConditionLock, WaitsForTheConditionOrGivesUpAndItsGuardReleasesWithItsCondition)
 {
     auto lock = yk::make<yk::ConditionLock>(0);

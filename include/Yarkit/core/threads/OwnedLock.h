@@ -17,9 +17,11 @@ namespace yk {
 namespace detail {
 
 // The state of a lock object that knows its owner, and the operations on it. It lives in this
-// header only because the lock objects hold it by value; use the lock objects. The inner mutex
-// is held only to look at the state, never while the lock's holder runs its section, and
-// misuse is reported after it is released (the report reads the lock's name).
+// header only because the lock objects hold it by value; use the lock objects. A lock nobody
+// contends for is taken and released with one atomic step on a word that holds the condition,
+// whether the lock is held and whether anyone waits; waiters sleep on the inner mutex's
+// condition variable, which a release touches only when the word says someone waits. Misuse is
+// reported after the inner mutex is released (the report reads the lock's name).
 class OwnedLockState {
 public:
     using Clock = std::chrono::steady_clock;
@@ -49,14 +51,20 @@ public:
     Ref<String> describe(Ref<String> description) const;
 
 private:
-    bool isAvailable(const int* wanted) const YK_REQUIRES(_mutex);
-    bool waitUntilAvailable(const int* wanted, const Clock::time_point* limit) YK_REQUIRES(_mutex);
-    // The calling thread holds the lock, which was free.
-    void hold() YK_REQUIRES(_mutex);
+    // The word's bits above the condition.
+    static constexpr uint64_t Held = uint64_t(1) << 32;
+    static constexpr uint64_t Waited = uint64_t(1) << 33; // someone sleeps, or is about to
+    static int conditionOf(uint64_t word) { return static_cast<int>(static_cast<uint32_t>(word)); }
+    static uint64_t wordFor(int condition) { return static_cast<uint32_t>(condition); }
+
+    bool isHeldByCallingThread() const;
+    // Holds the lock if it is free and has the wanted condition, in one atomic step.
+    bool acquire(const int* wanted);
+    bool waitUntilAcquired(const int* wanted, const Clock::time_point* limit) YK_REQUIRES(_mutex);
+    // Frees the lock held by the calling thread, setting the condition if given, and wakes the
+    // waiters that can use it.
+    void setFree(const Object* lock, const int* condition);
     enum class Wake { None, One, All };
-    // Gives up one take of the calling thread, which holds the lock; once it is free, answers
-    // which waiters to wake.
-    Wake drop(const int* condition) YK_REQUIRES(_mutex);
     void addWaiter(const int* wanted) YK_REQUIRES(_mutex);
     void removeWaiter(const int* wanted) YK_REQUIRES(_mutex);
     // Whether a waiter could take the lock as it is now, free: a release that cannot satisfy any
@@ -64,15 +72,15 @@ private:
     bool mayWakeWaiter() const YK_REQUIRES(_mutex);
 
     const Kind _kind;
+    std::atomic<uint64_t> _word; // the condition, Held and Waited
+    std::atomic<std::thread::id> _owner; // set by the holder once it holds the lock, cleared before it frees it
+    uint32_t _depth { 0 }; // takes not yet matched by a release; only the holder touches it
     mutable Mutex _mutex;
     std::condition_variable _released;
-    std::thread::id _owner YK_GUARDED_BY(_mutex); // no thread when the lock is free
-    uint32_t _depth YK_GUARDED_BY(_mutex) { 0 }; // takes not yet matched by a release
     uint32_t _waiters YK_GUARDED_BY(_mutex) { 0 };
     uint32_t _conditionWaiters YK_GUARDED_BY(_mutex) { 0 }; // the waiters that want a condition
     int _wantedCondition YK_GUARDED_BY(_mutex) { 0 }; // the condition they want, if they agree
     bool _waitersWantDifferentConditions YK_GUARDED_BY(_mutex) { false };
-    std::atomic<int> _condition; // written under _mutex, read without it
     Ref<String> _name YK_GUARDED_BY(_mutex);
 };
 
