@@ -5,6 +5,7 @@
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Invocation.h>
 #include <Yarkit/core/runtime/MethodSignature.h>
+#include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/system/NotificationCenter.h>
 #include <Yarkit/core/values/Array.h>
 
@@ -120,6 +121,11 @@ void YJob::invoke()
         if (flags & HasAborted)
             return;
     } while (!_gjf.compare_exchange_weak(flags, flags | HasExecuted, std::memory_order_acq_rel));
+    sendMessage();
+}
+
+void YJob::sendMessage()
+{
     if (auto invocation = this->invocation())
         invocation->invoke();
 }
@@ -181,6 +187,15 @@ Ref<Invocation> YTargetSelectorJob::invocation() const
     return invocation;
 }
 
+void YTargetSelectorJob::sendMessage()
+{
+    // A message without arguments needs no invocation; a subclass's goes through its own.
+    if (!isMemberOfClass(staticClass()))
+        return YConcreteJob::sendMessage();
+    if (_target && _selector)
+        send(_target.get(), _selector);
+}
+
 bool YTargetSelectorJob::isEqual(const Object* other) const
 {
     if (other == this)
@@ -200,6 +215,12 @@ YObjectArgJob::YObjectArgJob(Object* target, Selector selector, Object* object)
 void YObjectArgJob::setArguments(Invocation& invocation) const
 {
     invocation.setArgument(_objectArg.get(), 2);
+}
+
+void YObjectArgJob::sendMessage()
+{
+    if (target() && selector())
+        send(target(), selector(), _objectArg.get());
 }
 
 bool YObjectArgJob::argumentsMatch(const YTargetSelectorJob& other) const

@@ -51,6 +51,7 @@ public:
     bool isEqual(const Object* other) const override;
 
 protected:
+    void sendMessage() override;
     // Places this class's arguments into an invocation of its method.
     virtual void setArguments(Invocation&) const { }
     // Compares this class's arguments with those of a job of the same class.
@@ -69,6 +70,7 @@ public:
     void setObjectArg(Object* object) { _objectArg = object; }
 
 private:
+    void sendMessage() override;
     void setArguments(Invocation& invocation) const override;
     bool argumentsMatch(const YTargetSelectorJob& other) const override;
     Ref<Object> _objectArg;

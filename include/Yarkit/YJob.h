@@ -89,6 +89,9 @@ protected:
     // The invocation of selector on target, with no arguments set; null for a null selector.
     // Raises when the target does not implement the selector.
     static Ref<Invocation> invocationFor(Object* target, Selector selector);
+    // Sends the job's message, once invoke has decided that it runs: through invocation(), or
+    // directly where a class knows its message without building one.
+    virtual void sendMessage();
 
 private:
     enum Flags : uint8_t { HasExecuted = 1, HasAborted = 2 };
