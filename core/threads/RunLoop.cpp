@@ -23,6 +23,7 @@
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
+#include <type_traits>
 #include <unistd.h>
 #include <utility>
 
@@ -217,8 +218,11 @@ void RunLoop::addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::stri
     {
         Locker guard(_lock);
         auto& items = modeForAdding(mode).*list;
-        if (!mayBeThere || !containsItem(items, item))
+        if (!mayBeThere || !containsItem(items, item)) {
             items.emplace_back(item);
+            if constexpr (std::is_same_v<T, Timer>)
+                _timerCount.fetch_add(1, std::memory_order_relaxed);
+        }
     }
     wakeUp(); // a waiting loop looks at its items again
 }
@@ -234,6 +238,8 @@ void RunLoop::removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::s
         return;
     released.emplace_back(found->get());
     items.erase(found);
+    if constexpr (std::is_same_v<T, Timer>)
+        _timerCount.fetch_sub(1, std::memory_order_relaxed);
 }
 
 void RunLoop::addPort(Port* port, std::string_view mode) { addItem(&RunLoopMode::ports, port, mode); }
@@ -379,6 +385,8 @@ void RunLoop::notifyObservers(const std::string& mode, RunLoopActivity activity)
 
 uint32_t RunLoop::fireTimers(const std::string& mode)
 {
+    if (_timerCount.load(std::memory_order_relaxed) == 0)
+        return 0; // no timer in any mode: no lock
     std::vector<Ref<Timer>> timers;
     std::vector<Ref<Object>> released;
     std::optional<Clock::time_point> now; // read only when the mode has timers
@@ -393,6 +401,7 @@ uint32_t RunLoop::fireTimers(const std::string& mode)
             auto end = std::stable_partition(items.timers.begin(), items.timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
             for (auto it = end; it != items.timers.end(); ++it)
                 released.emplace_back(it->get());
+            _timerCount.fetch_sub(static_cast<size_t>(items.timers.end() - end), std::memory_order_relaxed);
             items.timers.erase(end, items.timers.end());
             for (const auto& timer : items.timers) {
                 if (timer->fireTime() <= *now)
@@ -524,6 +533,8 @@ void RunLoop::syncInterest(const std::string& mode)
 
 std::optional<RunLoop::Clock::time_point> RunLoop::nextTimerDate(const std::string& mode)
 {
+    if (_timerCount.load(std::memory_order_relaxed) == 0)
+        return std::nullopt;
     Locker guard(_lock);
     std::optional<Clock::time_point> next;
     auto collect = [&](RunLoopMode& items) {

@@ -205,6 +205,9 @@ private:
     // The last mode looked up, valid while _modesGeneration is unchanged (modes are never
     // erased, so the pointer stays good).
     ModeLookup _lastLookup YK_GUARDED_BY(_lock);
+    // The timers in all modes, changed under _lock, read without it: a pass with none skips the
+    // lock and the mode lookups that firing and arming them need.
+    std::atomic<size_t> _timerCount { 0 };
     // Every activity an observer of this loop has asked for, so passes skip the others.
     std::atomic<uint32_t> _observedActivities { 0 };
     // The mode stack of the loop's own thread; only that thread changes it. Each name is the
