@@ -15,6 +15,7 @@
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/String.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -69,8 +70,33 @@ bool mayRunOnMoreThanOneCPU()
     return sched_getaffinity(0, sizeof cpus, &cpus) == 0 && CPU_COUNT(&cpus) > 1;
 }
 
-// Waits until the holder has run. The main thread usually answers within a few tens of
-// microseconds, so the caller first watches the holder's done flag for a moment, which costs
+// How long a waiting caller watches the done flag before it sleeps on the lock: four times the
+// main thread's typical answer, within 50 us and 1 ms, as an adaptive mutex spins for a multiple
+// of its typical wait. Waking the main thread takes 20 us on one machine and 50 us on another; a
+// fixed limit fits only one, and a caller that gives up too soon pays a second wake-up, its own.
+class WatchLimit {
+public:
+    static std::chrono::microseconds current()
+    {
+        return std::chrono::microseconds(std::clamp(4 * s_typical.load(std::memory_order_relaxed), Least, Most));
+    }
+    // Folds one answer time into the average, where each counts for an eighth. Races between
+    // callers only blur it.
+    static void note(std::chrono::steady_clock::duration answer)
+    {
+        const int64_t sample = std::min(std::chrono::duration_cast<std::chrono::microseconds>(answer).count(), Most);
+        const int64_t typical = s_typical.load(std::memory_order_relaxed);
+        s_typical.store(typical + (sample - typical) / 8, std::memory_order_relaxed);
+    }
+
+private:
+    static constexpr int64_t Least = 50;
+    static constexpr int64_t Most = 1000;
+    static inline std::atomic<int64_t> s_typical { 25 }; // microseconds
+};
+
+// Waits until the holder has run. The main thread usually answers within tens of microseconds,
+// so the caller first watches the holder's done flag for a while (`WatchLimit`), which costs
 // less than sleeping and being woken; it watches the flag rather than the lock, whose mutex the
 // main thread needs to signal it. When the process may run on more than one CPU, the caller
 // watches in short busy loops, yielding between them, and sees the answer within a fraction of a
@@ -79,21 +105,25 @@ void waitForHolder(ConditionLock& lock, const std::atomic<bool>& done)
 {
     using Clock = std::chrono::steady_clock;
     static const bool busyWaits = mayRunOnMoreThanOneCPU();
+    const auto start = Clock::now();
     auto isDone = [&] { return done.load(std::memory_order_acquire); };
-    const auto giveUp = Clock::now() + std::chrono::microseconds(50);
-    for (auto now = Clock::now(); now < giveUp; now = Clock::now()) {
-        for (const auto yieldAt = now + std::chrono::microseconds(2); busyWaits && Clock::now() < yieldAt; cpuRelax()) {
+    auto watch = [&] {
+        for (auto now = start, giveUp = start + WatchLimit::current(); now < giveUp; now = Clock::now()) {
+            for (const auto yieldAt = now + std::chrono::microseconds(2); busyWaits && Clock::now() < yieldAt; cpuRelax()) {
+                if (isDone())
+                    return true;
+            }
             if (isDone())
-                return;
+                return true;
+            std::this_thread::yield();
         }
-        if (isDone())
-            return;
-        std::this_thread::yield();
-    }
-    if (!isDone()) {
+        return isDone();
+    };
+    if (!watch()) {
         lock.lockWhenCondition(1);
         lock.unlock();
     }
+    WatchLimit::note(Clock::now() - start);
 }
 
 } // namespace
