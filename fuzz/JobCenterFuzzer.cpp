@@ -33,11 +33,7 @@ YK_DEFINE_CLASS(FuzzTarget, [](MethodListBuilder& c) {
 class InlineCenter : public YJobCenter {
     YK_OBJECT(InlineCenter, YJobCenter)
 public:
-    void runUntilEmpty()
-    {
-        reconsiderWaitingJobs();
-        doExecuteJobsUntilEmpty();
-    }
+    void runUntilEmpty() { _doExecuteJobsUntilEmpty(true, true); }
     std::vector<std::string> notices;
 
 protected:

@@ -318,7 +318,7 @@ bool YJobCenter::mayStart(YJob* job, Ref<Array>& running, bool askDelegate)
     return !delegate || ask(delegate);
 }
 
-YJobCenter::Pass YJobCenter::choose(bool untilEmpty)
+YJobCenter::Pass YJobCenter::choose(bool untilEmpty, bool askHeldBack)
 {
     Pass pass;
     // In until-empty mode the lock is taken whatever its condition and the condition read
@@ -326,7 +326,7 @@ YJobCenter::Pass YJobCenter::choose(bool untilEmpty)
     // that thread leaves it at 0 (removeAllWaitingJobs), until the next post.
     if (untilEmpty) {
         _waitingJobsLock->lock();
-        if (_waitingJobsLock->condition() != 1) {
+        if (_waitingJobsLock->condition() != 1 && !(askHeldBack && !_waitingJobs.empty())) {
             _waitingJobsLock->unlock();
             pass.leave = true;
             return pass;
@@ -363,12 +363,12 @@ YJobCenter::Pass YJobCenter::choose(bool untilEmpty)
     return pass;
 }
 
-void YJobCenter::_doExecuteJobsUntilEmpty(bool untilEmpty)
+void YJobCenter::_doExecuteJobsUntilEmpty(bool untilEmpty, bool askHeldBack)
 {
-    while (true) {
+    for (bool firstPass = true;; firstPass = false) {
         Pass pass;
         if (untilEmpty) {
-            pass = choose(true);
+            pass = choose(true, askHeldBack && firstPass);
             if (pass.leave)
                 return;
             if (pass.activated)
@@ -378,7 +378,7 @@ void YJobCenter::_doExecuteJobsUntilEmpty(bool untilEmpty)
         } else {
             // The watch thread survives whatever a vetting method or a notice throws.
             try {
-                pass = choose(false);
+                pass = choose(false, false);
             } catch (...) {
                 logIgnored("*** The watch thread of a job center caught an exception");
                 continue;
@@ -402,13 +402,6 @@ std::unique_lock<std::mutex> YJobCenter::orderNotice()
     if (isKindOfClass(YMainThreadJobCenter::staticClass()))
         return {};
     return std::unique_lock<std::mutex>(_noticeLock);
-}
-
-void YJobCenter::reconsiderWaitingJobs()
-{
-    ConditionLocker guard(*_waitingJobsLock);
-    if (!_waitingJobs.empty())
-        guard.setCondition(1);
 }
 
 void YJobCenter::putBack(YJob* job)

@@ -107,8 +107,7 @@ void YMainThreadJobCenter::doExecuteJobsUntilEmpty()
     } lower { _disabled };
     // A port message means "look again": jobs held back on an earlier pass (condition 0) are
     // asked anew, which the until-empty loop would otherwise skip.
-    reconsiderWaitingJobs();
-    _doExecuteJobsUntilEmpty(true);
+    _doExecuteJobsUntilEmpty(true, true);
     lower.done = true;
     if (_disabled.load() > 0 && _disabled.fetch_sub(1) - 1 > 0)
         return; // nested in another run, which goes on

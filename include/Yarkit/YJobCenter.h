@@ -115,21 +115,21 @@ protected:
     virtual void notifyJobObserversOfName(const char* name, YJob* job, const Exception* exception);
 
     // _doExecuteJobsUntilEmpty: the watch loop. In until-empty mode it returns once no waiting
-    // job can start; otherwise it never returns.
-    void _doExecuteJobsUntilEmpty(bool untilEmpty);
+    // job can start; otherwise it never returns. With askHeldBack, its first pass looks at the
+    // waiting jobs whatever the condition, so jobs held back on an earlier pass are asked anew.
+    void _doExecuteJobsUntilEmpty(bool untilEmpty, bool askHeldBack = false);
     // _doExecuteJob: the body of a job's thread.
     void _doExecuteJob(YJob* job);
 
     // The waiting list's lock, for subclasses that post around it.
     ConditionLock& waitingJobsLock() const { return *_waitingJobsLock; }
-    // Sets the condition to 1 when jobs wait, so that the next pass asks about them again.
-    void reconsiderWaitingJobs();
 
 private:
     enum Flags : uint8_t { HasNotified = 1, DelRespondsToShouldAddJob = 2, DelRespondsToShouldExecuteJob = 4 };
 
     // One watch pass: the job chosen (or null), whether it activated the center. With
-    // untilEmpty it returns without a job when the condition is 0.
+    // untilEmpty it returns without a job when the condition is 0, unless askHeldBack and jobs
+    // wait.
     struct Pass {
         Ref<YJob> job;
         bool activated { false };
@@ -141,7 +141,7 @@ private:
     // the changes. Not for the main-thread center, whose notices go out on the main thread at
     // once.
     std::unique_lock<std::mutex> orderNotice();
-    Pass choose(bool untilEmpty);
+    Pass choose(bool untilEmpty, bool askHeldBack);
     bool mayStart(YJob* job, Ref<Array>& running, bool askDelegate) YK_REQUIRES(*_runningJobsLock);
     void putBack(YJob* job);
     void notifyCancelled(const std::vector<Ref<YJob>>& jobs, bool newestFirst);
