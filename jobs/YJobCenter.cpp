@@ -23,6 +23,7 @@
 #include <exception>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace yk {
 
@@ -365,10 +366,10 @@ YJobCenter::Pass YJobCenter::choose(bool untilEmpty, bool askHeldBack)
 
 void YJobCenter::_doExecuteJobsUntilEmpty(bool untilEmpty, bool askHeldBack)
 {
-    for (bool firstPass = true;; firstPass = false) {
+    while (true) {
         Pass pass;
         if (untilEmpty) {
-            pass = choose(true, askHeldBack && firstPass);
+            pass = choose(true, std::exchange(askHeldBack, false)); // only the first pass
             if (pass.leave)
                 return;
             if (pass.activated)
