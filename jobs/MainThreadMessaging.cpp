@@ -1,7 +1,7 @@
 #include <Yarkit/MainThreadMessaging.h>
 
 #include <Yarkit/YConcreteJob.h>
-#include <Yarkit/YJobCenter.h>
+#include <Yarkit/YMainThreadJobCenter.h>
 #include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/threads/Thread.h>
 #include <Yarkit/core/values/Exception.h>
@@ -15,7 +15,7 @@ namespace {
 
 void post(const Ref<YJob>& job, bool allowDuplication)
 {
-    YJobCenter::mainThreadCenter()->postJob(job.get(), allowDuplication, nullptr);
+    YMainThreadJobCenter::defaultCenter()->postJob(job.get(), allowDuplication, nullptr);
 }
 
 // The forms with up to two objects: no checks; on the main thread, performSelector.

@@ -350,7 +350,8 @@ YJobCenter::Pass YJobCenter::choose(bool untilEmpty, bool askHeldBack)
         if (asked && !mayStart(job, running, askDelegate))
             continue;
         pass.job = _waitingJobs[i];
-        if (!(_gjcf.fetch_or(HasNotified, std::memory_order_acq_rel) & HasNotified)) {
+        // Read first: a busy center's bit is set, and the line stays shared with the posters.
+        if (!(_gjcf.load(std::memory_order_acquire) & HasNotified) && !(_gjcf.fetch_or(HasNotified, std::memory_order_acq_rel) & HasNotified)) {
             pass.activated = true;
             pass.noticeOrder = orderNotice();
         }

@@ -40,7 +40,7 @@ YMainThreadJobCenter::~YMainThreadJobCenter()
 
 void YMainThreadJobCenter::ensureInitialized()
 {
-    if (!initializeSent.exchange(true, std::memory_order_acq_rel))
+    if (!initializeSent.load(std::memory_order_acquire) && !initializeSent.exchange(true, std::memory_order_acq_rel))
         prepareForMainThreadCenter();
 }
 

@@ -59,8 +59,8 @@ thread_local Ref<RunLoop> currentLoop;
 Mutex mainLoopLock;
 std::atomic<RunLoop*> mainLoop { nullptr };
 
-template <typename T>
-bool containsItem(const std::vector<Ref<T>>& items, const T* item)
+template <typename Items, typename T>
+bool containsItem(const Items& items, const T* item)
 {
     return std::any_of(items.begin(), items.end(), [&](const Ref<T>& each) { return each.get() == item; });
 }
@@ -456,13 +456,13 @@ bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
     }
 }
 
-bool RunLoop::handleSources(const std::string& mode, const std::vector<int>& readyDescriptors)
+bool RunLoop::handleSources(const std::string& mode, const ReadyDescriptors& readyDescriptors)
 {
     auto isReady = [&](int fd) { return std::find(readyDescriptors.begin(), readyDescriptors.end(), fd) != readyDescriptors.end(); };
     auto isDue = [&](const RunLoopSource& source) { return source.fileDescriptor() < 0 ? source.isSignalled() : isReady(source.fileDescriptor()); };
     // Only the items that have something to handle leave the lock, so an idle pass copies none.
-    std::vector<Ref<Port>> ports;
-    std::vector<Ref<RunLoopSource>> sources;
+    SmallVector<Ref<Port>, 4> ports;
+    SmallVector<Ref<RunLoopSource>, 4> sources;
     {
         Locker guard(_lock);
         auto collect = [&](RunLoopMode& items) {
@@ -550,11 +550,11 @@ std::optional<RunLoop::Clock::time_point> RunLoop::nextTimerDate(const std::stri
     return next;
 }
 
-std::vector<int> RunLoop::readyDescriptors(int timeout)
+RunLoop::ReadyDescriptors RunLoop::readyDescriptors(int timeout)
 {
     epoll_event events[32];
     const int count = epoll_wait(_epoll, events, 32, timeout);
-    std::vector<int> ready;
+    ReadyDescriptors ready;
     for (int i = 0; i < count; ++i) {
         if (!drainIfOwn(events[i].data.fd))
             ready.push_back(events[i].data.fd);
@@ -627,7 +627,7 @@ bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool may
     uint64_t mark = _nextPerformSequence.load(std::memory_order_acquire);
     _wokenOnLoopThread = false; // the pass looks at everything asked for so far
     // What is ready as the pass begins; later arrivals wait for the next pass.
-    const auto readyAtStart = mayPostponeSources(mayWait) ? std::vector<int>() : readyAtPassStart(mode, mayWait);
+    const auto readyAtStart = mayPostponeSources(mayWait) ? ReadyDescriptors() : readyAtPassStart(mode, mayWait);
 
     notifyObservers(mode, kCFRunLoopBeforeTimers);
     fireTimers(mode);

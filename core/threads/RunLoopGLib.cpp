@@ -70,9 +70,9 @@ struct RunLoop::BackEnd {
     }
     // What GLib's last poll found ready, the loop's own descriptors drained; the answers are
     // cleared, so a descriptor that becomes ready later waits for the next poll.
-    std::vector<int> takeReady(RunLoop& loop)
+    RunLoop::ReadyDescriptors takeReady(RunLoop& loop)
     {
-        std::vector<int> ready;
+        RunLoop::ReadyDescriptors ready;
         for (auto& poll : polls) {
             if (isReady(*poll) && !loop.drainIfOwn(poll->fd))
                 ready.push_back(poll->fd);
@@ -258,7 +258,7 @@ void RunLoop::stopBackEnd()
     _backEnd.reset();
 }
 
-std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool mayWait)
+RunLoop::ReadyDescriptors RunLoop::readyAtPassStart(const std::string& mode, bool mayWait)
 {
     if (std::exchange(_backEnd->dispatchedAfterPoll, false)) {
         auto ready = _backEnd->takeReady(*this); // before syncInterest, which may remake the records
@@ -278,7 +278,7 @@ std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool mayWait
     return readyDescriptors(0);
 }
 
-std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_point limit)
+RunLoop::ReadyDescriptors RunLoop::waitForEvents(const std::string& mode, Clock::time_point limit)
 {
     syncInterest(mode);
     {

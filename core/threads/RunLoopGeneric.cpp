@@ -14,13 +14,13 @@ void RunLoop::startBackEnd() { }
 void RunLoop::stopBackEnd() { }
 void RunLoop::watchedDescriptorsChanged() { } // the epoll set is all there is
 
-std::vector<int> RunLoop::readyAtPassStart(const std::string& mode, bool)
+RunLoop::ReadyDescriptors RunLoop::readyAtPassStart(const std::string& mode, bool)
 {
     syncInterest(mode);
     return readyDescriptors(0);
 }
 
-std::vector<int> RunLoop::waitForEvents(const std::string& mode, Clock::time_point limit)
+RunLoop::ReadyDescriptors RunLoop::waitForEvents(const std::string& mode, Clock::time_point limit)
 {
     syncInterest(mode);
     armTimer(mode, limit);

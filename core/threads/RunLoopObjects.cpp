@@ -74,15 +74,15 @@ void RunLoopSource::perform()
 }
 
 Port::Port()
-    : _fileDescriptor(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+    : _sendState { eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC) }
 {
-    if (_fileDescriptor < 0)
+    if (_sendState.fileDescriptor < 0)
         raise(NSInternalInconsistencyException, "*** -[Port init]: eventfd failed (errno %d)", errno);
 }
 
 Port::~Port()
 {
-    close(_fileDescriptor);
+    close(_sendState.fileDescriptor);
 }
 
 Ref<Port> Port::port()
@@ -96,7 +96,7 @@ bool Port::send()
         return false;
     const uint64_t one = 1;
     // Non-blocking: a counter that cannot take one more (never in practice) fails at once.
-    return write(_fileDescriptor, &one, sizeof one) == sizeof one;
+    return write(_sendState.fileDescriptor, &one, sizeof one) == sizeof one;
 }
 
 bool Port::sendBeforeDate(const Date*)
@@ -106,25 +106,44 @@ bool Port::sendBeforeDate(const Date*)
 
 void Port::invalidate()
 {
-    _valid.store(false, std::memory_order_release);
+    _sendState.valid.store(false, std::memory_order_release);
 }
 
 bool Port::handleEvent()
 {
     uint64_t count = 0;
-    if (read(_fileDescriptor, &count, sizeof count) != sizeof count || count == 0)
+    if (read(_sendState.fileDescriptor, &count, sizeof count) != sizeof count || count == 0)
         return false; // another loop drained it first
-    Ref<Object> delegate(this->delegate());
+    // Not retained for the call, as it is not retained by the port: the delegate is cleared
+    // before it goes away.
+    Object* delegate = this->delegate();
     if (!isValid() || !delegate)
         return true;
+    auto message = make<PortMessage>(this, this, nullptr);
+    if (Selector handler = handlerFor(delegate); handler)
+        yk::send(delegate, handler, message.get());
+    return true;
+}
+
+Selector Port::handlerFor(const Object* delegate)
+{
+    const Class* cls = delegate->classObject();
+    const uint64_t generation = Class::methodTablesGeneration();
+    {
+        Locker guard(_handlerLock);
+        if (_handler.cls == cls && _handler.generation == generation)
+            return _handler.selector;
+    }
     static const Selector handleMachMessage("handleMachMessage:");
     static const Selector handlePortMessage("handlePortMessage:");
-    auto message = make<PortMessage>(this, this, nullptr);
+    Selector selector;
     if (delegate->respondsToSelector(handleMachMessage))
-        yk::send(delegate.get(), handleMachMessage, message.get());
+        selector = handleMachMessage;
     else if (delegate->respondsToSelector(handlePortMessage))
-        yk::send(delegate.get(), handlePortMessage, message.get());
-    return true;
+        selector = handlePortMessage;
+    Locker guard(_handlerLock);
+    _handler = { cls, generation, selector };
+    return selector;
 }
 
 PortMessage::PortMessage(Port* sendPort, Port* receivePort, Array* components)

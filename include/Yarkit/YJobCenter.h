@@ -147,12 +147,13 @@ private:
     void notifyCancelled(const std::vector<Ref<YJob>>& jobs, bool newestFirst);
     static bool jobMatches(const YJob* job, Object* target, Selector selector, Object* sender);
 
+    // What posters read, apart from the lists the center's threads change on every job.
     std::atomic<Object*> _delegate { nullptr };
     const Ref<ConditionLock> _waitingJobsLock;
     const Ref<Lock> _runningJobsLock;
-    std::deque<Ref<YJob>> _waitingJobs YK_GUARDED_BY(*_waitingJobsLock); // taken mostly from the front
-    std::vector<Ref<YJob>> _runningJobs YK_GUARDED_BY(*_runningJobsLock);
     std::atomic<uint8_t> _gjcf { 0 };
+    alignas(64) std::deque<Ref<YJob>> _waitingJobs YK_GUARDED_BY(*_waitingJobsLock); // taken mostly from the front
+    std::vector<Ref<YJob>> _runningJobs YK_GUARDED_BY(*_runningJobsLock);
     std::mutex _noticeLock; // orders the center's notices; guards no field
 };
 

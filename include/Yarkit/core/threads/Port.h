@@ -1,7 +1,9 @@
 #pragma once
 
 #include <Yarkit/core/Forward.h>
+#include <Yarkit/core/runtime/Mutex.h>
 #include <Yarkit/core/runtime/Object.h>
+#include <Yarkit/core/runtime/Selector.h>
 
 #include <atomic>
 #include <chrono>
@@ -36,17 +38,33 @@ public:
 
     // The port takes no more messages; loops stop telling its delegate.
     void invalidate();
-    bool isValid() const { return _valid.load(std::memory_order_acquire); }
+    bool isValid() const { return _sendState.valid.load(std::memory_order_acquire); }
 
     // Called by the run loop.
-    int fileDescriptor() const { return _fileDescriptor; }
+    int fileDescriptor() const { return _sendState.fileDescriptor; }
     // Drains the mark; if there was one, tells the delegate. False when there was nothing.
     bool handleEvent();
 
 private:
-    const int _fileDescriptor;
+    // The method the delegate answers to (handleMachMessage:, handlePortMessage: or none), kept
+    // for its class as the method tables stand: a port's delegate seldom changes, and the
+    // lookups cost more than the rest of the event.
+    struct Handler {
+        const Class* cls { nullptr };
+        uint64_t generation { 0 };
+        Selector selector;
+    };
+    Selector handlerFor(const Object* delegate);
+
     std::atomic<Object*> _delegate { nullptr };
-    std::atomic<bool> _valid { true };
+    Mutex _handlerLock;
+    Handler _handler YK_GUARDED_BY(_handlerLock);
+    // What a send reads, on a cache line of its own: the loop's thread retains and releases the
+    // port as it handles it, which would otherwise take the line from the sending threads.
+    struct alignas(64) SendState {
+        int fileDescriptor;
+        std::atomic<bool> valid { true };
+    } _sendState;
 };
 
 } // namespace yk

@@ -4,6 +4,7 @@
 #include <Yarkit/core/runtime/Mutex.h>
 #include <Yarkit/core/runtime/Object.h>
 #include <Yarkit/core/runtime/Selector.h>
+#include <Yarkit/core/runtime/SmallVector.h>
 #include <Yarkit/core/runtime/ThreadSafety.h>
 #include <Yarkit/core/threads/RunLoopObserver.h>
 #include <Yarkit/core/values/Date.h>
@@ -121,6 +122,8 @@ public:
         Mode* items { nullptr };
         bool isCommon { false };
     };
+    // The descriptors a poll found ready; a pass seldom has more than a few.
+    using ReadyDescriptors = SmallVector<int, 8>;
 
 private:
     explicit RunLoop(bool isMain);
@@ -144,18 +147,18 @@ private:
     void notifyObservers(const std::string& mode, RunLoopActivity activity);
     uint32_t fireTimers(const std::string& mode);
     bool runPerforms(const std::string& mode, uint64_t mark);
-    bool handleSources(const std::string& mode, const std::vector<int>& readyDescriptors);
+    bool handleSources(const std::string& mode, const ReadyDescriptors& readyDescriptors);
     // The back end's part: how a pass finds what is ready and how the loop sleeps.
     void startBackEnd();
     void stopBackEnd();
-    std::vector<int> readyAtPassStart(const std::string& mode, bool mayWait);
+    ReadyDescriptors readyAtPassStart(const std::string& mode, bool mayWait);
     // Whether a pass that may wait can leave its descriptors to the next pass (see _justWaited).
     bool mayPostponeSources(bool mayWait);
-    std::vector<int> waitForEvents(const std::string& mode, Clock::time_point limit);
+    ReadyDescriptors waitForEvents(const std::string& mode, Clock::time_point limit);
     // Tells the back end that the watched descriptors (_watched) changed.
     void watchedDescriptorsChanged();
     // The ready descriptors of the epoll set (the wake-up and timer descriptors drained).
-    std::vector<int> readyDescriptors(int timeout);
+    ReadyDescriptors readyDescriptors(int timeout);
     // Drains the loop's own wake-up or timer descriptor; false for any other.
     bool drainIfOwn(int fd);
     // Arms the timerfd for the earlier of the mode's next timer and the limit.
