@@ -4,6 +4,7 @@
 #include <Yarkit/YKPerformHolder.h>
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/threads/ConditionLock.h>
 #include <Yarkit/core/threads/ConditionLocker.h>
 #include <Yarkit/core/threads/Port.h>
@@ -211,9 +212,9 @@ void YKPerformHolder::fire()
     RunLoop::currentRunLoop()->cancelPerformSelector(fireSelector(), this, nullptr);
     Ref<Object> target = _target;
     if (_selector.argumentCount() == 0)
-        target->performSelector(_selector);
+        send(target.get(), _selector);
     else
-        target->performSelector(_selector, _argument.get());
+        send(target.get(), _selector, _argument.get());
     cleanup();
 }
 

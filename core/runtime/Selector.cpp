@@ -1,6 +1,9 @@
 #include <Yarkit/core/runtime/Selector.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <unordered_set>
@@ -41,10 +44,32 @@ SelectorTable& selectorTable()
     return *table;
 }
 
+// The names this thread interned last, by the address and length of the text it passed: a call
+// site that names its selector with a literal finds it here, without the table's shared lock or
+// a hash of the text. An entry counts only while the text at that address still matches, as a
+// buffer may hold another name later.
+struct RecentName {
+    const char* text;
+    size_t length;
+    const char* interned;
+};
+thread_local std::array<RecentName, 64> recentNames {};
+
+const char* internName(std::string_view name)
+{
+    const auto address = reinterpret_cast<uintptr_t>(name.data());
+    RecentName& recent = recentNames[((address >> 3) ^ name.size()) % recentNames.size()];
+    if (recent.text == name.data() && recent.length == name.size() && !std::memcmp(recent.interned, name.data(), name.size()))
+        return recent.interned;
+    const char* interned = selectorTable().intern(name);
+    recent = { name.data(), name.size(), interned };
+    return interned;
+}
+
 } // namespace
 
 Selector::Selector(std::string_view name)
-    : _name(name.empty() ? nullptr : selectorTable().intern(name))
+    : _name(name.empty() ? nullptr : internName(name))
 {
 }
 

@@ -7,6 +7,7 @@
 
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/threads/Port.h>
 #include <Yarkit/core/threads/RunLoopSource.h>
 #include <Yarkit/core/threads/Thread.h>
@@ -447,11 +448,11 @@ bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
         }
         ran = true;
         // perform owns target and argument: they are released when it leaves scope, after the
-        // call returned or raised.
+        // call returned or raised. send, unlike performSelector, binds the method once per class.
         if (perform.selector.argumentCount() == 0)
-            perform.target->performSelector(perform.selector);
+            send(perform.target.get(), perform.selector);
         else
-            perform.target->performSelector(perform.selector, perform.argument.get());
+            send(perform.target.get(), perform.selector, perform.argument.get());
         notifyObservers(mode, kYKRunLoopAfterCallout);
     }
 }
