@@ -1,6 +1,7 @@
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/runtime/Invocation.h>
 #include <Yarkit/core/runtime/Send.h>
+#include <Yarkit/core/runtime/SmallVector.h>
 #include <Yarkit/core/values/Exception.h>
 #include <Yarkit/core/values/String.h>
 
@@ -8,10 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -287,4 +290,39 @@ TEST(Runtime, InitializeRunsOnceAndOtherThreadsWaitForIt)
     second.join();
     EXPECT_EQ(slowInitializations.load(), 1);
     EXPECT_EQ(seenAfterReturn.load(), 3);
+}
+
+TEST(Selector, TextAtAnAddressUsedBeforeIsReadAgain)
+{
+    char buffer[] = "alpha:";
+    const yk::Selector first(buffer);
+    std::copy_n("omega:", sizeof buffer, buffer); // same address, same length, other text
+    const yk::Selector second(buffer);
+    EXPECT_STREQ(first.name(), "alpha:");
+    EXPECT_STREQ(second.name(), "omega:");
+    EXPECT_EQ(second, yk::Selector("omega:"));
+    EXPECT_NE(first, second);
+}
+
+TEST(SmallVector, KeepsOrderAndReferencesAcrossTheMoveToTheHeap)
+{
+    for (const size_t count : { 0u, 3u, 4u, 5u, 12u }) {
+        SCOPED_TRACE(count);
+        std::vector<yk::Ref<Recorder>> made;
+        yk::SmallVector<yk::Ref<Recorder>, 4> list;
+        for (size_t i = 0; i < count; ++i) {
+            made.push_back(yk::make<Recorder>());
+            list.push_back(made.back());
+        }
+        yk::SmallVector<yk::Ref<Recorder>, 4> moved(std::move(list));
+        EXPECT_TRUE(list.empty());
+        ASSERT_EQ(moved.size(), count);
+        for (size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(moved[i].get(), made[i].get());
+            EXPECT_EQ(made[i]->retainCount(), 2u);
+        }
+        moved.clear();
+        for (const auto& recorder : made)
+            EXPECT_EQ(recorder->retainCount(), 1u);
+    }
 }
