@@ -120,7 +120,7 @@ bool Port::handleEvent()
     if (!isValid() || !delegate)
         return true;
     auto message = make<PortMessage>(this, this, nullptr);
-    if (Selector handler = handlerFor(delegate); handler)
+    if (Selector handler = handlerFor(delegate))
         yk::send(delegate, handler, message.get());
     return true;
 }
