@@ -14,25 +14,7 @@ OwnedLockState::OwnedLockState(Kind kind, Ref<String> name, int condition)
 {
 }
 
-bool OwnedLockState::isHeldByCallingThread() const
-{
-    // Only a thread itself stores its id here, and it reads its own last store.
-    return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
-}
-
-bool OwnedLockState::acquire(const int* wanted)
-{
-    uint64_t word = _word.load(std::memory_order_relaxed);
-    do {
-        if ((word & Held) || (wanted && conditionOf(word) != *wanted))
-            return false;
-    } while (!_word.compare_exchange_weak(word, word | Held, std::memory_order_acquire, std::memory_order_relaxed));
-    _owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
-    _depth = 1;
-    return true;
-}
-
-bool OwnedLockState::take(
+bool OwnedLockState::takeWhenBusy(
     const Object* lock, const char* selector, const Clock::time_point* limit, const int* wanted)
 {
     if (isHeldByCallingThread()) {
@@ -56,16 +38,10 @@ bool OwnedLockState::tryTake(const int* wanted)
     return acquire(wanted);
 }
 
-void OwnedLockState::release(const Object* lock, const char* selector, const int* condition)
+void OwnedLockState::releaseMisused(const Object* lock, const char* selector)
 {
-    if (!isHeldByCallingThread()) {
-        const bool free = _owner.load(std::memory_order_relaxed) == std::thread::id();
-        logLockMisuse(lock, selector, free ? "unlocked when not locked" : "unlocked from a thread which did not lock it");
-        return;
-    }
-    if (--_depth > 0)
-        return; // a recursive lock's inner release; those have no condition
-    setFree(lock, condition);
+    const bool free = _owner.load(std::memory_order_relaxed) == std::thread::id();
+    logLockMisuse(lock, selector, free ? "unlocked when not locked" : "unlocked from a thread which did not lock it");
 }
 
 bool OwnedLockState::waitUntilAcquired(const int* wanted, const Clock::time_point* limit)

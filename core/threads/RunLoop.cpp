@@ -303,7 +303,8 @@ std::shared_ptr<const std::vector<std::string>> RunLoop::sharedModeList(const st
     return list;
 }
 
-void RunLoop::cancelPerforms(const std::function<bool(const Perform&)>& matches)
+template <typename Matches>
+void RunLoop::cancelPerforms(const Matches& matches)
 {
     if (_performCount.load(std::memory_order_relaxed) == 0)
         return; // nothing scheduled: no lock, no copy

@@ -37,12 +37,24 @@ public:
     // false when the limit (null: none) passed first. Raises the deadlock exception, naming
     // lock and selector, when the calling thread holds a lock that is not recursive.
     bool take(const Object* lock, const char* selector, const Clock::time_point* limit,
-        const int* wanted = nullptr);
+        const int* wanted = nullptr)
+    {
+        // A free lock that fits is held by nobody, the caller included: nothing to look into.
+        return acquire(wanted) || takeWhenBusy(lock, selector, limit, wanted);
+    }
     // The same, but only if that needs no waiting; false instead of the deadlock exception.
     bool tryTake(const int* wanted = nullptr);
     // Gives up one take of the calling thread, setting the condition if given. Logs the misuse,
     // naming lock and selector, when the calling thread does not hold the lock.
-    void release(const Object* lock, const char* selector, const int* condition = nullptr);
+    void release(const Object* lock, const char* selector, const int* condition = nullptr)
+    {
+        if (!isHeldByCallingThread())
+            return releaseMisused(lock, selector);
+        if (--_depth > 0)
+            return; // a recursive lock's inner release; those have no condition
+        if (!freeIfUnwaited(condition))
+            setFree(lock, condition);
+    }
 
     int condition() const;
     Ref<String> name() const;
@@ -57,9 +69,34 @@ private:
     static int conditionOf(uint64_t word) { return static_cast<int>(static_cast<uint32_t>(word)); }
     static uint64_t wordFor(int condition) { return static_cast<uint32_t>(condition); }
 
-    bool isHeldByCallingThread() const;
+    bool isHeldByCallingThread() const
+    {
+        // Only a thread itself stores its id here, and it reads its own last store.
+        return _owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
     // Holds the lock if it is free and has the wanted condition, in one atomic step.
-    bool acquire(const int* wanted);
+    bool acquire(const int* wanted)
+    {
+        uint64_t word = _word.load(std::memory_order_relaxed);
+        do {
+            if ((word & Held) || (wanted && conditionOf(word) != *wanted))
+                return false;
+        } while (!_word.compare_exchange_weak(word, word | Held, std::memory_order_acquire, std::memory_order_relaxed));
+        _owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        _depth = 1;
+        return true;
+    }
+    bool takeWhenBusy(const Object* lock, const char* selector, const Clock::time_point* limit, const int* wanted);
+    // Frees the lock held by the calling thread in one atomic step when nobody waits; false,
+    // changing nothing but the owner, when someone does (setFree then wakes them).
+    bool freeIfUnwaited(const int* condition)
+    {
+        _owner.store(std::thread::id(), std::memory_order_relaxed);
+        uint64_t word = _word.load(std::memory_order_relaxed);
+        return !(word & Waited)
+            && _word.compare_exchange_strong(word, condition ? wordFor(*condition) : (word & ~Held), std::memory_order_release, std::memory_order_relaxed);
+    }
+    void releaseMisused(const Object* lock, const char* selector);
     bool waitUntilAcquired(const int* wanted, const Clock::time_point* limit) YK_REQUIRES(_mutex);
     // Frees the lock held by the calling thread, setting the condition if given, and wakes the
     // waiters that can use it.

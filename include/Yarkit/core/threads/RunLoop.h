@@ -136,7 +136,9 @@ private:
     void addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode, bool mayBeThere = true) YK_EXCLUDES(_lock);
     template <typename T>
     void removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
-    void cancelPerforms(const std::function<bool(const Perform&)>& matches) YK_EXCLUDES(_lock);
+    // Defined where it is used; a template, so a cancel builds no std::function.
+    template <typename Matches>
+    void cancelPerforms(const Matches& matches) YK_EXCLUDES(_lock);
     std::shared_ptr<const std::vector<std::string>> sharedModeList(const std::vector<std::string>& modes) YK_REQUIRES(_lock);
 
     // One pass in the mode; true when a source, port message or perform was handled.
