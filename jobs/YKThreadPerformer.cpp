@@ -211,10 +211,7 @@ void YKPerformHolder::fire()
     // Scheduled once per mode; it runs once.
     RunLoop::currentRunLoop()->cancelPerformSelector(fireSelector(), this, nullptr);
     Ref<Object> target = _target;
-    if (_selector.argumentCount() == 0)
-        send(target.get(), _selector);
-    else
-        send(target.get(), _selector, _argument.get());
+    sendWithOptionalObject(target.get(), _selector, _argument.get());
     cleanup();
 }
 
@@ -258,10 +255,7 @@ void YK_performSelectorOnMainThread(Object* receiver, Selector selector, Object*
     if (!receiver)
         return;
     try {
-        if (selector.argumentCount() == 0)
-            receiver->performSelector(selector);
-        else
-            receiver->performSelector(selector, argument);
+        sendWithOptionalObject(receiver, selector, argument);
     } catch (const Exception& exception) {
         log("*** NSThread ignoring exception '%@' that raised during thread perform of target 0x%lx and selector '%s'", exception.name().get(),
             static_cast<unsigned long>(reinterpret_cast<uintptr_t>(receiver)), selector.name());

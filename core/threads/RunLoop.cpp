@@ -450,10 +450,7 @@ bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
         ran = true;
         // perform owns target and argument: they are released when it leaves scope, after the
         // call returned or raised. send, unlike performSelector, binds the method once per class.
-        if (perform.selector.argumentCount() == 0)
-            send(perform.target.get(), perform.selector);
-        else
-            send(perform.target.get(), perform.selector, perform.argument.get());
+        sendWithOptionalObject(perform.target.get(), perform.selector, perform.argument.get());
         notifyObservers(mode, kYKRunLoopAfterCallout);
     }
 }

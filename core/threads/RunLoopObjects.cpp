@@ -223,10 +223,7 @@ void Timer::sendMessage()
     if (!target || !_selector)
         return;
     Ref<Timer> protectedThis(this);
-    if (_selector.argumentCount() == 0)
-        target->performSelector(_selector);
-    else
-        target->performSelector(_selector, this);
+    sendWithOptionalObject(target.get(), _selector, this);
 }
 
 void Timer::fire()

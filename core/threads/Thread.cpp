@@ -3,6 +3,7 @@
 #include <Yarkit/core/runtime/Class.h>
 #include <Yarkit/core/values/Exception.h>
 #include <Yarkit/core/runtime/Locker.h>
+#include <Yarkit/core/runtime/Send.h>
 #include <Yarkit/core/values/Log.h>
 #include <Yarkit/core/values/MutableDictionary.h>
 #include <Yarkit/core/system/NotificationCenter.h> // reaches up: the first detached thread is announced
@@ -57,10 +58,7 @@ void becomeMultiThreaded()
 void runDetached(Selector selector, Object* target, Object* argument)
 {
     try {
-        if (selector.argumentCount() == 0)
-            target->performSelector(selector);
-        else
-            target->performSelector(selector, argument);
+        sendWithOptionalObject(target, selector, argument);
     } catch (abi::__forced_unwind&) {
         throw; // thread cancellation must unwind through
     } catch (const Exception& exception) {

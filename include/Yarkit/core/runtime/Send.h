@@ -196,4 +196,15 @@ R send(const Ref<T>& target, SendSelector selector, Arguments&&... arguments)
     return send<R>(static_cast<Object*>(target.get()), selector, std::forward<Arguments>(arguments)...);
 }
 
+// Sends a message that takes no argument or one object, the object going along only when the
+// selector has a colon; any result is dropped. For what is handed a selector and an optional
+// object to call later: performs, timers, detached threads.
+inline void sendWithOptionalObject(Object* target, Selector selector, Object* argument)
+{
+    if (selector.argumentCount() == 0)
+        send(target, selector);
+    else
+        send(target, selector, argument);
+}
+
 } // namespace yk
