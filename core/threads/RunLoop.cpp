@@ -623,10 +623,13 @@ bool RunLoop::mayPostponeSources(bool mayWait)
 
 bool RunLoop::runPass(const std::string& mode, Clock::time_point limit, bool mayWait, bool* limitPassed)
 {
-    uint64_t mark = _nextPerformSequence.load(std::memory_order_acquire);
     _wokenOnLoopThread = false; // the pass looks at everything asked for so far
     // What is ready as the pass begins; later arrivals wait for the next pass.
     const auto readyAtStart = mayPostponeSources(mayWait) ? ReadyDescriptors() : readyAtPassStart(mode, mayWait);
+    // The performs the pass runs, counted after its poll: the poll drains the wake-ups of all
+    // performs asked for so far, and one asked for between the count and the poll would sleep
+    // until some other event.
+    uint64_t mark = _nextPerformSequence.load(std::memory_order_acquire);
 
     notifyObservers(mode, kCFRunLoopBeforeTimers);
     fireTimers(mode);

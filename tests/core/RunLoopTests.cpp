@@ -19,8 +19,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -148,6 +150,45 @@ TEST(RunLoop, PortsWakeTheLoopFromOtherThreadsAndAskTheDelegateByWhatItAnswers)
         EXPECT_FALSE(port->send());
         loop->removePort(port.get(), yk::kCFRunLoopCommonModes);
     }
+}
+
+// A perform asked for from another thread while the loop is in a pass must wake a later pass,
+// even when the pass's poll drained its wake-up. Each round posts at a random moment of the
+// loop's first pass; one lost wake-up sleeps until the limit.
+TEST(RunLoop, APerformAskedForDuringAPassIsNotLeftAsleep)
+{
+    RunLoop* loop = RunLoop::currentRunLoop();
+    auto keepAlive = yk::Port::port();
+    loop->addPort(keepAlive.get(), yk::kCFRunLoopDefaultMode);
+    auto recorder = yk::make<LoopRecorder>();
+    std::atomic<int> round { 0 };
+    std::atomic<bool> stop { false };
+    std::thread poster([&] {
+        std::minstd_rand random(7);
+        for (int seen = 0; !stop.load();) {
+            if (round.load() == seen) {
+                std::this_thread::yield();
+                continue;
+            }
+            seen = round.load();
+            for (const auto at = std::chrono::steady_clock::now() + std::chrono::nanoseconds(random() % 3000); std::chrono::steady_clock::now() < at;) { }
+            loop->performSelector("note:", recorder.get(), nullptr, 0, modes({ yk::kCFRunLoopDefaultMode }));
+        }
+    });
+    int sleptThrough = 0; // the first round whose perform waited for the limit
+    for (int i = 1; i <= 10000 && !sleptThrough; ++i) {
+        const size_t before = recorder->log.size();
+        const auto start = RunLoop::Clock::now();
+        round.store(i);
+        while (recorder->log.size() == before && RunLoop::Clock::now() - start < 5s)
+            loop->runMode(yk::kCFRunLoopDefaultMode, start + 2s);
+        if (RunLoop::Clock::now() - start >= 1s)
+            sleptThrough = i;
+    }
+    stop.store(true);
+    poster.join();
+    EXPECT_EQ(sleptThrough, 0);
+    loop->removePort(keepAlive.get(), yk::kCFRunLoopDefaultMode);
 }
 
 // A pass right after a wait may leave the descriptors to the next pass when it has performs to
