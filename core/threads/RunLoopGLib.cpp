@@ -1,6 +1,6 @@
 // The run loop's GLib back end. Each loop is a GSource on a GMainContext: the main thread's
 // loop on the default context, every other thread's loop on a context of its own. The source
-// polls the running mode's descriptors and the wake-up one and wakes for the mode's next timer, so
+// polls the running mode's descriptors and wakes for the mode's next timer, so
 // g_main_loop_run (or a toolkit's main loop) runs the loop's timers, performs, ports and
 // sources without calling run. runMode sleeps in g_main_context_iteration, so the context's
 // other sources (a toolkit's redraws, idle callbacks) keep running during a run.
@@ -32,10 +32,12 @@ struct RunLoop::BackEnd {
 
     GMainContext* context { nullptr };
     Source* source { nullptr };
-    // The poll records of the wake-up descriptor and the watched ones, which GLib polls itself:
-    // once its poll returns, the loop knows what is ready without asking epoll again. Not unix
-    // fd sources: GLib takes any event on one of those as ready, and the source must be able to
-    // sit an iteration out.
+    // The poll records of the watched descriptors, which GLib polls itself: once its poll
+    // returns, the loop knows what is ready without asking epoll again. Not unix fd sources:
+    // GLib takes any event on one of those as ready, and the source must be able to sit an
+    // iteration out. A wake-up from another thread wakes the context itself
+    // (g_main_context_wakeup), whose descriptor GLib polls anyway: every descriptor more in a
+    // poll costs the sleeping thread its share of the wake-up.
     std::vector<std::unique_ptr<GPollFD>> polls;
     // runMode's sleep: a dispatch at this depth only ends the sleep, the run handles the rest.
     int waitDepth { 0 };
@@ -68,10 +70,11 @@ struct RunLoop::BackEnd {
     {
         return std::any_of(polls.begin(), polls.end(), [](const auto& poll) { return isReady(*poll); });
     }
-    // What GLib's last poll found ready, the loop's own descriptors drained; the answers are
-    // cleared, so a descriptor that becomes ready later waits for the next poll.
+    // What GLib's last poll found ready, and the wake-up taken; the answers are cleared, so a
+    // descriptor that becomes ready later waits for the next poll.
     RunLoop::ReadyDescriptors takeReady(RunLoop& loop)
     {
+        takeWakeUp(loop);
         RunLoop::ReadyDescriptors ready;
         for (auto& poll : polls) {
             if (isReady(*poll) && !loop.drainIfOwn(poll->fd))
@@ -80,6 +83,10 @@ struct RunLoop::BackEnd {
         }
         return ready;
     }
+    // A pass that begins after this sees the work of every wakeUp before it; a later one wakes
+    // the context again.
+    static void takeWakeUp(RunLoop& loop) { loop._wakePending.exchange(false, std::memory_order_acq_rel); }
+    static bool wokenUp(const RunLoop& loop) { return loop._wokenOnLoopThread || loop._wakePending.load(std::memory_order_acquire); }
     static gboolean prepare(GSource*, gint* timeout);
     static gboolean check(GSource*);
     static gboolean dispatch(GSource*, GSourceFunc, gpointer);
@@ -146,7 +153,7 @@ gboolean RunLoop::BackEnd::prepare(GSource* source, gint* timeout)
         return false;
     }
     backEnd.askFor(G_IO_IN);
-    if (loop._wokenOnLoopThread) {
+    if (wokenUp(loop)) {
         *timeout = 0;
         return true;
     }
@@ -175,7 +182,11 @@ gboolean RunLoop::BackEnd::check(GSource* source)
         backEnd.sitOutDepth = 0;
         return false;
     }
-    if (backEnd.anyReady())
+    // runMode's sleep ends with the poll, and the run reads what the poll found: GLib need not
+    // dispatch the source for it.
+    if (depth == backEnd.waitDepth)
+        return false;
+    if (backEnd.anyReady() || wokenUp(loop))
         return true;
     return backEnd.preparedDeadline <= Clock::now();
 }
@@ -242,7 +253,6 @@ void RunLoop::watchedDescriptorsChanged()
         polls.push_back(std::make_unique<GPollFD>(GPollFD { fd, G_IO_IN, 0 }));
         g_source_add_poll(source, polls.back().get());
     };
-    add(_wakeFd);
     for (int fd : _watched)
         add(fd);
 }
@@ -275,6 +285,7 @@ RunLoop::ReadyDescriptors RunLoop::readyAtPassStart(const std::string& mode, boo
         g_main_context_iteration(_backEnd->context, false);
     }
     syncInterest(mode);
+    BackEnd::takeWakeUp(*this);
     return readyDescriptors(0);
 }
 
@@ -292,15 +303,16 @@ RunLoop::ReadyDescriptors RunLoop::waitForEvents(const std::string& mode, Clock:
 
 void RunLoop::wakeUp()
 {
-    // On the loop's own thread a flag does, cheaper than the eventfd: the source's prepare,
+    // On the loop's own thread a flag does, cheaper than a system call: the source's prepare,
     // which GLib calls before every poll of the context, sees it and has the context dispatch
     // the loop (or end runMode's sleep) without sleeping. So a post from a GLib callback there
-    // runs too.
+    // runs too. Another thread wakes the context, once until the loop takes the wake-up.
     if (isLoopThread()) {
         _wokenOnLoopThread = true;
         return;
     }
-    writeWakeUp();
+    if (!_wakePending.exchange(true, std::memory_order_acq_rel))
+        g_main_context_wakeup(_backEnd->context);
 }
 
 } // namespace yk

@@ -233,8 +233,9 @@ private:
     // The last pass ended by handling what its wait found ready: the descriptors were polled a
     // moment ago, so a next pass with performs to run need not poll them again first.
     bool _justWaited { false };
-    // The wake-up eventfd has been written and not yet drained: a second wakeUp meanwhile
-    // writes nothing. The drain clears it after reading the descriptor.
+    // A wake-up from another thread is on its way and the loop has not taken it yet: a second
+    // wakeUp meanwhile does nothing. The generic loop takes it as it drains the wake-up eventfd,
+    // the GLib one (woken through its context) as a pass begins.
     std::atomic<bool> _wakePending { false };
     void writeWakeUp();
     struct BackEndDeleter {
