@@ -117,20 +117,29 @@ struct SendReturn<Ref<T>> {
     static Ref<T> take(const Slot&, Ref<Object>&& returned) { return Ref<T>(castObjectArgument<T>(returned.get())); }
 };
 
-// One instantiation per return and argument types. Its cache remembers the last binding for a
-// few selectors (by the address of their text), so a call site that sends one message to one class
-// looks the method up once; the method tables' generation and the method's current
-// implementation tell when the binding is stale.
+// One instantiation per return and argument types. Its cache remembers the last bindings for a
+// few classes and selectors (by the address of their text), so a call site that sends one message
+// to one class, or to a few classes in turn (a port's delegates), looks the method up once; the
+// method tables' generation and the method's current implementation tell when the binding is
+// stale.
 template <typename R, typename... A>
 struct SendSite {
     using Typed = R(typename SendArgument<A>::Passed...);
-    static constexpr uint32_t cacheSize = 4;
-    static inline std::atomic<const SendBinding*> cache[cacheSize] {};
+    static constexpr uint32_t cacheBits = 3;
+    static inline std::atomic<const SendBinding*> cache[1u << cacheBits] {};
+
+    // Fibonacci hashing of the class and the selector together: entries of one selector sent to
+    // several classes, or of several selectors sent to one class, spread over the cache.
+    static uint32_t slotOf(const Class* cls, const char* key)
+    {
+        const uint64_t mixed = reinterpret_cast<uintptr_t>(cls) ^ (reinterpret_cast<uintptr_t>(key) * 31);
+        return static_cast<uint32_t>((mixed * 0x9E3779B97F4A7C15ull) >> (64 - cacheBits));
+    }
 
     static const SendBinding* binding(Object* target, SendSelector selector)
     {
         const Class* cls = target->classObject();
-        auto& entry = cache[(reinterpret_cast<uintptr_t>(selector.key()) >> 4) % cacheSize];
+        auto& entry = cache[slotOf(cls, selector.key())];
         const SendBinding* found = entry.load(std::memory_order_acquire);
         if (found && found->cls == cls && found->selector == selector.key()
             && found->generation == Class::methodTablesGeneration() && found->method->implementation().body() == found->body)
