@@ -356,7 +356,10 @@ YJobCenter::Pass YJobCenter::choose(bool untilEmpty, bool askHeldBack)
             pass.noticeOrder = orderNotice();
         }
         _runningJobs.push_back(pass.job);
-        _waitingJobs.erase(_waitingJobs.begin() + static_cast<ptrdiff_t>(i)); // held-back jobs keep their places
+        if (i == 0)
+            _waitingJobs.pop_front(); // nothing held back, as mostly
+        else
+            _waitingJobs.erase(_waitingJobs.begin() + static_cast<ptrdiff_t>(i)); // held-back jobs keep their places
         if (!_waitingJobs.empty())
             guard.setCondition(1);
         return pass;
@@ -401,8 +404,6 @@ void YJobCenter::_doExecuteJobsUntilEmpty(bool untilEmpty, bool askHeldBack)
 
 std::unique_lock<std::mutex> YJobCenter::orderNotice()
 {
-    if (isKindOfClass(YMainThreadJobCenter::staticClass()))
-        return {};
     return std::unique_lock<std::mutex>(_noticeLock);
 }
 

@@ -221,8 +221,7 @@ void RunLoop::addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::stri
         auto& items = modeForAdding(mode).*list;
         if (!mayBeThere || !containsItem(items, item)) {
             items.emplace_back(item);
-            if constexpr (std::is_same_v<T, Timer>)
-                _timerCount.fetch_add(1, std::memory_order_relaxed);
+            countItem(item, true);
         }
     }
     wakeUp(); // a waiting loop looks at its items again
@@ -239,8 +238,24 @@ void RunLoop::removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::s
         return;
     released.emplace_back(found->get());
     items.erase(found);
+    countItem(item, false);
+}
+
+template <typename T>
+void RunLoop::countItem(T* item, bool added)
+{
+    auto count = [added](std::atomic<size_t>& counter) {
+        if (added)
+            counter.fetch_add(1, std::memory_order_relaxed);
+        else
+            counter.fetch_sub(1, std::memory_order_relaxed);
+    };
     if constexpr (std::is_same_v<T, Timer>)
-        _timerCount.fetch_sub(1, std::memory_order_relaxed);
+        count(_timerCount);
+    if constexpr (std::is_same_v<T, RunLoopSource>) {
+        if (item->fileDescriptor() < 0)
+            count(_signalledSourceCount);
+    }
 }
 
 void RunLoop::addPort(Port* port, std::string_view mode) { addItem(&RunLoopMode::ports, port, mode); }
@@ -335,12 +350,13 @@ void RunLoop::cancelPerformSelectorsWithTarget(Object* target)
     cancelPerforms([&](const Perform& perform) { return perform.target.get() == target; });
 }
 
-bool RunLoop::performMatches(const Perform& perform, const std::string& mode) const
+bool RunLoop::performMatches(const Perform& perform, const std::string& mode)
 {
+    static constexpr std::string_view common = kCFRunLoopCommonModes;
     for (const auto& each : *perform.modes) {
         if (each == mode)
             return true;
-        if (each == kCFRunLoopCommonModes && _commonModes.count(mode))
+        if (each == common && lookUpMode(mode).isCommon)
             return true;
     }
     return false;
@@ -457,6 +473,8 @@ bool RunLoop::runPerforms(const std::string& mode, uint64_t mark)
 
 bool RunLoop::handleSources(const std::string& mode, const ReadyDescriptors& readyDescriptors)
 {
+    if (readyDescriptors.empty() && _signalledSourceCount.load(std::memory_order_relaxed) == 0)
+        return false; // nothing can be due: no lock
     auto isReady = [&](int fd) { return std::find(readyDescriptors.begin(), readyDescriptors.end(), fd) != readyDescriptors.end(); };
     auto isDue = [&](const RunLoopSource& source) { return source.fileDescriptor() < 0 ? source.isSignalled() : isReady(source.fileDescriptor()); };
     // Only the items that have something to handle leave the lock, so an idle pass copies none.

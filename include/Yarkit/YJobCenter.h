@@ -120,6 +120,11 @@ protected:
     void _doExecuteJobsUntilEmpty(bool untilEmpty, bool askHeldBack = false);
     // _doExecuteJob: the body of a job's thread.
     void _doExecuteJob(YJob* job);
+    // Taken before the waiting lock is released by a change of the activity bit and held until
+    // its notice is posted, so that activation and deactivation notices leave in the order of
+    // the changes. The main-thread center, whose notices go out on the main thread at once,
+    // takes nothing.
+    virtual std::unique_lock<std::mutex> orderNotice();
 
     // The waiting list's lock, for subclasses that post around it.
     ConditionLock& waitingJobsLock() const { return *_waitingJobsLock; }
@@ -136,11 +141,6 @@ private:
         bool leave { false };
         std::unique_lock<std::mutex> noticeOrder;
     };
-    // Taken before the waiting lock is released by a change of the activity bit and held until
-    // its notice is posted, so that activation and deactivation notices leave in the order of
-    // the changes. Not for the main-thread center, whose notices go out on the main thread at
-    // once.
-    std::unique_lock<std::mutex> orderNotice();
     Pass choose(bool untilEmpty, bool askHeldBack);
     bool mayStart(YJob* job, Ref<Array>& running, bool askDelegate) YK_REQUIRES(*_runningJobsLock);
     void putBack(YJob* job);

@@ -51,6 +51,7 @@ protected:
     void executeJob(YJob* job) override;
     void notifyObserversOfName(const char* name) override;
     void notifyJobObserversOfName(const char*, YJob*, const Exception*) override { }
+    std::unique_lock<std::mutex> orderNotice() override { return {}; }
 
 private:
     YMainThreadJobCenter();

@@ -136,6 +136,9 @@ private:
     void addItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode, bool mayBeThere = true) YK_EXCLUDES(_lock);
     template <typename T>
     void removeItem(std::vector<Ref<T>> RunLoopMode::*list, T* item, std::string_view mode) YK_EXCLUDES(_lock);
+    // Keeps the counts passes read without the lock as an item joins or leaves a mode.
+    template <typename T>
+    void countItem(T* item, bool added) YK_REQUIRES(_lock);
     // Defined where it is used; a template, so a cancel builds no std::function.
     template <typename Matches>
     void cancelPerforms(const Matches& matches) YK_EXCLUDES(_lock);
@@ -177,7 +180,7 @@ private:
     void forEachItemsOf(const std::string& mode, Function&& function) YK_REQUIRES(_lock);
     Mode& modeForAdding(std::string_view mode) YK_REQUIRES(_lock);
     const ModeLookup& lookUpMode(std::string_view mode) YK_REQUIRES(_lock);
-    bool performMatches(const Perform& perform, const std::string& mode) const YK_REQUIRES(_lock);
+    bool performMatches(const Perform& perform, const std::string& mode) YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
 
     // The loop's own copy of a mode name a run was given: the mode stack points at it, and a run
@@ -213,6 +216,9 @@ private:
     // The timers in all modes, changed under _lock, read without it: a pass with none skips the
     // lock and the mode lookups that firing and arming them need.
     std::atomic<size_t> _timerCount { 0 };
+    // The sources in all modes that are signalled rather than watched, kept alike: a pass with
+    // no descriptor ready and none of these has no source to look at.
+    std::atomic<size_t> _signalledSourceCount { 0 };
     // Every activity an observer of this loop has asked for, so passes skip the others.
     std::atomic<uint32_t> _observedActivities { 0 };
     // The mode stack of the loop's own thread; only that thread changes it. Each name is the
