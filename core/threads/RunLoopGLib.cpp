@@ -182,10 +182,9 @@ gboolean RunLoop::BackEnd::check(GSource* source)
         backEnd.sitOutDepth = 0;
         return false;
     }
-    // runMode's sleep ends with the poll, and the run reads what the poll found: GLib need not
-    // dispatch the source for it.
-    if (depth == backEnd.waitDepth)
-        return false;
+    // Ready also during runMode's own sleep, whose dispatch does nothing: a source that answers
+    // ready keeps GLib from dispatching sources of lower priority (idle callbacks) ahead of the
+    // loop's work in that iteration.
     if (backEnd.anyReady() || wokenUp(loop))
         return true;
     return backEnd.preparedDeadline <= Clock::now();
