@@ -352,7 +352,7 @@ void RunLoop::cancelPerformSelectorsWithTarget(Object* target)
 
 bool RunLoop::performMatches(const Perform& perform, const std::string& mode)
 {
-    static constexpr std::string_view common = kCFRunLoopCommonModes;
+    static constexpr std::string_view common(kCFRunLoopCommonModes, sizeof kCFRunLoopCommonModes - 1);
     for (const auto& each : *perform.modes) {
         if (each == mode)
             return true;
