@@ -15,6 +15,7 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -116,6 +117,25 @@ TEST(RunLoopGLib, APerformAskedInAGLibCallbackRunsWithoutAnotherWakeUp)
     }, quitter.get());
     EXPECT_TRUE(glib.run(2000)) << "the perform quits the GLib loop";
     EXPECT_EQ(quitter->calls, 1);
+}
+
+// From another thread a perform wakes the context itself; the GLib main loop, asleep or about
+// to sleep, dispatches the loop for it every time.
+TEST(RunLoopGLib, APerformAskedFromAnotherThreadWakesAGLibMainLoop)
+{
+    GLibMainLoop glib;
+    auto quitter = make<JobTarget>();
+    quitter->body = [&] { g_main_loop_quit(glib.loop); };
+    for (int round = 0; round < 200; ++round) {
+        std::thread poster([&] {
+            std::this_thread::sleep_for(std::chrono::microseconds(round % 4 * 50));
+            RunLoop::mainRunLoop()->performSelector("work", quitter.get(), nullptr, 0, { kCFRunLoopCommonModes });
+        });
+        const bool quit = glib.run(2000);
+        poster.join();
+        ASSERT_TRUE(quit) << "round " << round;
+    }
+    EXPECT_EQ(quitter->calls, 200);
 }
 
 TEST(RunLoopGLib, AnIdleGLibMainLoopSleeps)
