@@ -592,14 +592,6 @@ bool RunLoop::drainIfOwn(int fd)
     return true;
 }
 
-void RunLoop::writeWakeUp()
-{
-    if (_wakePending.exchange(true, std::memory_order_acq_rel))
-        return; // written and not drained yet: the loop wakes anyway
-    const uint64_t one = 1;
-    [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
-}
-
 void RunLoop::armTimer(const std::string& mode, Clock::time_point limit)
 {
     auto deadline = limit;

@@ -3,6 +3,8 @@
 
 #include <Yarkit/core/threads/RunLoop.h>
 
+#include <cstdint>
+#include <unistd.h>
 #include <utility>
 
 namespace yk {
@@ -35,7 +37,10 @@ void RunLoop::wakeUp()
         _wokenOnLoopThread = true;
         return;
     }
-    writeWakeUp();
+    if (_wakePending.exchange(true, std::memory_order_acq_rel))
+        return; // written and not drained yet: the loop wakes anyway
+    const uint64_t one = 1;
+    [[maybe_unused]] auto ignored = write(_wakeFd, &one, sizeof one);
 }
 
 } // namespace yk

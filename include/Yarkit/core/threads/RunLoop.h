@@ -243,7 +243,6 @@ private:
     // wakeUp meanwhile does nothing. The generic loop takes it as it drains the wake-up eventfd,
     // the GLib one (woken through its context) as a pass begins.
     std::atomic<bool> _wakePending { false };
-    void writeWakeUp();
     struct BackEndDeleter {
         void operator()(BackEnd*) const;
     };
