@@ -73,23 +73,22 @@ void raiseSystemError(const char* what)
 
 } // namespace
 
-// Pushes the mode a run enters and pops it when the run leaves, also by an exception.
+// Makes the mode a run enters the running one and restores the one before when the run
+// leaves, also by an exception.
 class RunLoop::CurrentModeScope {
 public:
     CurrentModeScope(RunLoop& loop, const std::string& mode)
         : _loop(loop)
+        , _outer(loop._runningMode.exchange(&mode, std::memory_order_acq_rel))
     {
-        Locker guard(_loop._lock);
-        _loop._modeStack.push_back(&mode);
     }
-    ~CurrentModeScope()
-    {
-        Locker guard(_loop._lock);
-        _loop._modeStack.pop_back();
-    }
+    ~CurrentModeScope() { _loop._runningMode.store(_outer, std::memory_order_release); }
+    CurrentModeScope(const CurrentModeScope&) = delete;
+    CurrentModeScope& operator=(const CurrentModeScope&) = delete;
 
 private:
     RunLoop& _loop;
+    const std::string* const _outer;
 };
 
 RunLoop::RunLoop(bool isMain)
@@ -159,10 +158,8 @@ RunLoop* RunLoop::mainRunLoop()
 
 Ref<String> RunLoop::currentMode() const
 {
-    Locker guard(_lock);
-    if (_modeStack.empty())
-        return nullptr;
-    return String::withUTF8(*_modeStack.back());
+    const std::string* mode = _runningMode.load(std::memory_order_acquire);
+    return mode ? String::withUTF8(*mode) : nullptr;
 }
 
 void RunLoop::addCommonMode(std::string_view mode)
@@ -364,12 +361,20 @@ bool RunLoop::performMatches(const Perform& perform, const std::string& mode)
 
 bool RunLoop::hasItems(const std::string& mode)
 {
+    if (_itemsGeneration.load(std::memory_order_acquire) == _modeWithSourcesGeneration && mode == _modeWithSources)
+        return true; // no lock
     Locker guard(_lock);
+    bool hasSources = false;
     bool found = false;
     forEachItemsOf(mode, [&](const RunLoopMode& items) {
-        found = found || !items.ports.empty() || !items.sources.empty()
-            || std::any_of(items.timers.begin(), items.timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
+        hasSources = hasSources || !items.ports.empty() || !items.sources.empty();
+        found = found || std::any_of(items.timers.begin(), items.timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
     });
+    if (hasSources) {
+        _modeWithSources = mode;
+        _modeWithSourcesGeneration = _itemsGeneration.load(std::memory_order_relaxed);
+        return true;
+    }
     if (found)
         return true;
     for (const auto& perform : _performs) {
@@ -516,11 +521,13 @@ bool RunLoop::handleSources(const std::string& mode, const ReadyDescriptors& rea
 
 void RunLoop::syncInterest(const std::string& mode)
 {
+    if (_itemsGeneration.load(std::memory_order_acquire) == _watchedGeneration && mode == _watchedMode)
+        return; // nothing changed: no lock
     std::set<int> wanted;
     uint64_t generation;
     {
         Locker guard(_lock);
-        generation = _itemsGeneration;
+        generation = _itemsGeneration.load(std::memory_order_relaxed);
         if (generation == _watchedGeneration && mode == _watchedMode)
             return;
         auto collect = [&](RunLoopMode& items) {
@@ -617,8 +624,8 @@ void RunLoop::armTimer(const std::string& mode, Clock::time_point limit)
 const std::string& RunLoop::dispatchMode() const
 {
     static const std::string defaultMode(kCFRunLoopDefaultMode);
-    Locker guard(_lock);
-    return _modeStack.empty() ? defaultMode : *_modeStack.back();
+    const std::string* mode = _runningMode.load(std::memory_order_relaxed); // set by this thread
+    return mode ? *mode : defaultMode;
 }
 
 bool RunLoop::mayPostponeSources(bool mayWait)
@@ -677,9 +684,12 @@ void RunLoop::runDispatchedPass()
 
 const std::string& RunLoop::runModeName(std::string_view mode)
 {
+    if (_lastRunModeName && *_lastRunModeName == mode)
+        return *_lastRunModeName; // a run mostly goes back to the mode the last one ran in
     auto found = _runModeNames.find(mode);
     if (found == _runModeNames.end())
         found = _runModeNames.emplace(mode).first;
+    _lastRunModeName = &*found;
     return *found;
 }
 

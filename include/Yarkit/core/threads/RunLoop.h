@@ -207,7 +207,9 @@ private:
     // the lock when no perform waits. The count is stored before the sequence is released.
     std::atomic<uint64_t> _nextPerformSequence { 0 };
     std::atomic<size_t> _performCount { 0 };
-    uint64_t _itemsGeneration YK_GUARDED_BY(_lock) { 0 };
+    // Advanced under _lock as a mode's items or the common modes change, before the change;
+    // read without it to tell whether what the loop's thread last saw still holds.
+    std::atomic<uint64_t> _itemsGeneration { 0 };
     // Advanced when a mode is made or made common.
     uint64_t _modesGeneration YK_GUARDED_BY(_lock) { 0 };
     // The last mode looked up, valid while _modesGeneration is unchanged (modes are never
@@ -221,13 +223,19 @@ private:
     std::atomic<size_t> _signalledSourceCount { 0 };
     // Every activity an observer of this loop has asked for, so passes skip the others.
     std::atomic<uint32_t> _observedActivities { 0 };
-    // The mode stack of the loop's own thread; only that thread changes it. Each name is the
-    // one its run holds, which outlives its place here.
-    std::vector<const std::string*> _modeStack YK_GUARDED_BY(_lock);
+    // The mode of the innermost run, set by the loop's own thread as a run enters and leaves
+    // (each run keeps the one it replaced), read by any: every name it points at is one of
+    // _runModeNames, or the default mode's, and lives as long as the loop.
+    std::atomic<const std::string*> _runningMode { nullptr };
 
     // Read and changed only by the loop's thread: the names of the modes it ran in (a few),
     // never erased, and which descriptors epoll watches now.
     std::set<std::string, std::less<>> _runModeNames;
+    const std::string* _lastRunModeName { nullptr };
+    // The mode last found to have a port or source, at that generation of the items: ports and
+    // sources leave only by a change, so while the generation holds, the mode has items.
+    std::string _modeWithSources;
+    uint64_t _modeWithSourcesGeneration { ~uint64_t(0) };
     std::set<int> _watched;
     std::string _watchedMode;
     uint64_t _watchedGeneration { ~uint64_t(0) };
