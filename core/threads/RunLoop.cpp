@@ -1,7 +1,8 @@
 // The run loop's modes, items, performs and passes, shared by both back ends. Each loop has an
 // epoll descriptor that watches the running mode's ports and descriptor sources, an eventfd
-// that wakeUp writes and a timerfd; how the loop sleeps on them is the back end's
-// (RunLoopGeneric.cpp: epoll_wait; RunLoopGLib.cpp: a GSource on a GMainContext).
+// that wakeUp writes (on the generic back end; GLib's wakes its context instead) and a timerfd;
+// how the loop sleeps on them is the back end's (RunLoopGeneric.cpp: epoll_wait;
+// RunLoopGLib.cpp: a GSource on a GMainContext).
 
 #include <Yarkit/core/threads/RunLoop.h>
 
@@ -361,7 +362,7 @@ bool RunLoop::performMatches(const Perform& perform, const std::string& mode)
 
 bool RunLoop::hasItems(const std::string& mode)
 {
-    if (_itemsGeneration.load(std::memory_order_acquire) == _modeWithSourcesGeneration && mode == _modeWithSources)
+    if (_modeWithSources.holds(mode, _itemsGeneration.load(std::memory_order_acquire)))
         return true; // no lock
     Locker guard(_lock);
     bool hasSources = false;
@@ -371,8 +372,7 @@ bool RunLoop::hasItems(const std::string& mode)
         found = found || std::any_of(items.timers.begin(), items.timers.end(), [](const Ref<Timer>& t) { return t->isValid(); });
     });
     if (hasSources) {
-        _modeWithSources = mode;
-        _modeWithSourcesGeneration = _itemsGeneration.load(std::memory_order_relaxed);
+        _modeWithSources = { mode, _itemsGeneration.load(std::memory_order_relaxed) };
         return true;
     }
     if (found)
@@ -521,14 +521,14 @@ bool RunLoop::handleSources(const std::string& mode, const ReadyDescriptors& rea
 
 void RunLoop::syncInterest(const std::string& mode)
 {
-    if (_itemsGeneration.load(std::memory_order_acquire) == _watchedGeneration && mode == _watchedMode)
+    if (_watchedMode.holds(mode, _itemsGeneration.load(std::memory_order_acquire)))
         return; // nothing changed: no lock
     std::set<int> wanted;
     uint64_t generation;
     {
         Locker guard(_lock);
         generation = _itemsGeneration.load(std::memory_order_relaxed);
-        if (generation == _watchedGeneration && mode == _watchedMode)
+        if (_watchedMode.holds(mode, generation))
             return;
         auto collect = [&](RunLoopMode& items) {
             for (const auto& port : items.ports)
@@ -550,8 +550,7 @@ void RunLoop::syncInterest(const std::string& mode)
         epoll_ctl(_epoll, EPOLL_CTL_ADD, fd, &event);
     }
     _watched = std::move(wanted);
-    _watchedMode = mode;
-    _watchedGeneration = generation;
+    _watchedMode = { mode, generation };
     watchedDescriptorsChanged();
 }
 

@@ -115,6 +115,13 @@ public:
     struct Mode;
     struct Perform;
     struct BackEnd;
+    // What the loop's thread learned about a mode's items, and the generation of the items it
+    // learned it at: it holds while the generation does.
+    struct ItemsSeen {
+        std::string mode;
+        uint64_t generation { ~uint64_t(0) };
+        bool holds(const std::string& modeNow, uint64_t generationNow) const { return generationNow == generation && modeNow == mode; }
+    };
     // A mode's items and whether it is common, as looked up.
     struct ModeLookup {
         std::string name;
@@ -183,7 +190,7 @@ private:
     bool performMatches(const Perform& perform, const std::string& mode) YK_REQUIRES(_lock);
     std::optional<Clock::time_point> nextTimerDate(const std::string& mode);
 
-    // The loop's own copy of a mode name a run was given: the mode stack points at it, and a run
+    // The loop's own copy of a mode name a run was given: the running mode points at it, and a run
     // in a mode the loop has run before allocates nothing.
     const std::string& runModeName(std::string_view mode);
 
@@ -232,13 +239,11 @@ private:
     // never erased, and which descriptors epoll watches now.
     std::set<std::string, std::less<>> _runModeNames;
     const std::string* _lastRunModeName { nullptr };
-    // The mode last found to have a port or source, at that generation of the items: ports and
-    // sources leave only by a change, so while the generation holds, the mode has items.
-    std::string _modeWithSources;
-    uint64_t _modeWithSourcesGeneration { ~uint64_t(0) };
+    // The mode last found to have a port or source: ports and sources leave only by a change of
+    // the items, so while it holds, the mode has items.
+    ItemsSeen _modeWithSources;
     std::set<int> _watched;
-    std::string _watchedMode;
-    uint64_t _watchedGeneration { ~uint64_t(0) };
+    ItemsSeen _watchedMode;
     // The deadline the timerfd is set to; max when it is disarmed, as it is made.
     Clock::time_point _armedDeadline { Clock::time_point::max() };
     // wakeUp called on the loop's own thread since the pass began (a callout or an observer
